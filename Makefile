@@ -1,0 +1,44 @@
+# The two commands: `make run` and `make test`. Both install what is missing first.
+BUILD      ?= build
+TEST_BUILD ?= build-test
+JOBS       ?= 2
+DEMO_HOME  ?= $(CURDIR)/demo
+PACKAGES   := cmake g++ make qt6-base-dev qt6-serialport-dev qt6-charts-dev libgl-dev \
+              libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth
+SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: all deps build build-test run test bench demo clean
+
+all: build
+
+deps:
+	@missing=""; for p in $(PACKAGES); do \
+	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:$$missing"; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq $$missing; fi
+
+build: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build $(BUILD) -j$(JOBS)
+
+# The test build is warning-clean and runs under AddressSanitizer and UBSan.
+build-test: deps
+	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
+	cmake --build $(TEST_BUILD) -j$(JOBS)
+
+test: build-test
+	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+demo: build
+	bash tools/make-demo-home.sh $(BUILD) $(DEMO_HOME)
+
+run: demo
+	bash tools/run-demo.sh $(BUILD) $(DEMO_HOME)
+
+bench: build
+	bash tools/run-bench.sh $(BUILD)
+
+clean:
+	rm -rf $(BUILD) $(TEST_BUILD) $(DEMO_HOME)

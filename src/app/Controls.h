@@ -1,0 +1,39 @@
+#pragma once
+// Small control kinds the windows share: a label that reports clicks, and the event boundary
+// where run-time errors become a message box.
+
+#include <QLabel>
+#include <QMouseEvent>
+#include <functional>
+
+namespace telvo::ui {
+
+class ClickLabel : public QLabel {
+    Q_OBJECT
+public:
+    using QLabel::QLabel;
+Q_SIGNALS:
+    void Click();
+    void MouseDown();
+    void DblClick();
+
+protected:
+    void mousePressEvent(QMouseEvent* e) override {
+        Q_EMIT MouseDown();
+        QLabel::mousePressEvent(e);
+    }
+    void mouseReleaseEvent(QMouseEvent* e) override {
+        if (rect().contains(e->position().toPoint())) Q_EMIT Click();
+        QLabel::mouseReleaseEvent(e);
+    }
+    void mouseDoubleClickEvent(QMouseEvent* e) override {
+        Q_EMIT DblClick();
+        QLabel::mouseDoubleClickEvent(e);
+    }
+};
+
+// Every event handler runs through here: a classic run-time error becomes a message box with its
+// number and text; the end of the program unwinds quietly (the yield underneath rethrows it).
+void Handle(const std::function<void()>& handler);
+
+} // namespace telvo::ui

@@ -1,0 +1,85 @@
+#include "app/Globals.h"
+
+#include "firmware/LDR.h"
+#include "link/DBG.h"
+#include "config/FP.h"
+#include "config/INI.h"
+#include "settings/SCL.h"
+
+#include <memory>
+
+namespace telvo::ui {
+
+namespace {
+struct Windows {
+    std::unique_ptr<SCL> scl;
+    std::unique_ptr<LDR> ldr;
+    std::unique_ptr<DBG> dbg;
+    std::unique_ptr<FP> fp;
+    std::unique_ptr<INI> ini;
+};
+
+Windows& windows() {
+    static Windows* w = new Windows;
+    return *w;
+}
+
+std::unique_ptr<Session>& session() {
+    static std::unique_ptr<Session> s = std::make_unique<Session>();
+    return s;
+}
+} // namespace
+
+Session& G() { return *session(); }
+
+SCL& scl() {
+    auto& w = windows().scl;
+    if (!w) w = std::make_unique<SCL>();
+    return *w;
+}
+
+LDR& ldr() {
+    auto& w = windows().ldr;
+    if (!w) w = std::make_unique<LDR>();
+    return *w;
+}
+
+DBG& dbg() {
+    auto& w = windows().dbg;
+    if (!w) w = std::make_unique<DBG>();
+    return *w;
+}
+
+FP& fp() {
+    auto& w = windows().fp;
+    if (!w) w = std::make_unique<FP>();
+    return *w;
+}
+
+INI& ini() {
+    auto& w = windows().ini;
+    if (!w) w = std::make_unique<INI>();
+    return *w;
+}
+
+bool WindowExists(const char* name) {
+    const QString n = QString::fromLatin1(name);
+    if (n == QLatin1String("SCL")) return bool(windows().scl);
+    if (n == QLatin1String("LDR")) return bool(windows().ldr);
+    if (n == QLatin1String("DBG")) return bool(windows().dbg);
+    if (n == QLatin1String("FP")) return bool(windows().fp);
+    if (n == QLatin1String("INI")) return bool(windows().ini);
+    return false;
+}
+
+void ResetSession() {
+    auto& w = windows();
+    w.ini.reset();
+    w.fp.reset();
+    w.dbg.reset();
+    w.ldr.reset();
+    w.scl.reset();
+    session() = std::make_unique<Session>();
+}
+
+} // namespace telvo::ui

@@ -1,0 +1,73 @@
+#pragma once
+// The module-level state of the run: one object per subsystem, gathered in one session so that a
+// test can start from a fresh run. Windows are created on first use and live for the run.
+
+#include "app/LogLines.h"
+#include "config/IniFile.h"
+#include "link/ReceiveRouter.h"
+
+#include <QString>
+
+namespace telvo::ui {
+
+class SCL;
+class LDR;
+class DBG;
+class FP;
+class INI;
+
+struct AppGlobals {
+    bool DebuggerMode = false;
+    bool BootLoaderMode = false;
+    bool NoDeviceFound = false;
+    QString DeviceState;
+    QString CommandLine;
+    bool ResetRequested = false;
+    // Log and prompts
+    bool LastLogBlank = false;
+    QString AlertText;
+    qint16 FlashCount = 0;
+    qint16 FlashCountLDR = 0;
+    // The CTS line last logged, and the transfer's file position it reports.
+    QString LastCTSLine;
+    qint32 FilePosition = 0;
+    // The start-up wait on the restart of a cut-off load.
+    bool RestartBusy = false;
+    // Names of the menu keys, 1-based.
+    QStringList KeyNames;
+    // The model list of the MDL window, as VORIXMODELS gave it.
+    QStringList ModelList;
+};
+
+struct DriverGlobals {
+    qint16 ProbeMode = 0;
+    bool PortsEnumerated = false;
+    QStringList lstComPorts; // hidden list of the ports found
+};
+
+struct Session {
+    AppGlobals app;
+    core::LinkState link;
+    core::ConfigTables config;
+    DriverGlobals driver;
+    core::ConsoleText ldrText; // Text1 of LDR
+    core::ConsoleText dbgText; // Text1 of DBG
+};
+
+Session& G();
+inline AppGlobals& App() { return G().app; }
+inline core::LinkState& Link() { return G().link; }
+inline core::ConfigTables& Config() { return G().config; }
+
+// The windows of the run.
+SCL& scl();
+LDR& ldr();
+DBG& dbg();
+FP& fp();
+INI& ini();
+bool WindowExists(const char* name);
+
+// Tests: throws away every window and all state, as a new run would have it.
+void ResetSession();
+
+} // namespace telvo::ui

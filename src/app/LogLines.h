@@ -1,0 +1,31 @@
+#pragma once
+// The run's log as the Details box shows it: newest line on top. Lines are kept oldest first
+// and read backwards, so that adding the 100,000th line costs what adding the 100th did.
+
+#include <QString>
+#include <QTime>
+#include <vector>
+
+namespace telvo::core {
+
+class LogLines {
+public:
+    void add(const QString& line) { m_lines.push_back(line); ++m_revision; }
+    void clear() { m_lines.clear(); ++m_revision; }
+    qsizetype count() const { return qsizetype(m_lines.size()); }
+    // Row 0 is the newest line.
+    const QString& row(qsizetype i) const { return m_lines[m_lines.size() - 1 - size_t(i)]; }
+    // The box's whole text: each line and CR LF, newest first.
+    QString text() const;
+    quint64 revision() const { return m_revision; }
+
+private:
+    std::vector<QString> m_lines;
+    quint64 m_revision = 0;
+};
+
+// The time of a log line: the pattern "nn:ss.s" as the classic formatter reads it, minutes,
+// seconds, a point, and the seconds again without a leading zero; it gives no fractions.
+QString LogTimeText(const QTime& t);
+
+} // namespace telvo::core

@@ -1,0 +1,117 @@
+#include "app/Main.h"
+
+#include "app/Classic.h"
+#include "app/Globals.h"
+#include "app/MajorSubs.h"
+#include "config/INI.h"
+#include "config/IniLoader.h"
+#include "firmware/LDR.h"
+#include "link/DBG.h"
+#include "link/Driver.h"
+#include "platform/AppPath.h"
+#include "platform/DoEvents.h"
+#include "platform/Platform.h"
+#include "settings/Layout.h"
+#include "settings/SCL.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace telvo::ui {
+
+void SetCommandLine(const QString& line) { App().CommandLine = line; }
+
+// Words are searched as text anywhere in the line, so they need no separator.
+bool CommandLineHas(const QString& word) {
+    return App().CommandLine.contains(word, Qt::CaseInsensitive);
+}
+
+void Main() {
+    AppGlobals& a = App();
+    SCL& s = scl();
+    // Steps up to the deletion of the log go on through any error.
+    a.DebuggerMode = CommandLineHas(QStringLiteral("FRKdebugger"));
+    if (CommandLineHas(QStringLiteral("\\Reset"))) ini().ResetINI();
+    QFile::remove(LogFilePath());
+
+    Config().StateSettings.clear();
+    if (!CheckIniFile()) platform::EndProgram();
+    InitDefaults();
+    ArrangeToolButtons();
+    ReadIniFile(1);
+    core::ConfigTables& c = Config();
+    if (a.DebuggerMode) c.UserLevel = 0;
+    SetUserLayout(c.UserLevel);
+    if (c.FirmwareDir.isEmpty()) {
+        c.FirmwareDir = platform::AppPath() + QStringLiteral("\\Firmware Files\\");
+        const QString folder = platform::NativePath(c.FirmwareDir);
+        if (!QDir(folder).exists()) QDir().mkpath(folder);
+    }
+    if (c.StateSettings.size() > 1) {
+        s.chkSaveRestore->show();
+    } else {
+        s.chkSaveRestore->setChecked(false);
+        s.chkSaveRestore->hide();
+    }
+    ldr().ResetIdle();
+    a.DeviceState = QStringLiteral("?????");
+    s.SetTitle();
+    G().ldrText.clear();
+    G().dbgText.clear();
+    ldr().SyncText();
+    dbg().SyncText();
+
+    if (c.NoDeviceMode) {
+        // The run is the IR tool alone; the serial port is never opened.
+        ReadIniFile(2);
+        BuildPanels();
+        ShowIRToolAlone();
+        return;
+    }
+
+    DisableControls(QStringLiteral("ALL"));
+    BuildPortList();
+    s.CenterOnScreen();
+    s.show();
+    SelectConfiguredPort();
+    EnsureModelAndFirmware();
+    ReadIniFile(2);
+    BuildPanels();
+    if (QFile::exists(platform::AppFile(QStringLiteral("RestartLoader.txt"))) || a.BootLoaderMode)
+        ResumeCutOffLoad();
+    a.BootLoaderMode = false;
+    if (!c.AutoOpen && c.UserLevel != 1) {
+        EnableControls(QStringLiteral("OPEN END"));
+    } else if (ConnectDevice()) {
+        RefreshPanels(7);
+        s.lblWait->hide();
+    }
+    s.lblMessage->setText(QString());
+}
+
+void cmdEnd_MouseDown(Qt::KeyboardModifiers shift) {
+    SCL& s = scl();
+    if (App().NoDeviceFound) {
+        s.cmdEnd->setEnabled(false);
+        platform::DoEvents();
+        if (s.P1->PortOpen()) {
+            ShowAlert(QStringLiteral(
+                "Closing the Com Port. This will take a few tens of seconds, please wait"));
+            s.P1->setPortOpen(false);
+        }
+        platform::EndProgram();
+    }
+    if (shift & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier)) {
+        s.lblWait->show();
+        if (!ShowExitSpeedWindow()) s.lblWait->hide();
+        return;
+    }
+    s.lblWait->show();
+    if (!s.chkSim->isChecked() && s.P1->PortOpen() && !Config().ExitSpeed.isEmpty())
+        SetGordaBaudRate(Config().ExitSpeed);
+    platform::EndProgram();
+}
+
+void SCL_QueryUnload() { platform::EndProgram(); }
+
+} // namespace telvo::ui

@@ -1,0 +1,204 @@
+#include "app/MajorSubs.h"
+
+#include "app/Globals.h"
+#include "app/LogLines.h"
+#include "firmware/LDR.h"
+#include "link/zSCL.h"
+#include "platform/AppPath.h"
+#include "platform/DoEvents.h"
+#include "platform/Platform.h"
+#include "settings/SCL.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTime>
+
+namespace telvo::ui {
+
+namespace {
+const QString kFive = QStringLiteral("     ");
+
+void setColor(QLabel* label, int r, int g, int b) {
+    label->setStyleSheet(QStringLiteral("color: rgb(%1,%2,%3)").arg(r).arg(g).arg(b));
+}
+
+bool visible(const QWidget* w) { return !w->isHidden(); }
+
+QString simTail() {
+    const core::LinkState& l = Link();
+    if (l.SimNote.isEmpty()) return QString();
+    return l.SimNote + QStringLiteral(",  Data=") + l.SimCommandText;
+}
+
+void showStatusOn(QLabel* lblMessage, QCheckBox* chkNoFWupdate, const QString& text, int blank) {
+    setColor(lblMessage, 0, 0, 0);
+    const QString tail = simTail();
+    if (!text.isEmpty()) lblMessage->setText(text + kFive + tail);
+    WriteLogFile(text + kFive + tail);
+    if (blank != 0) WriteLogFile(QString());
+    lblMessage->show();
+    if (!Link().SimNote.isEmpty()) {
+        // A simulated run shows each step for a moment and then wipes it.
+        if (!chkNoFWupdate->isChecked()) Pause(1500);
+        lblMessage->setText(QString());
+    }
+}
+
+void startAlert(QLabel* lblMessage, platform::Timer* tmr, qint16& counter, const QString& text) {
+    setColor(lblMessage, 255, 0, 0);
+    App().AlertText = text + kFive + Link().SimNote;
+    lblMessage->setText(App().AlertText);
+    BeepTimes(3);
+    WriteLogFile(text + kFive);
+    tmr->setEnabled(false);
+    tmr->setInterval(250);
+    counter = 20;
+    tmr->setEnabled(true);
+}
+
+void alertTick(QLabel* lblMessage, platform::Timer* tmr, qint16& counter) {
+    if (counter == 0) {
+        tmr->setEnabled(false);
+        lblMessage->setText(QString());
+        return;
+    }
+    // Odd and even counts were meant to flash; the text stands still instead, as wanted.
+    --counter;
+    lblMessage->setText(App().AlertText);
+    tmr->setEnabled(true);
+}
+} // namespace
+
+QString LogFilePath() { return QDir(platform::AppPath()).filePath(QStringLiteral("LogFile.txt")); }
+
+void WriteLogFile(const QString& text) {
+    if (!Config().LogToFile) return;
+    AppGlobals& a = App();
+    if (text.isEmpty() && a.LastLogBlank) return;
+    a.LastLogBlank = text.isEmpty();
+    // Opened and closed for every line, so the log survives a crash up to its last line.
+    QFile f(LogFilePath());
+    if (!f.open(QIODevice::Append)) return;
+    f.write(text.toUtf8());
+    f.write("\r\n");
+}
+
+void LogLine(const QString& text) {
+    scl().D1->addLine(core::LogTimeText(QTime::currentTime()) + QStringLiteral("  ") + text);
+    WriteLogFile(text);
+}
+
+void ShowStatus(const QString& text, int blank) {
+    SCL& s = scl();
+    showStatusOn(s.lblMessage, s.chkNoFWupdate, text, blank);
+}
+
+void ShowStatusLDR(const QString& text, int blank) {
+    LDR& l = ldr();
+    showStatusOn(l.lblMessage, l.chkNoFWupdate, text, blank);
+}
+
+void ShowAlert(const QString& text) {
+    SCL& s = scl();
+    startAlert(s.lblMessage, s.tmrmessage, App().FlashCount, text);
+}
+
+void ShowAlertLDR(const QString& text) {
+    LDR& l = ldr();
+    startAlert(l.lblMessage, l.tmrmessage, App().FlashCountLDR, text);
+}
+
+void tmrmessage_Timer() {
+    SCL& s = scl();
+    alertTick(s.lblMessage, s.tmrmessage, App().FlashCount);
+}
+
+void tmrmessageLDR_Timer() {
+    LDR& l = ldr();
+    alertTick(l.lblMessage, l.tmrmessage, App().FlashCountLDR);
+}
+
+void lblMessage_DblClick() {
+    App().FlashCount = 0;
+    scl().lblMessage->setText(QString());
+}
+
+void lblMessageLDR_DblClick() {
+    App().FlashCountLDR = 0;
+    ldr().lblMessage->setText(QString());
+}
+
+void BeepTimes(int n) {
+    if (n < 2) {
+        platform::Beep();
+        return;
+    }
+    for (int i = 0; i < n - 1; ++i) {
+        platform::Beep();
+        Pause(250);
+    }
+    platform::Beep();
+}
+
+bool ConfirmOperation(const QString& text, int blank) {
+    SCL& s = scl();
+    if (!s.chkConfirm->isChecked()) {
+        ShowStatus(text, blank);
+        return true;
+    }
+    BeepTimes(1);
+    s.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
+                          QString(30, QLatin1Char(' ')) +
+                          QStringLiteral(" (Click 'Continue' or 'Cancel')"));
+    s.cmdContinue->show();
+    s.cmdCancel->show();
+    while (visible(s.cmdContinue)) platform::DoEvents();
+    // The buttons carry the answer: Cancel leaves itself visible.
+    const bool result = !visible(s.cmdCancel);
+    s.cmdCancel->hide();
+    s.lblMessage->setText(QString());
+    return result;
+}
+
+bool ConfirmOperationLDR(const QString& text, int blank) {
+    LDR& l = ldr();
+    if (!scl().chkConfirm->isChecked()) {
+        ShowStatusLDR(text, blank);
+        return true;
+    }
+    BeepTimes(1);
+    l.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text);
+    l.cmdContinue->show();
+    l.cmdCancel->show();
+    while (visible(l.cmdContinue)) platform::DoEvents();
+    const bool result = !visible(l.cmdCancel);
+    l.cmdCancel->hide();
+    l.lblMessage->setText(QString());
+    return result;
+}
+
+void Breakpoint(const QString& text) {
+    SCL& s = scl();
+    WriteLogFile(QString());
+    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
+    BeepTimes(1);
+    s.cmdContinue->show();
+    s.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + QStringLiteral("\r\n") +
+                          QString(15, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue') "));
+    while (visible(s.cmdContinue)) platform::DoEvents();
+    s.lblMessage->setText(QString());
+}
+
+void BreakpointLDR(const QString& text) {
+    LDR& l = ldr();
+    WriteLogFile(QString());
+    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
+    BeepTimes(1);
+    l.cmdContinue->show();
+    l.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + kFive +
+                          QStringLiteral(" (Click 'Continue') "));
+    while (visible(l.cmdContinue)) platform::DoEvents();
+    l.lblMessage->setText(QString());
+}
+
+} // namespace telvo::ui

@@ -1,0 +1,23 @@
+#include "config/FP.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace telvo::ui {
+
+FP::FP() {
+    setObjectName(QStringLiteral("FP"));
+    setWindowTitle(QStringLiteral("Checking For Valid COM Ports"));
+    auto* root = new QVBoxLayout(this);
+    Label1 = new QLabel(QStringLiteral("Number of Com Ports Found = 100"), this);
+    Label1->setMinimumWidth(320);
+    root->addWidget(Label1);
+    adjustSize();
+    if (QScreen* s = QApplication::primaryScreen()) {
+        const QRect r = s->availableGeometry();
+        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
+    }
+}
+
+} // namespace telvo::ui

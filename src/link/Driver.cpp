@@ -1,0 +1,399 @@
+#include "link/Driver.h"
+
+#include "app/Classic.h"
+#include "app/Globals.h"
+#include "app/MajorSubs.h"
+#include "app/MinorSubs.h"
+#include "config/FP.h"
+#include "firmware/LDR.h"
+#include "link/Protocol.h"
+#include "link/zSCL.h"
+#include "platform/Platform.h"
+#include "settings/SCL.h"
+
+#include <algorithm>
+
+namespace telvo::ui {
+
+using core::SameText;
+using core::Val;
+
+namespace {
+QString model() { return scl().DeviceModel->text(); }
+const QString kSettingsTail = QStringLiteral(",n,8,1");
+} // namespace
+
+// ---- Ports ----------------------------------------------------------------------------------
+
+void EnumeratePorts() {
+    SCL& s = scl();
+    platform::CommControl* P1 = s.P1;
+    App();
+    G().driver.lstComPorts.clear();
+    FP& f = fp();
+    f.Label1->setText(QString());
+    f.show();
+    int count = 0;
+    for (int n = 1; n <= Config().MaxPorts; ++n) {
+        f.Label1->setText(QStringLiteral("Checking for port COM") + QString::number(n));
+        P1->ClearError();
+        P1->setPortOpen(false);
+        if (P1->ErrNumber() != 0 && P1->ErrNumber() != 8012) continue;
+        P1->ClearError();
+        P1->setCommPort(n);
+        if (P1->ErrNumber() != 0) continue;
+        P1->setPortOpen(true);
+        if (P1->ErrNumber() != 0) continue;
+        ++count;
+        G().driver.lstComPorts << QStringLiteral("COM") + QString::number(n);
+        P1->setPortOpen(false);
+    }
+    P1->ClearError();
+    f.Label1->setText(QStringLiteral("Number of COM Ports Found = ") + QString::number(count));
+    Pause(2000);
+    G().driver.PortsEnumerated = true;
+}
+
+void BuildPortList() {
+    SCL& s = scl();
+    if (G().driver.lstComPorts.isEmpty()) EnumeratePorts();
+    if (G().driver.lstComPorts.isEmpty()) {
+        const QString text = QStringLiteral("There were no Com Ports found on this machine.");
+        if (Config().MaxPorts < 1) {
+            platform::MessageBox(text);
+        } else {
+            fp().Label1->setText(text);
+            Pause(5000);
+        }
+        platform::EndProgram();
+    }
+    fp().hide();
+    // COM5 goes in as COM05 so that sorting as text gives number order up to 99.
+    QStringList lstTemp;
+    for (const QString& name : G().driver.lstComPorts)
+        lstTemp << (name.size() == 4 ? name.left(3) + QStringLiteral("0") + name.mid(3) : name);
+    std::sort(lstTemp.begin(), lstTemp.end(),
+              [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+    s.lstPort->clear();
+    s.lstPort->addItem(QStringLiteral("?????"));
+    for (const QString& name : lstTemp)
+        s.lstPort->addItem(core::Mid(name, 4, 1) == QLatin1String("0") ? name.left(3) + name.mid(4)
+                                                                       : name);
+    s.lstPort->setCurrentIndex(0);
+}
+
+void SelectConfiguredPort() {
+    SCL& s = scl();
+    const core::ConfigTables& c = Config();
+    if (!c.PortName.isEmpty()) {
+        s.lblWait->show();
+        for (int i = 1; i < s.lstPort->count(); ++i)
+            if (s.lstPort->itemText(i).toUpper() == c.PortName.toUpper()) {
+                s.lstPort->setCurrentIndex(i);
+                break;
+            }
+        s.lblWait->hide();
+    }
+    if (!c.BaudName.isEmpty()) {
+        for (int i = 1; i < s.lstRate->count(); ++i)
+            if (s.lstRate->itemText(i).toUpper() == c.BaudName.toUpper()) {
+                s.lstRate->setCurrentIndex(i);
+                break;
+            }
+    }
+}
+
+qint16 GetProbeMode() {
+    SCL& s = scl();
+    WriteLogFile(QStringLiteral("Starting Subroutine GetProbeMode"));
+    const bool portKnown = s.lstPort->currentIndex() > 0;
+    const bool rateKnown = s.lstRate->currentIndex() > 0;
+    const QString port = s.lstPort->currentText();
+    const QString rate = s.lstRate->currentText();
+    if (!portKnown && !rateKnown) {
+        if (ConfirmOperation(QStringLiteral("Niether the Com Port nor the Baud rate is provided, a full Search will be done"), 0))
+            return 0;
+    } else if (!portKnown) {
+        if (ConfirmOperation(QStringLiteral("The Com Port is not provided, a search of all ports will be done at ") + rate, 0))
+            return 1;
+    } else if (!rateKnown) {
+        if (ConfirmOperation(QStringLiteral("A Baud Rate is not provided, a search of ") + port +
+                                 QStringLiteral(" at all Baud Rates will be done"),
+                             0))
+            return 2;
+    } else {
+        if (ConfirmOperation(QStringLiteral("The Gorda will be checked to be on port ") + port +
+                                 QStringLiteral(" @ ") + rate + QStringLiteral(" Baud"),
+                             0))
+            return 3;
+    }
+    return -1;
+}
+
+bool FindDevice(int mode) {
+    SCL& s = scl();
+    const int lastPort = s.lstPort->count() - 1;
+    const int lastRate = s.lstRate->count() - 1;
+    int firstP = 1, lastP = lastPort, firstR = 1, lastR = lastRate;
+    auto indexOf = [](QComboBox* list, const QString& text) {
+        for (int i = 0; i < list->count(); ++i)
+            if (list->itemText(i) == text) return i;
+        return 0;
+    };
+    switch (mode) {
+    case 1: firstR = lastR = s.lstRate->currentIndex(); break;
+    case 2: firstP = lastP = s.lstPort->currentIndex(); break;
+    case 3:
+        firstP = lastP = s.lstPort->currentIndex();
+        firstR = lastR = s.lstRate->currentIndex();
+        break;
+    case 10:
+        firstP = lastP = indexOf(s.lstPort, s.txtPort->text());
+        firstR = lastR = indexOf(s.lstRate, s.txtxfrspeed->text());
+        break;
+    case 11: firstP = lastP = indexOf(s.lstPort, s.txtPort->text()); break;
+    default: break;
+    }
+    QString found;
+    for (int p = firstP; p <= lastP && found.isEmpty(); ++p) {
+        // The list may carry a remark behind the name.
+        const QString port = core::TrimBlank(s.lstPort->itemText(p).section(QLatin1Char(' '), 0, 0));
+        s.txtPort->setText(port);
+        ShowStatus(QStringLiteral("Checking Com Port ") + port, 1);
+        if (TryOpenPort(port)) {
+            found = ProbeRates(port, firstR, lastR);
+        } else {
+            Pause(100);
+            s.lblMessage->setText(QString());
+        }
+    }
+    if (found.isEmpty()) return false;
+    s.txtCrntSpeed->setText(found);
+    if (s.txtOrigSpeed->text().isEmpty()) s.txtOrigSpeed->setText(found);
+    return true;
+}
+
+bool TryOpenPort(const QString& port) {
+    platform::CommControl* P1 = scl().P1;
+    P1->setPortOpen(false);
+    P1->ClearError();
+    P1->setCommPort(int(Val(core::Mid(port, 4))));
+    P1->setHandshaking(2);
+    P1->setPortOpen(true);
+    if (P1->ErrNumber() == 0) return true;
+    scl().lblMessage->setText(QStringLiteral("Port ") + port + QStringLiteral(" ") +
+                              P1->ErrDescription());
+    return false;
+}
+
+QString ProbeRates(const QString&, int first, int last) {
+    SCL& s = scl();
+    platform::CommControl* P1 = s.P1;
+    int kept = 0;
+    for (int i = first; i <= last; ++i) {
+        const QString rate = s.lstRate->itemText(i);
+        s.txtCrntSpeed->setText(rate);
+        P1->setPortOpen(false);
+        P1->setHandshaking(3);
+        P1->setSettings(rate + kSettingsTail);
+        P1->setRThreshold(1);
+        P1->setPortOpen(true);
+        // A probe write may never hang on a line with nothing on it.
+        kept = P1->WriteTimeout();
+        P1->setWriteTimeout(100);
+        if (ProbeExchange(QStringLiteral("20"), QStringLiteral("A1") + core::NUL())) {
+            P1->setWriteTimeout(kept);
+            P1->setPortOpen(false);
+            P1->setHandshaking(2);
+            P1->setPortOpen(true);
+            P1->ClearError();
+            return rate;
+        }
+    }
+    P1->setWriteTimeout(kept);
+    P1->setPortOpen(false);
+    P1->ClearError();
+    return QString();
+}
+
+void PowerUp() {
+    core::LinkState& l = Link();
+    WriteLogFile(QStringLiteral("Starting Subroutine PowerUp"));
+    if (l.PowerState != QLatin1String("STANDBY")) return;
+    for (int i = 0; i < 5 && l.PowerState != QLatin1String("ON"); ++i) {
+        ShowStatus(QStringLiteral("Sending command to Power up Gorda"));
+        SetDevice(QStringLiteral("A1"), QStringLiteral("1"));
+        Pause(1000);
+        ShowStatus(QStringLiteral("Sending command to check ") + model() +
+                   QStringLiteral(" Power state"));
+        QueryDevice(QStringLiteral("A1"));
+        Pause(1000);
+    }
+    if (l.PowerState == QLatin1String("STANDBY"))
+        ShowAlert(QStringLiteral("UNABLE TO POWER UP THE ") + model().toUpper());
+}
+
+bool ConnectDevice() {
+    SCL& s = scl();
+    core::LinkState& l = Link();
+    s.txtState->setText(QStringLiteral("Attempting to Connect"));
+    s.cmdDecodeIR->setEnabled(false);
+    s.cmdSupport->setEnabled(false);
+    s.cmdOpen->setEnabled(false);
+    if (s.chkSim->isChecked()) {
+        // No search in simulation, and no refresh after it: the result is false on purpose.
+        s.lstPort->setCurrentIndex(0);
+        s.lstRate->setCurrentIndex(0);
+        s.txtPort->setText(QStringLiteral("COM1"));
+        s.txtOrigSpeed->setText(QStringLiteral("19200"));
+        s.txtCrntSpeed->setText(QStringLiteral("19200"));
+        s.txtxfrspeed->setText(QStringLiteral("57600"));
+        s.txtFirmware->setText(QStringLiteral("1.10"));
+        l.PowerState = QStringLiteral("ON");
+        SetState(QStringLiteral("Powered"));
+        EnableControls(QStringLiteral("ALL"));
+        return false;
+    }
+    if (Config().UserLevel == 1) {
+        s.lstPort->setCurrentIndex(0);
+        s.lstRate->setCurrentIndex(0);
+    }
+    s.lblWait->show();
+    G().driver.ProbeMode = GetProbeMode();
+    bool connected = false;
+    if (G().driver.ProbeMode < 0) {
+        ShowAlert(QStringLiteral("Could not asctertain the Port and Speed to use to find the ") +
+                  model());
+        SetState(QStringLiteral("Not Connected"));
+        EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
+    } else {
+        l.PowerState.clear();
+        if (!FindDevice(G().driver.ProbeMode)) {
+            ShowAlert(QStringLiteral("All requested Com Ports Checked, No Vorix Device Found"));
+            App().NoDeviceFound = true;
+            s.txtCrntSpeed->clear();
+            s.txtPort->clear();
+            SetState(QStringLiteral("Not Connected"));
+            EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
+        } else if (!ConfirmOperation(model() + QStringLiteral(" Found on ") + s.txtPort->text() +
+                                     QStringLiteral(" Operating @ ") + s.txtCrntSpeed->text() +
+                                     QStringLiteral(" baud"))) {
+            EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
+            SetState(QStringLiteral("Not Connected"));
+        } else {
+            ReadFirmware();
+            ReadModel();
+            CheckSDI();
+            s.SetTitle();
+            PowerUp();
+            if (l.PowerState != QLatin1String("ON")) {
+                ShowAlert(QStringLiteral("Could not Power up the ") + model());
+                l.PowerState = QStringLiteral("STANDBY");
+                SetState(QStringLiteral("Standby"));
+                ldr().ResetIdle();
+                s.lblWait->hide();
+                EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
+                return false;
+            }
+            SetState(QStringLiteral("Powered"));
+            if (s.txtxfrspeed->text().isEmpty()) s.txtxfrspeed->setText(Config().TransferSpeed);
+            s.lblWait->hide();
+            EnableControls(QStringLiteral("ALL"));
+            connected = true;
+        }
+    }
+    if (connected) return true;
+    ldr().ResetIdle();
+    s.lblWait->hide();
+    return false;
+}
+
+void ReopenPort() {
+    SCL& s = scl();
+    platform::CommControl* P1 = s.P1;
+    auto giveUp = [](const QString& middle) {
+        platform::MessageBox(QStringLiteral("Unable to re-open the com port.  It was never opened.") +
+                             QStringLiteral("\r\n") + middle + QStringLiteral("\r\n") +
+                             QStringLiteral(" Program will end, restart and click 'Open Port'"));
+        platform::EndProgram();
+    };
+    if (s.txtPort->text().isEmpty()) {
+        if (!ConnectDevice()) giveUp(QStringLiteral("The Port the device is on is not known"));
+        return;
+    }
+    if (s.txtCrntSpeed->text().isEmpty()) {
+        if (!ConnectDevice()) giveUp(QStringLiteral("The Serial Port Speed for the device is not known"));
+        return;
+    }
+    P1->setPortOpen(false);
+    P1->ClearError();
+    P1->setCommPort(int(Val(core::Mid(s.txtPort->text(), 4))));
+    P1->setSettings(s.txtCrntSpeed->text() + kSettingsTail);
+    P1->setHandshaking(2);
+    P1->setRThreshold(1);
+    P1->setPortOpen(true);
+    if (P1->ErrNumber() != 0) s.lblMessage->setText(P1->ErrDescription());
+}
+
+void cmdOpen_Click() {
+    if (ConnectDevice()) {
+        // The panels are refreshed by the settings subsystem once it is built.
+        scl().lblWait->hide();
+    }
+}
+
+// ---- Speed ----------------------------------------------------------------------------------
+
+QString RateFromCode(const QString& code) {
+    const auto& rates = Config().BaudRates;
+    for (int i = 1; i < rates.size(); ++i)
+        if (Val(rates[i].Code) == Val(code)) return rates[i].Rate;
+    return QStringLiteral("19200");
+}
+
+QString CodeToRateText(const QString& code) {
+    const auto& rates = Config().BaudRates;
+    for (int i = 1; i < rates.size(); ++i)
+        if (SameText(rates[i].Code, code)) return rates[i].Rate;
+    return QStringLiteral("?????");
+}
+
+int RateIndex(const QString& rate) {
+    const auto& rates = Config().BaudRates;
+    for (int i = 1; i < rates.size(); ++i)
+        if (Val(rates[i].Rate) == Val(rate)) return i;
+    return 0;
+}
+
+void ApplyPortRate(const QString& value) {
+    QString rate = value;
+    if (Val(value) < 10) {
+        rate = CodeToRateText(value);
+        if (rate == QLatin1String("?????")) return;
+    }
+    SCL& s = scl();
+    s.P1->setPortOpen(false);
+    s.P1->setSettings(rate + kSettingsTail);
+    s.P1->setPortOpen(true);
+    s.P1->ClearError();
+    s.txtCrntSpeed->setText(rate);
+}
+
+void SetGordaBaudRate(const QString&) {}
+
+// ---- State ----------------------------------------------------------------------------------
+
+void SetState(const QString& word) {
+    QString w = word;
+    if (w == QLatin1String("Firmware"))
+        w = Link().DeviceTalking ? QStringLiteral("Idle") : QStringLiteral("Invalid");
+    scl().txtState->setText(w);
+    App().DeviceState = w.toUpper();
+}
+
+void ReadFirmware() {}
+void ReadModel() {}
+void CheckSDI() {}
+void EnsureModelAndFirmware() {}
+
+} // namespace telvo::ui

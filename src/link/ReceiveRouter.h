@@ -1,0 +1,79 @@
+#pragma once
+// The receive handler of the serial line as a state machine fed characters: it sorts what the
+// device says into reply packets and boot-loader or console text, and keeps the link's flags.
+
+#include <QString>
+#include <QStringList>
+
+namespace telvo::core {
+
+// The shared state of the exchange.
+struct LinkState {
+    QString SentFrame;
+    QString LastCommandType;
+    QString LastCommandData;
+    QString PartialPacket;
+    QString Reply;
+    bool InPacket = false;
+    bool WaitingReply = false;
+    bool TimedOut = false;
+    bool BadCommand = false;
+    bool DeviceTalking = false;
+    QString PowerState;
+    QString ReportedSpeedCode;
+    QString SpeedCodeSent;
+    QString SimPower;
+    QString SimSpeedCode;
+    QString SimNote;
+    QString SimCommandText;
+    bool ConsoleActive = false;
+    qint16 SpinnerCount = 0;
+    bool LoaderFailed = false;
+    bool LoaderReady = false;
+    bool LoaderAborted = false;
+};
+
+// A text box fed by the line, with the loader's marks found as text arrives rather than by
+// searching the whole box after every character: the result is the same, the cost is not.
+class ConsoleText {
+public:
+    const QString& text() const { return m_text; }
+    void setText(const QString& text);
+    void clear() { setText(QString()); }
+    bool isEmpty() const { return m_text.isEmpty(); }
+    void append(QChar c);
+    void removeLast();
+    // Case-blind: does the box hold the word?
+    bool holdsFailure() const { return m_hasFailure && m_hasRestart; }
+    bool holdsReady() const { return m_hasReady; }
+    // Counts every change, so a window can tell when to repaint.
+    quint64 revision() const { return m_revision; }
+
+private:
+    void rescan();
+    void scanTail();
+
+    QString m_text;
+    bool m_hasFailure = false;
+    bool m_hasRestart = false;
+    bool m_hasReady = false;
+    quint64 m_revision = 0;
+};
+
+// What the receive handler asks of the window side, in the order it happens.
+class ReceiveSink {
+public:
+    virtual ~ReceiveSink() = default;
+    virtual void EchoReceived(const QString& reply) = 0; // log "Echo: " ...
+    virtual void ReplyReceived() = 0;                    // disable the reply timer
+    virtual void PromptSeen() = 0;                       // console prompt: cursor to the end
+};
+
+// True when the device state word asks for loader text to be shown.
+bool IsSpecialState(const QString& deviceState, bool consoleActive);
+
+// Routes every character of `input` (CommEvent 2).
+void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleText& ldrText,
+                   ConsoleText& dbgText, ReceiveSink& sink);
+
+} // namespace telvo::core

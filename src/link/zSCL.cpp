@@ -1,0 +1,345 @@
+#include "link/zSCL.h"
+
+#include "app/Classic.h"
+#include "app/Globals.h"
+#include "app/MajorSubs.h"
+#include "app/MinorSubs.h"
+#include "firmware/LDR.h"
+#include "link/DBG.h"
+#include "link/Driver.h"
+#include "link/Protocol.h"
+#include "platform/DoEvents.h"
+#include "settings/SCL.h"
+
+namespace telvo::ui {
+
+using core::CStr;
+using core::DeviceErrorText;
+using core::Mid;
+using core::Printable;
+using core::SameText;
+using core::Val;
+
+namespace {
+
+bool simTicked() { return scl().chkSim->isChecked(); }
+
+void waitForReply() {
+    while (Link().WaitingReply) platform::DoEvents();
+}
+
+// The reply carries the power state or the speed code when it answers A1 or A3.
+void notePowerAndSpeed(const QString& reply) {
+    core::LinkState& l = Link();
+    if (SameText(Mid(reply, 2, 6), QStringLiteral("2105A1")))
+        l.PowerState = Mid(reply, 9, 1) == QLatin1String("1") ? QStringLiteral("ON")
+                                                              : QStringLiteral("STANDBY");
+    else if (SameText(Mid(reply, 2, 6), QStringLiteral("2105A3")))
+        l.ReportedSpeedCode = Mid(reply, 9, 1);
+}
+
+void logError(const QString& reply) {
+    LogLine(QStringLiteral("Err:  ") + Printable(reply));
+    LogLine(DeviceErrorText(core::ReplyErrorCode(reply)));
+}
+
+// Moves the port to the rate of a speed code, to follow a device that changed speed unheard.
+void followDevice(const QString& code) {
+    SCL& s = scl();
+    s.P1->setPortOpen(false);
+    const QString rate = RateFromCode(code);
+    s.txtCrntSpeed->setText(rate);
+    s.P1->setSettings(rate + QStringLiteral(",n,8,1"));
+    s.P1->setPortOpen(true);
+    LogLine(QStringLiteral("Application Port settings changed to ") + rate);
+}
+
+class Sink : public core::ReceiveSink {
+public:
+    void EchoReceived(const QString& reply) override {
+        LogLine(QStringLiteral("Echo: ") + Printable(reply));
+    }
+    void ReplyReceived() override { scl().T1->setEnabled(false); }
+    void PromptSeen() override { dbg().MoveCursorToEnd(); }
+};
+
+} // namespace
+
+void Pause(int ms) {
+    platform::Timer* t = scl().tmrdelay;
+    t->setEnabled(false);
+    t->setInterval(ms);
+    t->setEnabled(true);
+    while (t->Enabled()) platform::DoEvents();
+}
+
+void tmrdelay_Timer() { scl().tmrdelay->setEnabled(false); }
+
+void T1_Timer() {
+    scl().T1->setEnabled(false);
+    Link().TimedOut = true;
+    Link().WaitingReply = false;
+}
+
+void chkSim_Click() {
+    Link().SimNote = scl().chkSim->isChecked() ? QStringLiteral(" (Simulation Mode)") : QString();
+}
+
+void SimulatedAck() { Link().Reply = core::SimulatedAckFrame(); }
+
+void GordaCommSend(const QString& frame) {
+    SCL& s = scl();
+    core::LinkState& l = Link();
+    s.T1->setEnabled(false);
+    s.T1->setInterval(int(Val(s.txtTO->text())));
+    s.T1->setEnabled(true);
+    // Flags are set before the frame leaves: a reply can only be seen at the next yield.
+    l.Reply.clear();
+    l.WaitingReply = true;
+    l.TimedOut = false;
+    l.BadCommand = false;
+    LogLine(QStringLiteral("Sent: ") + Printable(frame) + QStringLiteral(" on ") +
+            s.txtPort->text() + QStringLiteral(" @ ") + s.txtCrntSpeed->text());
+    if (!simTicked()) {
+        if (!s.P1->PortOpen()) {
+            LogLine(QStringLiteral("GordaCommSend attempted to send ") + Printable(frame) +
+                    QStringLiteral(" Port is closed"));
+            ReopenPort();
+        }
+        s.P1->ClearError();
+        s.P1->Output(frame);
+        if (s.P1->ErrNumber() != 0)
+            throw core::RuntimeError(s.P1->ErrNumber(), s.P1->ErrDescription());
+    } else {
+        s.T1->setEnabled(false);
+        SimulatedAck();
+        l.WaitingReply = false;
+    }
+}
+
+void SendCommand(const QString& type, const QString& data, int retries) {
+    core::LinkState& l = Link();
+    int R = retries != 0 ? retries : 1;
+    if (simTicked()) {
+        l.SimCommandText = Printable(type + data);
+        SimulateCommand(type, data);
+        return;
+    }
+    l.SentFrame = core::BuildFrame(type, data);
+    l.LastCommandType = type;
+    l.LastCommandData = data;
+
+    enum class Kind { Ordinary, SpeedChange, SpeedQuery } kind = Kind::Ordinary;
+    const QString id = core::Left(data, 2);
+    if (SameText(id, QStringLiteral("A3")) && type == QLatin1String("30")) {
+        kind = Kind::SpeedChange;
+        R = 3;
+        l.SpeedCodeSent = Mid(data, 4, 1);
+    } else if (SameText(id, QStringLiteral("A3")) && type == QLatin1String("20")) {
+        kind = Kind::SpeedQuery;
+        R = 3;
+    } else if (SameText(id, QStringLiteral("AE")) || SameText(id, QStringLiteral("AC"))) {
+        // Sent without a wait: the running timer ends the waiting state later.
+        GordaCommSend(l.SentFrame);
+        return;
+    } else if (SameText(id, QStringLiteral("AD"))) {
+        GordaCommSend(l.SentFrame);
+        waitForReply();
+        return;
+    }
+
+    int K = 0;
+    while (K < R) {
+        GordaCommSend(l.SentFrame);
+        waitForReply();
+        ++K;
+        if (l.TimedOut) {
+            QString followCode;
+            if (kind == Kind::SpeedChange) {
+                LogLine(QStringLiteral(
+                    "Timeout on Speed change command, retry count= +cstr(TOretryCount)"));
+                if (K != R) continue;
+                // An acknowledgement sent at the new rate is lost at the old one.
+                followCode = Mid(data, 4, 1);
+            } else if (kind == Kind::SpeedQuery) {
+                LogLine(QStringLiteral(
+                    "Timeout on Speed query command, retry count= +cstr(TOretryCount)"));
+                if (K != R) continue;
+                followCode = l.SpeedCodeSent;
+            } else {
+                if (K >= R) {
+                    LogLine(QStringLiteral("Transmission Timed Out.  ") + DeviceErrorText(13));
+                    Pause(100);
+                    return;
+                }
+                LogLine(QStringLiteral("Transmission Timed Out (") + CStr(K) +
+                        QStringLiteral("), Resending Command. ") + DeviceErrorText(13));
+                Pause(100);
+                continue;
+            }
+            followDevice(followCode);
+            // Sent once more at the new rate. A speed query keeps its mark, and so waits here
+            // for as long as the device takes to restart its port.
+            R = 1;
+            if (kind == Kind::SpeedChange) kind = Kind::Ordinary;
+            K = 0;
+            continue;
+        }
+        if (core::ReplyType(l.Reply) != QLatin1String("02")) {
+            K = R;
+            break;
+        }
+        if (Mid(l.Reply, 6, 1) == QLatin1String("2") && K >= R) {
+            LogLine(QStringLiteral("System Returned 'Bad Command' Response (error), Received: ") +
+                    Printable(l.Reply));
+            l.BadCommand = true;
+            Pause(100);
+            return;
+        }
+        LogLine(QStringLiteral("System Returned Error (") + CStr(K) +
+                QStringLiteral("), Retrying Command"));
+        Pause(100);
+    }
+
+    const QString kindOfReply = core::ReplyType(l.Reply);
+    if (kindOfReply == QLatin1String("02")) {
+        logError(l.Reply);
+    } else if (kindOfReply == QLatin1String("21")) {
+        LogLine(QStringLiteral("Rply: ") + Printable(l.Reply));
+        notePowerAndSpeed(l.Reply);
+    } else if (kindOfReply == QLatin1String("01")) {
+        LogLine(QStringLiteral("Resp: ") + Printable(l.Reply));
+    } else {
+        LogLine(QStringLiteral("Unkn: ") + Printable(l.Reply));
+        l.Reply.clear();
+    }
+}
+
+void QueryDevice(const QString& id, int retries) {
+    SendCommand(QStringLiteral("20"), id + core::NUL(), retries);
+}
+
+void SetDevice(const QString& id, const QString& value, int retries) {
+    SendCommand(QStringLiteral("30"), id + core::NUL() + value + core::NUL(), retries);
+}
+
+bool SendVerified(const QString& type, const QString& data, int attempts) {
+    const int N = attempts != 0 ? attempts : 6;
+    const QString ack = core::STX() + QStringLiteral("01051") + core::NUL() + QStringLiteral("30");
+    int K = 0;
+    while (K < N) {
+        if (type == QLatin1String("30")) {
+            SendCommand(type, data, 2);
+            if (simTicked()) return true;
+            if (core::Left(Link().Reply, 9) == ack) return true;
+        } else if (type == QLatin1String("20")) {
+            SendCommand(type, data, 2);
+            if (simTicked()) return true;
+            if (Mid(Link().Reply, 6, 3) == data) return true;
+        } else {
+            // No caller passes another type; the loop has no way out, as designed.
+            platform::DoEvents();
+            continue;
+        }
+        ++K;
+        ShowStatus(QStringLiteral("Error receiving result. Result=") + Link().Reply +
+                       QStringLiteral(", K=") + CStr(K),
+                   0);
+    }
+    return false;
+}
+
+bool ProbeExchange(const QString& type, const QString& data) {
+    core::LinkState& l = Link();
+    SCL& s = scl();
+    if (simTicked()) {
+        l.SimPower = QStringLiteral("STANDBY");
+        l.PowerState = QStringLiteral("STANDBY");
+        return true;
+    }
+    l.SentFrame = core::BuildFrame(type, data);
+    l.LastCommandType = type;
+    l.LastCommandData = data;
+    double K = 0;
+    while (K < Val(s.txtretry->text())) {
+        GordaCommSend(l.SentFrame);
+        waitForReply();
+        if (!l.TimedOut && core::ReplyType(l.Reply) != QLatin1String("02")) {
+            K = Val(s.txtretry->text());
+            continue;
+        }
+        K += 1;
+        if (l.TimedOut)
+            LogLine(QStringLiteral("Transmission Timed Out (") + CStr(K) +
+                    QStringLiteral("), Resending Command"));
+        else
+            LogLine(QStringLiteral("System Returned Error (") + CStr(K) +
+                    QStringLiteral("), Retrying Command"));
+    }
+    if (l.TimedOut) return false;
+    const QString kindOfReply = core::ReplyType(l.Reply);
+    if (kindOfReply == QLatin1String("02")) {
+        logError(l.Reply);
+        return false;
+    }
+    if (kindOfReply == QLatin1String("21")) {
+        notePowerAndSpeed(l.Reply);
+        LogLine(QStringLiteral("Rply: ") + Printable(l.Reply));
+        return true;
+    }
+    if (kindOfReply == QLatin1String("01")) {
+        LogLine(QStringLiteral("Resp: ") + Printable(l.Reply));
+        return true;
+    }
+    return false;
+}
+
+void SimulateCommand(const QString& type, const QString& data) {
+    core::LinkState& l = Link();
+    const QString id = core::Left(data, 2);
+    if (type == QLatin1String("30")) {
+        if (SameText(id, QStringLiteral("A1"))) {
+            l.SimPower = Mid(data, 4, 1) == QLatin1String("1") ? QStringLiteral("ON")
+                                                              : QStringLiteral("STANDBY");
+            l.PowerState = l.SimPower;
+        } else if (SameText(id, QStringLiteral("A3"))) {
+            l.SimSpeedCode = Mid(data, 4, 1);
+            l.ReportedSpeedCode = l.SimSpeedCode;
+        }
+    } else if (type == QLatin1String("20")) {
+        if (SameText(id, QStringLiteral("A1"))) l.PowerState = l.SimPower;
+        else if (SameText(id, QStringLiteral("A3"))) l.ReportedSpeedCode = l.SimSpeedCode;
+    }
+}
+
+void P1_OnComm() {
+    SCL& s = scl();
+    core::LinkState& l = Link();
+    if (s.P1->CommEvent() == platform::comEvReceive) {
+        const bool special = core::IsSpecialState(App().DeviceState, l.ConsoleActive);
+        const QString input = s.P1->Input();
+        Sink sink;
+        core::RouteReceived(input, special, l, G().ldrText, G().dbgText, sink);
+        if (WindowExists("LDR")) ldr().SyncText();
+        if (WindowExists("DBG")) dbg().SyncText();
+        return;
+    }
+    if (s.P1->CommEvent() == platform::comEvCTS) {
+        const bool cts = s.P1->CTSHolding();
+        if (cts) ldr().setCTSColor(0, 255, 0);
+        else ldr().setCTSColor(255, 0, 0);
+        const int pending = s.P1->OutBufferCount();
+        if (pending == 100 && App().FilePosition == 100) return;
+        if (!cts && pending > 0) {
+            const QString line = QStringLiteral("CTS Dropped, Fileposition= ") +
+                                 CStr(App().FilePosition) + QStringLiteral(", Bytes sent =") +
+                                 CStr(100 - pending);
+            if (line != App().LastCTSLine) {
+                LogLine(line);
+                App().LastCTSLine = line;
+            }
+        }
+    }
+}
+
+} // namespace telvo::ui

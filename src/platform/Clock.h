@@ -1,0 +1,57 @@
+#pragma once
+// The one clock of the program. Real mode follows the wall clock; virtual mode (tests,
+// benchmarks) jumps straight to the next scheduled event whenever the program would otherwise
+// wait, so an 8 s reboot or a 30 s search costs no real time and always happens in the same order.
+
+#include <QObject>
+#include <QTimer>
+#include <QElapsedTimer>
+#include <functional>
+#include <map>
+
+namespace telvo::platform {
+
+class Clock : public QObject {
+    Q_OBJECT
+public:
+    using Callback = std::function<void()>;
+    using Id = quint64;
+
+    static Clock& instance();
+
+    // Switches between the wall clock and a virtual clock starting at 0. Pending events are kept.
+    void setVirtual(bool on);
+    bool isVirtual() const { return m_virtual; }
+
+    qint64 nowUs() const;
+    qint64 nowMs() const { return nowUs() / 1000; }
+
+    Id schedule(qint64 dueUs, Callback cb);
+    Id scheduleIn(qint64 delayUs, Callback cb) { return schedule(nowUs() + delayUs, std::move(cb)); }
+    void cancel(Id id);
+    bool hasPending() const { return !m_events.empty(); }
+    qint64 nextDueUs() const;
+
+    // Runs the callbacks that are due now. Returns how many ran.
+    int fireDue();
+    // Virtual mode: moves time to the next event and runs what is then due. False when none.
+    bool advanceToNext();
+    // Virtual mode: moves time forward by `us`, running every event on the way.
+    void advanceBy(qint64 us);
+
+private:
+    Clock();
+    void rearm();
+
+    bool m_virtual = false;
+    qint64 m_virtualNowUs = 0;
+    QElapsedTimer m_wall;
+    qint64 m_wallOffsetUs = 0;
+    Id m_nextId = 1;
+    // Ordered by due time, then by scheduling order, so equal times run first come first served.
+    std::multimap<std::pair<qint64, Id>, Callback> m_events;
+    std::map<Id, std::pair<qint64, Id>> m_index;
+    QTimer m_wake;
+};
+
+} // namespace telvo::platform

@@ -1,0 +1,40 @@
+#pragma once
+// What the serial control needs of a line: a real port (QSerialPort) or the in-process line.
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+namespace telvo::platform {
+
+enum class Handshake { None = 0, XonXoff = 1, Rts = 2, RtsXonXoff = 3 };
+
+struct LineSettings {
+    int baud = 9600;
+    Handshake handshake = Handshake::None;
+};
+
+class CommBackend : public QObject {
+    Q_OBJECT
+public:
+    // Returns 0 or a classic serial error number, with its description in `error`.
+    virtual int open(const LineSettings& s, QString* error) = 0;
+    virtual void close() = 0;
+    virtual bool isOpen() const = 0;
+    virtual void apply(const LineSettings& s) = 0;
+    virtual qint64 write(const QByteArray& bytes) = 0;
+    virtual QByteArray readAll() = 0;
+    virtual int bytesAvailable() const = 0;
+    virtual bool cts() const = 0;
+    virtual int outBufferCount() const = 0;
+    // A write that cannot leave within `ms` is dropped; 0 restores the normal behaviour.
+    virtual void setWriteTimeout(int ms) = 0;
+    virtual int writeTimeout() const = 0;
+    virtual qintptr handle() const = 0;
+
+Q_SIGNALS:
+    void received();
+    void ctsChanged();
+};
+
+} // namespace telvo::platform

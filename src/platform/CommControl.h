@@ -1,0 +1,77 @@
+#pragma once
+// The serial control of the main window, with the classic properties the routines use. Errors
+// never throw here: each operation leaves a number and a description that the caller reads
+// (8012: the port is not open), as the routines ignore errors statement by statement.
+
+#include "platform/CommBackend.h"
+
+#include <QObject>
+#include <memory>
+
+namespace telvo::platform {
+
+enum CommEvents { comEvReceive = 2, comEvCTS = 3 };
+
+class CommControl : public QObject {
+    Q_OBJECT
+public:
+    explicit CommControl(QObject* parent = nullptr);
+    ~CommControl() override;
+
+    int CommPort() const { return m_commPort; }
+    void setCommPort(int port);
+    bool PortOpen() const;
+    void setPortOpen(bool open);
+    QString Settings() const { return m_settings; }
+    void setSettings(const QString& settings);
+    int Handshaking() const { return m_handshaking; }
+    void setHandshaking(int h);
+    int RThreshold() const { return m_rThreshold; }
+    void setRThreshold(int n) { m_rThreshold = n; }
+    int SThreshold() const { return m_sThreshold; }
+    void setSThreshold(int n) { m_sThreshold = n; }
+    int CommEvent() const { return m_commEvent; }
+    bool CTSHolding() const;
+    int OutBufferCount() const;
+    int InBufferCount() const;
+    qintptr CommID() const;
+
+    void Output(const QString& text);      // one character a byte
+    void OutputBytes(const QByteArray& bytes);
+    QString Input();                      // reads and empties the receive buffer
+
+    // The platform's communication time-outs: the write time-out of a probe.
+    int WriteTimeout() const;
+    void setWriteTimeout(int ms);
+
+    int ErrNumber() const { return m_errNumber; }
+    QString ErrDescription() const { return m_errDescription; }
+    void ClearError();
+
+    int Baud() const; // the rate of Settings
+
+Q_SIGNALS:
+    // The classic OnComm event: CommEvent tells a receive (2) or a change of CTS (3).
+    void OnComm();
+
+private:
+    void setError(int number, const QString& description);
+    void attach(CommBackend* b);
+
+    int m_commPort = 1;
+    QString m_settings = QStringLiteral("9600,n,8,1");
+    int m_handshaking = 0;
+    int m_rThreshold = 0;
+    int m_sThreshold = 0;
+    int m_commEvent = 0;
+    int m_writeTimeout = 0;
+    CommBackend* m_backend = nullptr;
+    std::unique_ptr<CommBackend> m_owned;
+    int m_errNumber = 0;
+    QString m_errDescription;
+};
+
+// Parses "19200,n,8,1"; 0 when the text is no valid setting.
+int ParseSettingsBaud(const QString& settings);
+
+} // namespace telvo::platform

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace telvo::platform {
+
+// The one yield of the program: every waiting loop is `while (cond) DoEvents();`.
+// Processes pending events and due timers; when nothing is pending it sleeps in the event loop
+// until something arrives (no busy spin). Under the virtual clock it jumps to the next
+// scheduled event instead. Rethrows the end of the program inside nested waits.
+void DoEvents();
+
+} // namespace telvo::platform

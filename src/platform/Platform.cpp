@@ -1,0 +1,127 @@
+#include "platform/Platform.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QWidget>
+
+namespace telvo::platform {
+
+namespace {
+
+class QtPlatform : public Platform {
+public:
+    int MessageBox(const QString& text, int buttons, const QString& title) override {
+        QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? QStringLiteral("Telvo") : title,
+                        text);
+        switch (buttons & 7) {
+        case vbOKCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
+        case vbYesNoCancel:
+            box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+            break;
+        case vbYesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+        default: box.setStandardButtons(QMessageBox::Ok); break;
+        }
+        switch (box.exec()) {
+        case QMessageBox::Cancel: return vbCancel;
+        case QMessageBox::Yes: return vbYes;
+        case QMessageBox::No: return vbNo;
+        default: return vbOK;
+        }
+    }
+    QString OpenFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
+        return QFileDialog::getOpenFileName(nullptr, title, dir, filter);
+    }
+    QString SaveFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
+        return QFileDialog::getSaveFileName(nullptr, title, dir, filter);
+    }
+    void Beep() override { QApplication::beep(); }
+    void HideEverything() override {
+        for (QWidget* w : QApplication::topLevelWidgets()) w->hide();
+        QCoreApplication::exit(0);
+    }
+};
+
+std::unique_ptr<Platform>& slot() {
+    static std::unique_ptr<Platform> p;
+    return p;
+}
+
+bool g_ended = false;
+
+} // namespace
+
+Platform& CurrentPlatform() {
+    if (!slot()) slot() = std::make_unique<QtPlatform>();
+    return *slot();
+}
+
+void InstallPlatform(std::unique_ptr<Platform> platform) { slot() = std::move(platform); }
+
+int MessageBox(const QString& text, int buttons, const QString& title) {
+    return CurrentPlatform().MessageBox(text, buttons, title);
+}
+QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) {
+    return CurrentPlatform().OpenFileDialog(title, dir, filter);
+}
+QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) {
+    return CurrentPlatform().SaveFileDialog(title, dir, filter);
+}
+void Beep() { CurrentPlatform().Beep(); }
+
+void EndProgram() {
+    if (!g_ended) {
+        g_ended = true;
+        CurrentPlatform().HideEverything();
+    }
+    throw ProgramEnd();
+}
+
+bool ProgramEnded() { return g_ended; }
+void ResetProgramEnded() { g_ended = false; }
+void ThrowIfEnded() {
+    if (g_ended) throw ProgramEnd();
+}
+
+int ScriptedPlatform::MessageBox(const QString& text, int buttons, const QString&) {
+    shown.push_back({QStringLiteral("MessageBox"), text, buttons});
+    if (answers.empty()) return (buttons & 7) == vbYesNo || (buttons & 7) == vbYesNoCancel ? vbYes : vbOK;
+    const int a = answers.front();
+    answers.pop_front();
+    return a;
+}
+
+QString ScriptedPlatform::OpenFileDialog(const QString& title, const QString&, const QString&) {
+    shown.push_back({QStringLiteral("Open"), title, 0});
+    if (paths.empty()) return {};
+    QString p = paths.front();
+    paths.pop_front();
+    return p;
+}
+
+QString ScriptedPlatform::SaveFileDialog(const QString& title, const QString&, const QString&) {
+    shown.push_back({QStringLiteral("Save"), title, 0});
+    if (paths.empty()) return {};
+    QString p = paths.front();
+    paths.pop_front();
+    return p;
+}
+
+QStringList ScriptedPlatform::messageTexts() const {
+    QStringList out;
+    for (const Shown& s : shown)
+        if (s.kind == QLatin1String("MessageBox")) out << s.text;
+    return out;
+}
+
+ScriptedPlatform& InstallScriptedPlatform() {
+    auto p = std::make_unique<ScriptedPlatform>();
+    ScriptedPlatform& ref = *p;
+    InstallPlatform(std::move(p));
+    ResetProgramEnded();
+    return ref;
+}
+
+} // namespace telvo::platform

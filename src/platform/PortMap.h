@@ -1,0 +1,53 @@
+#pragma once
+// "COM" and a number stays the system's name for a port. TELVO_PORTS (comma-separated device
+// paths, or the word "sim") maps COM1, COM2, ... in order; without it COMn maps to the
+// platform's serial devices in a fixed order (see defaultPath).
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace telvo::platform {
+
+class SimulatedLine;
+class LinePeer;
+
+struct PortTarget {
+    enum Kind { Missing, Device, Simulated } kind = Missing;
+    QString path;
+    SimulatedLine* line = nullptr;
+};
+
+class PortMap {
+public:
+    static PortMap& instance();
+
+    // Reads TELVO_PORTS; an unset variable gives the platform default.
+    void loadFromEnvironment();
+    void setPorts(const QStringList& entries); // "sim" or a device path for COM1, COM2, ...
+    QStringList ports() const { return m_entries; }
+    bool usesDefault() const { return m_default; }
+
+    // Makes the device behind a "sim" entry. Installed by the program, or by a test.
+    using PeerFactory = std::function<std::unique_ptr<LinePeer>(int comPort)>;
+    void setPeerFactory(PeerFactory f) { m_factory = std::move(f); }
+    // Puts a given device behind COMn (a test's scripted peer); the map does not own it.
+    void attachPeer(int comPort, LinePeer* peer);
+
+    PortTarget resolve(int comPort);
+    SimulatedLine* simulatedLine(int comPort);
+
+    static QString defaultPath(int comPort);
+
+private:
+    PortMap();
+    QStringList m_entries;
+    bool m_default = true;
+    PeerFactory m_factory;
+    std::map<int, std::unique_ptr<SimulatedLine>> m_lines;
+    std::map<int, std::unique_ptr<LinePeer>> m_ownedPeers;
+};
+
+} // namespace telvo::platform

@@ -1,0 +1,111 @@
+#pragma once
+// An in-process serial line to a device that lives in software. The line carries bytes at the
+// pace of the rate each end runs at (8N1: ten bit times a byte), honours CTS when the port uses
+// RTS handshaking, counts what has not yet left, and turns bytes sent at a rate the other end
+// is not running at into noise, as a real cable does.
+
+#include "platform/Clock.h"
+#include "platform/CommBackend.h"
+
+#include <QByteArray>
+#include <deque>
+
+namespace telvo::platform {
+
+class LineHost;
+
+// The far end of the line: a scripted peer in tests, the device emulator otherwise.
+class LinePeer {
+public:
+    virtual ~LinePeer() = default;
+    virtual void attached(LineHost* host) { m_host = host; }
+    // Bytes that reached the device, already noise when the rates differ.
+    virtual void bytesArrived(const QByteArray& bytes) = 0;
+    // The rate the device's own port runs at; 0 follows whatever the program set.
+    virtual int baud() const { return 0; }
+    // The program opened or closed its end.
+    virtual void hostOpenChanged(bool) {}
+
+protected:
+    LineHost* m_host = nullptr;
+};
+
+// What the line offers the device.
+class LineHost {
+public:
+    virtual ~LineHost() = default;
+    // Queues bytes for sending towards the program at the device's rate.
+    virtual void peerSend(const QByteArray& bytes) = 0;
+    virtual void peerSetCts(bool cts) = 0;
+    virtual int hostBaud() const = 0;
+    virtual bool hostOpen() const = 0;
+    virtual int peerPendingBytes() const = 0;
+};
+
+class SimulatedLine : public CommBackend, public LineHost {
+    Q_OBJECT
+public:
+    explicit SimulatedLine(LinePeer* peer = nullptr);
+    ~SimulatedLine() override;
+
+    void setPeer(LinePeer* peer);
+    LinePeer* peer() const { return m_peer; }
+    // When off, bytes arrive at once (the scripted tests of the exchange do not care for pace).
+    void setPacing(bool on) { m_pacing = on; }
+    // A cut cable: nothing passes either way from now on.
+    void setCut(bool cut) { m_cut = cut; }
+
+    // CommBackend
+    int open(const LineSettings& s, QString* error) override;
+    void close() override;
+    bool isOpen() const override { return m_open; }
+    void apply(const LineSettings& s) override;
+    qint64 write(const QByteArray& bytes) override;
+    QByteArray readAll() override;
+    int bytesAvailable() const override { return int(m_rx.size()); }
+    bool cts() const override { return m_cts; }
+    int outBufferCount() const override { return int(m_tx.size()); }
+    void setWriteTimeout(int ms) override { m_writeTimeoutMs = ms; }
+    int writeTimeout() const override { return m_writeTimeoutMs; }
+    qintptr handle() const override { return m_open ? qintptr(this) : -1; }
+
+    // LineHost
+    void peerSend(const QByteArray& bytes) override;
+    void peerSetCts(bool cts) override;
+    int hostBaud() const override { return m_settings.baud; }
+    bool hostOpen() const override { return m_open; }
+    int peerPendingBytes() const override { return int(m_fromPeer.size()); }
+
+    // Every byte that left the program, in order (the wire as the device saw it sent).
+    const QByteArray& wire() const { return m_wire; }
+    void clearWire() { m_wire.clear(); }
+    qint64 bytesDelivered() const { return m_bytesToPeer; }
+
+    static qint64 byteTimeUs(int baud) { return baud > 0 ? (10'000'000LL + baud - 1) / baud : 0; }
+
+private:
+    void pumpTx();
+    void pumpRx();
+    int peerBaud() const;
+    QByteArray noiseFor(const QByteArray& bytes);
+    bool flowStopped() const;
+
+    LinePeer* m_peer = nullptr;
+    LineSettings m_settings;
+    bool m_open = false;
+    bool m_pacing = true;
+    bool m_cut = false;
+    bool m_cts = true;
+    int m_writeTimeoutMs = 0;
+    std::deque<char> m_tx;       // written by the program, not yet on the line
+    std::deque<char> m_fromPeer; // sent by the device, not yet on the line
+    QByteArray m_rx;             // arrived at the program, not yet read
+    QByteArray m_wire;
+    qint64 m_bytesToPeer = 0;
+    Clock::Id m_txEvent = 0;
+    Clock::Id m_rxEvent = 0;
+    Clock::Id m_notifyEvent = 0;
+    quint32 m_noiseSeed = 0x2545F491u;
+};
+
+} // namespace telvo::platform
