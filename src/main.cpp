@@ -4,6 +4,8 @@
 #include "platform/PortMap.h"
 #include "platform/Platform.h"
 
+#include "DevicePeer.h"
+
 #include <QApplication>
 
 int main(int argc, char** argv) {
@@ -12,6 +14,8 @@ int main(int argc, char** argv) {
     QStringList words = QApplication::arguments();
     words.removeFirst();
     telvo::ui::SetCommandLine(words.join(QLatin1Char(' ')));
+    // "sim" entries of TELVO_PORTS put the device emulator behind that COM number, in-process.
+    telvo::platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
     try {
         telvo::ui::Handle([] { telvo::ui::Main(); });
         if (telvo::platform::ProgramEnded()) return 0;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Starts the utility on the demo home, talking to the device emulator.
 set -euo pipefail
-build=$1; home=$2
+build=$(cd "$1" && pwd); home=$(cd "$2" && pwd)
 export TELVO_HOME="$home"
 if [ -z "${TELVO_PORTS:-}" ] && [ -x "$build/bin/vorix-sim" ]; then
   link="$home/vorix-pty"

@@ -10,12 +10,18 @@ RuntimeError::RuntimeError(int number, const QString& description)
 
 namespace {
 
-[[noreturn]] void raiseOverflow() { throw RuntimeError(kOverflow, QStringLiteral("Overflow")); }
+[[noreturn]] void raiseOverflow() {
+    throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+}
 
 // The classic Val strips these wherever they stand, so "1 2" reads as 12.
-bool isValBlank(QChar c) { return c == u' ' || c == u'\t' || c == u'\n'; }
+bool isValBlank(QChar c) {
+    return c == u' ' || c == u'\t' || c == u'\n';
+}
 
-bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
+bool isDigit(QChar c) {
+    return c >= u'0' && c <= u'9';
+}
 
 // "&H" and "&O" literals: results that fit 16 bits are read as a signed 16-bit number, the rest
 // as a signed 32-bit one, as the classic Val does.
@@ -162,7 +168,9 @@ QString TrimBlankRight(const QString& text) {
     return text.left(n);
 }
 
-QString TrimBlank(const QString& text) { return TrimBlankLeft(TrimBlankRight(text)); }
+QString TrimBlank(const QString& text) {
+    return TrimBlankLeft(TrimBlankRight(text));
+}
 
 bool SameText(const QString& a, const QString& b) {
     return a.compare(b, Qt::CaseInsensitive) == 0;
@@ -182,7 +190,9 @@ QString Mid(const QString& text, int start, int length) {
     return text.mid(start - 1, length);
 }
 
-QString Left(const QString& text, int length) { return length <= 0 ? QString() : text.left(length); }
+QString Left(const QString& text, int length) {
+    return length <= 0 ? QString() : text.left(length);
+}
 
 QString Right(const QString& text, int length) {
     return length <= 0 ? QString() : text.right(length);

@@ -3,7 +3,9 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "config/FP.h"
+#include "config/FWR.h"
 #include "config/INI.h"
+#include "config/MDL.h"
 #include "settings/SCL.h"
 
 #include <memory>
@@ -17,6 +19,8 @@ struct Windows {
     std::unique_ptr<DBG> dbg;
     std::unique_ptr<FP> fp;
     std::unique_ptr<INI> ini;
+    std::unique_ptr<MDL> mdl;
+    std::unique_ptr<FWR> fwr;
 };
 
 Windows& windows() {
@@ -62,6 +66,18 @@ INI& ini() {
     return *w;
 }
 
+MDL& mdl() {
+    auto& w = windows().mdl;
+    if (!w) w = std::make_unique<MDL>();
+    return *w;
+}
+
+FWR& fwr() {
+    auto& w = windows().fwr;
+    if (!w) w = std::make_unique<FWR>();
+    return *w;
+}
+
 bool WindowExists(const char* name) {
     const QString n = QString::fromLatin1(name);
     if (n == QLatin1String("SCL")) return bool(windows().scl);
@@ -69,11 +85,15 @@ bool WindowExists(const char* name) {
     if (n == QLatin1String("DBG")) return bool(windows().dbg);
     if (n == QLatin1String("FP")) return bool(windows().fp);
     if (n == QLatin1String("INI")) return bool(windows().ini);
+    if (n == QLatin1String("MDL")) return bool(windows().mdl);
+    if (n == QLatin1String("FWR")) return bool(windows().fwr);
     return false;
 }
 
 void ResetSession() {
     auto& w = windows();
+    w.fwr.reset();
+    w.mdl.reset();
     w.ini.reset();
     w.fp.reset();
     w.dbg.reset();

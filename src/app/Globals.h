@@ -15,6 +15,8 @@ class LDR;
 class DBG;
 class FP;
 class INI;
+class MDL;
+class FWR;
 
 struct AppGlobals {
     bool DebuggerMode = false;
@@ -45,11 +47,18 @@ struct DriverGlobals {
     QStringList lstComPorts; // hidden list of the ports found
 };
 
+// The main window's selectors: while set, a change the program makes is no user's command.
+struct SettingsGlobals {
+    bool SuppressTab = false;
+    bool SuppressOutput = false;
+};
+
 struct Session {
     AppGlobals app;
     core::LinkState link;
     core::ConfigTables config;
     DriverGlobals driver;
+    SettingsGlobals settings;
     core::ConsoleText ldrText; // Text1 of LDR
     core::ConsoleText dbgText; // Text1 of DBG
 };
@@ -65,6 +74,8 @@ LDR& ldr();
 DBG& dbg();
 FP& fp();
 INI& ini();
+MDL& mdl();
+FWR& fwr();
 bool WindowExists(const char* name);
 
 // Tests: throws away every window and all state, as a new run would have it.

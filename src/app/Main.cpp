@@ -31,10 +31,16 @@ void Main() {
     SCL& s = scl();
     // Steps up to the deletion of the log go on through any error.
     a.DebuggerMode = CommandLineHas(QStringLiteral("FRKdebugger"));
-    if (CommandLineHas(QStringLiteral("\\Reset"))) ini().ResetINI();
+    if (CommandLineHas(QStringLiteral("\\Reset"))) {
+        try {
+            ini().ResetINI();
+        } catch (const core::RuntimeError&) {
+            // Errors are ignored up to the deletion of the log.
+        }
+    }
     QFile::remove(LogFilePath());
 
-    Config().StateSettings.clear();
+    Config().StateSettings = {core::StateSettingRow()};
     if (!CheckIniFile()) platform::EndProgram();
     InitDefaults();
     ArrangeToolButtons();
@@ -47,7 +53,7 @@ void Main() {
         const QString folder = platform::NativePath(c.FirmwareDir);
         if (!QDir(folder).exists()) QDir().mkpath(folder);
     }
-    if (c.StateSettings.size() > 1) {
+    if (core::TableRows(c.StateSettings) > 0) {
         s.chkSaveRestore->show();
     } else {
         s.chkSaveRestore->setChecked(false);

@@ -74,7 +74,9 @@ QString HexField(const QString& value, int width) {
     return HexField(value.isEmpty() ? 0 : CLng(Val(value)), width);
 }
 
-QString ToHex4(qint64 value) { return HexField(value, 4); }
+QString ToHex4(qint64 value) {
+    return HexField(value, 4);
+}
 
 std::optional<int> Hex2IntChecked(const QString& text) {
     QString digits = text;
@@ -110,7 +112,9 @@ qint64 HexToLong(const QString& text) {
     return value;
 }
 
-QChar HexDigitChar(int n) { return QLatin1Char("0123456789abcdef"[n & 15]); }
+QChar HexDigitChar(int n) {
+    return QLatin1Char("0123456789abcdef"[n & 15]);
+}
 
 QString CutAtNul(const QString& text) {
     const int at = text.indexOf(QChar(0));
@@ -160,10 +164,10 @@ bool FileExists(const QString& path) {
 }
 
 QString ControlName(int code) {
-    static const char* const kNames[32] = {
-        "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS",  "TAB", "LF",
-        "VT",  "FF",  "CR",  "SO",  "SI",  "DLE", "DC1", "DC2", "DC3", "DC4", "NAK",
-        "SYN", "ETB", "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
+    static const char* const kNames[32] = {"NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL",
+                                           "BS",  "TAB", "LF",  "VT",  "FF",  "CR",  "SO",  "SI",
+                                           "DLE", "DC1", "DC2", "DC3", "DC4", "NAK", "SYN", "ETB",
+                                           "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
     if (code < 0 || code > 31)
         return {};
     return u'(' + QLatin1String(kNames[code]) + u')';

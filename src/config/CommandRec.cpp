@@ -24,7 +24,9 @@ QList<ValueRec> parseValueItems(QString field) {
 
 } // namespace
 
-CommandTable EmptyCommandTable() { return CommandTable{CommandRec{}}; }
+CommandTable EmptyCommandTable() {
+    return CommandTable{CommandRec{}};
+}
 
 void ParseCommandLine(const QString& line, CommandTable& commands,
                       const std::function<void(const QString&)>& messageBox) {

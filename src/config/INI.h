@@ -1,6 +1,8 @@
 #pragma once
 // "INI File Initialization": leads a first-time user through a template Telvo.ini.
 
+#include "config/IniRewrite.h"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
@@ -53,11 +55,15 @@ public:
 
     void cmdDone_Click();
     void cmdCancel_Click();
+    void lstModels_Click();
+    void optIRyes_Click();
+    void optIRno_Click();
 
 protected:
     void showEvent(QShowEvent* e) override;
 
 private:
+    core::IniChoices choices() const;
     bool m_loaded = false;
 };
 

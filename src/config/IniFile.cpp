@@ -37,7 +37,9 @@ template <typename T> void ensureEntryZero(QList<T>& table) {
         table.append(T{});
 }
 
-template <typename T> void emptyTable(QList<T>& table) { table = QList<T>{T{}}; }
+template <typename T> void emptyTable(QList<T>& table) {
+    table = QList<T>{T{}};
+}
 
 bool conditionPasses(const QString& item, const IniControls& controls, const QString& options) {
     const QString prefix = item.left(2).toUpper();
@@ -63,7 +65,9 @@ bool conditionPasses(const QString& item, const IniControls& controls, const QSt
     return negated ? !present : present;
 }
 
-bool trueTest(const QString& value) { return SquashUpper(value) == QStringLiteral("TRUE"); }
+bool trueTest(const QString& value) {
+    return SquashUpper(value) == QStringLiteral("TRUE");
+}
 
 bool keyIs(const QString& key, std::initializer_list<const char*> names) {
     for (const char* name : names) {
@@ -135,7 +139,8 @@ void readSystemLine(const QString& line, ConfigTables& tables, IniControls& cont
         if (found)
             tables.TransferSpeed = value;
         else
-            reports.append({IniReport::Alert, QStringLiteral("Illegal File Transfer Speed In ini File")});
+            reports.append(
+                {IniReport::Alert, QStringLiteral("Illegal File Transfer Speed In ini File")});
     } else if (key == QLatin1String("SAVESETTINGS")) {
         controls.chkSaveRestore = trueTest(value);
     } else if (key == QLatin1String("FIRMWAREFOLDER")) {
@@ -312,7 +317,7 @@ QString StripIniLine(const QString& line) {
 
 QString FirstIniLine(const QStringList& lines) {
     for (const QString& raw : lines) {
-        const QString line = StripIniLine(raw);
+        QString line = StripIniLine(raw);
         if (!line.isEmpty())
             return line;
     }
@@ -325,7 +330,7 @@ bool IsPrototypeFile(const QStringList& lines) {
 
 namespace {
 
-// One UTF-8 sequence at `i`, or nullopt-like -1 when the bytes there are not valid UTF-8.
+// The code point of the UTF-8 sequence at `i`, or -1 when the bytes there are not valid UTF-8.
 qint32 decodeUtf8(const QByteArray& bytes, qsizetype i, int& length) {
     const auto byte = [&](qsizetype k) { return static_cast<quint8>(bytes.at(k)); };
     const quint8 lead = byte(i);

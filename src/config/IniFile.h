@@ -68,7 +68,7 @@ template <typename T> qsizetype TableRows(const QList<T>& table) {
 struct IniControls {
     QString DeviceModel = QStringLiteral("Vorix"); // caption of DeviceModel
     QString txtFirmware;
-    QStringList lstRate = InitialRateList(DefaultBaudRates()); // index 0 is "?????"
+    QStringList lstRate; // list texts as InitDefaults left them (InitialRateList), index 0 "?????"
     std::optional<bool> chkConfirm;
     std::optional<bool> chkDefaults;
     std::optional<bool> chkSaveRestore;

@@ -54,9 +54,10 @@ bool CheckIniFile() {
         platform::MessageBox(QStringLiteral("There is no INI file, Program may not continue"));
         return false;
     }
-    const QString first = core::FirstIniLine(readLines(path));
-    if (first.isEmpty()) return false; // nothing but comments: the program ends in silence
-    if (first.compare(QLatin1String("PROTOTYPE"), Qt::CaseInsensitive) != 0) return true;
+    const QStringList lines = readLines(path);
+    // Nothing but comments and blank lines: the program ends in silence.
+    if (core::FirstIniLine(lines).isEmpty()) return false;
+    if (!core::IsPrototypeFile(lines)) return true;
     // A template: the first-run window leads the user through it.
     INI& w = ini();
     w.IniDone = false;

@@ -138,6 +138,4 @@ void DBG::cmdExit_Click() {
     hide();
 }
 
-void DBG::keyPressEvent(QKeyEvent* e) { QWidget::keyPressEvent(e); }
-
 } // namespace telvo::ui

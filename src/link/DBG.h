@@ -37,9 +37,6 @@ public:
     void cmdsend_Click();
     void cmdExit_Click();
 
-protected:
-    void keyPressEvent(QKeyEvent* e) override;
-
 private:
     quint64 m_shownRevision = ~0ull;
 };

@@ -5,21 +5,24 @@
 #include "app/MajorSubs.h"
 #include "app/MinorSubs.h"
 #include "config/FP.h"
+#include "config/INI.h"
 #include "firmware/LDR.h"
 #include "link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/Platform.h"
+#include "settings/Layout.h"
 #include "settings/SCL.h"
 
 #include <algorithm>
 
 namespace telvo::ui {
 
-using core::SameText;
 using core::Val;
 
 namespace {
-QString model() { return scl().DeviceModel->text(); }
+QString model() {
+    return scl().DeviceModel->text();
+}
 const QString kSettingsTail = QStringLiteral(",n,8,1");
 } // namespace
 
@@ -28,7 +31,6 @@ const QString kSettingsTail = QStringLiteral(",n,8,1");
 void EnumeratePorts() {
     SCL& s = scl();
     platform::CommControl* P1 = s.P1;
-    App();
     G().driver.lstComPorts.clear();
     FP& f = fp();
     f.Label1->setText(QString());
@@ -38,12 +40,15 @@ void EnumeratePorts() {
         f.Label1->setText(QStringLiteral("Checking for port COM") + QString::number(n));
         P1->ClearError();
         P1->setPortOpen(false);
-        if (P1->ErrNumber() != 0 && P1->ErrNumber() != 8012) continue;
+        if (P1->ErrNumber() != 0 && P1->ErrNumber() != 8012)
+            continue;
         P1->ClearError();
         P1->setCommPort(n);
-        if (P1->ErrNumber() != 0) continue;
+        if (P1->ErrNumber() != 0)
+            continue;
         P1->setPortOpen(true);
-        if (P1->ErrNumber() != 0) continue;
+        if (P1->ErrNumber() != 0)
+            continue;
         ++count;
         G().driver.lstComPorts << QStringLiteral("COM") + QString::number(n);
         P1->setPortOpen(false);
@@ -56,7 +61,8 @@ void EnumeratePorts() {
 
 void BuildPortList() {
     SCL& s = scl();
-    if (G().driver.lstComPorts.isEmpty()) EnumeratePorts();
+    if (G().driver.lstComPorts.isEmpty())
+        EnumeratePorts();
     if (G().driver.lstComPorts.isEmpty()) {
         const QString text = QStringLiteral("There were no Com Ports found on this machine.");
         if (Config().MaxPorts < 1) {
@@ -72,14 +78,16 @@ void BuildPortList() {
     QStringList lstTemp;
     for (const QString& name : G().driver.lstComPorts)
         lstTemp << (name.size() == 4 ? name.left(3) + QStringLiteral("0") + name.mid(3) : name);
-    std::sort(lstTemp.begin(), lstTemp.end(),
-              [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+    std::sort(lstTemp.begin(), lstTemp.end(), [](const QString& a, const QString& b) {
+        return a.compare(b, Qt::CaseInsensitive) < 0;
+    });
     s.lstPort->clear();
     s.lstPort->addItem(QStringLiteral("?????"));
     for (const QString& name : lstTemp)
         s.lstPort->addItem(core::Mid(name, 4, 1) == QLatin1String("0") ? name.left(3) + name.mid(4)
                                                                        : name);
-    s.lstPort->setCurrentIndex(0);
+    if (!lstTemp.isEmpty())
+        ini().lstPorts->setCurrentIndex(0);
 }
 
 void SelectConfiguredPort() {
@@ -111,10 +119,16 @@ qint16 GetProbeMode() {
     const QString port = s.lstPort->currentText();
     const QString rate = s.lstRate->currentText();
     if (!portKnown && !rateKnown) {
-        if (ConfirmOperation(QStringLiteral("Niether the Com Port nor the Baud rate is provided, a full Search will be done"), 0))
+        if (ConfirmOperation(QStringLiteral("Niether the Com Port nor the Baud rate is provided, a "
+                                            "full Search will be done"),
+                             0))
             return 0;
     } else if (!portKnown) {
-        if (ConfirmOperation(QStringLiteral("The Com Port is not provided, a search of all ports will be done at ") + rate, 0))
+        if (ConfirmOperation(
+                QStringLiteral(
+                    "The Com Port is not provided, a search of all ports will be done at ") +
+                    rate,
+                0))
             return 1;
     } else if (!rateKnown) {
         if (ConfirmOperation(QStringLiteral("A Baud Rate is not provided, a search of ") + port +
@@ -137,12 +151,17 @@ bool FindDevice(int mode) {
     int firstP = 1, lastP = lastPort, firstR = 1, lastR = lastRate;
     auto indexOf = [](QComboBox* list, const QString& text) {
         for (int i = 0; i < list->count(); ++i)
-            if (list->itemText(i) == text) return i;
+            if (list->itemText(i) == text)
+                return i;
         return 0;
     };
     switch (mode) {
-    case 1: firstR = lastR = s.lstRate->currentIndex(); break;
-    case 2: firstP = lastP = s.lstPort->currentIndex(); break;
+    case 1:
+        firstR = lastR = s.lstRate->currentIndex();
+        break;
+    case 2:
+        firstP = lastP = s.lstPort->currentIndex();
+        break;
     case 3:
         firstP = lastP = s.lstPort->currentIndex();
         firstR = lastR = s.lstRate->currentIndex();
@@ -151,13 +170,17 @@ bool FindDevice(int mode) {
         firstP = lastP = indexOf(s.lstPort, s.txtPort->text());
         firstR = lastR = indexOf(s.lstRate, s.txtxfrspeed->text());
         break;
-    case 11: firstP = lastP = indexOf(s.lstPort, s.txtPort->text()); break;
-    default: break;
+    case 11:
+        firstP = lastP = indexOf(s.lstPort, s.txtPort->text());
+        break;
+    default:
+        break;
     }
     QString found;
     for (int p = firstP; p <= lastP && found.isEmpty(); ++p) {
         // The list may carry a remark behind the name.
-        const QString port = core::TrimBlank(s.lstPort->itemText(p).section(QLatin1Char(' '), 0, 0));
+        const QString port =
+            core::TrimBlank(s.lstPort->itemText(p).section(QLatin1Char(' '), 0, 0));
         s.txtPort->setText(port);
         ShowStatus(QStringLiteral("Checking Com Port ") + port, 1);
         if (TryOpenPort(port)) {
@@ -167,9 +190,11 @@ bool FindDevice(int mode) {
             s.lblMessage->setText(QString());
         }
     }
-    if (found.isEmpty()) return false;
+    if (found.isEmpty())
+        return false;
     s.txtCrntSpeed->setText(found);
-    if (s.txtOrigSpeed->text().isEmpty()) s.txtOrigSpeed->setText(found);
+    if (s.txtOrigSpeed->text().isEmpty())
+        s.txtOrigSpeed->setText(found);
     return true;
 }
 
@@ -180,7 +205,8 @@ bool TryOpenPort(const QString& port) {
     P1->setCommPort(int(Val(core::Mid(port, 4))));
     P1->setHandshaking(2);
     P1->setPortOpen(true);
-    if (P1->ErrNumber() == 0) return true;
+    if (P1->ErrNumber() == 0)
+        return true;
     scl().lblMessage->setText(QStringLiteral("Port ") + port + QStringLiteral(" ") +
                               P1->ErrDescription());
     return false;
@@ -189,7 +215,9 @@ bool TryOpenPort(const QString& port) {
 QString ProbeRates(const QString&, int first, int last) {
     SCL& s = scl();
     platform::CommControl* P1 = s.P1;
-    int kept = 0;
+    // The port's own time-outs, put back after the probe. Read once: a record read while the
+    // probe's copy is in force would put the probe's 100 ms back for good.
+    const int kept = P1->WriteTimeout();
     for (int i = first; i <= last; ++i) {
         const QString rate = s.lstRate->itemText(i);
         s.txtCrntSpeed->setText(rate);
@@ -199,7 +227,6 @@ QString ProbeRates(const QString&, int first, int last) {
         P1->setRThreshold(1);
         P1->setPortOpen(true);
         // A probe write may never hang on a line with nothing on it.
-        kept = P1->WriteTimeout();
         P1->setWriteTimeout(100);
         if (ProbeExchange(QStringLiteral("20"), QStringLiteral("A1") + core::NUL())) {
             P1->setWriteTimeout(kept);
@@ -219,7 +246,8 @@ QString ProbeRates(const QString&, int first, int last) {
 void PowerUp() {
     core::LinkState& l = Link();
     WriteLogFile(QStringLiteral("Starting Subroutine PowerUp"));
-    if (l.PowerState != QLatin1String("STANDBY")) return;
+    if (l.PowerState != QLatin1String("STANDBY"))
+        return;
     for (int i = 0; i < 5 && l.PowerState != QLatin1String("ON"); ++i) {
         ShowStatus(QStringLiteral("Sending command to Power up Gorda"));
         SetDevice(QStringLiteral("A1"), QStringLiteral("1"));
@@ -292,17 +320,21 @@ bool ConnectDevice() {
                 SetState(QStringLiteral("Standby"));
                 ldr().ResetIdle();
                 s.lblWait->hide();
+                SetUserLayout(Config().UserLevel);
                 EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
                 return false;
             }
             SetState(QStringLiteral("Powered"));
-            if (s.txtxfrspeed->text().isEmpty()) s.txtxfrspeed->setText(Config().TransferSpeed);
+            if (s.txtxfrspeed->text().isEmpty())
+                s.txtxfrspeed->setText(Config().TransferSpeed);
             s.lblWait->hide();
             EnableControls(QStringLiteral("ALL"));
+            SetUserLayout(Config().UserLevel);
             connected = true;
         }
     }
-    if (connected) return true;
+    if (connected)
+        return true;
     ldr().ResetIdle();
     s.lblWait->hide();
     return false;
@@ -312,17 +344,20 @@ void ReopenPort() {
     SCL& s = scl();
     platform::CommControl* P1 = s.P1;
     auto giveUp = [](const QString& middle) {
-        platform::MessageBox(QStringLiteral("Unable to re-open the com port.  It was never opened.") +
-                             QStringLiteral("\r\n") + middle + QStringLiteral("\r\n") +
-                             QStringLiteral(" Program will end, restart and click 'Open Port'"));
+        platform::MessageBox(
+            QStringLiteral("Unable to re-open the com port.  It was never opened.") +
+            QStringLiteral("\r\n") + middle + QStringLiteral("\r\n") +
+            QStringLiteral(" Program will end, restart and click 'Open Port'"));
         platform::EndProgram();
     };
     if (s.txtPort->text().isEmpty()) {
-        if (!ConnectDevice()) giveUp(QStringLiteral("The Port the device is on is not known"));
+        if (!ConnectDevice())
+            giveUp(QStringLiteral("The Port the device is on is not known"));
         return;
     }
     if (s.txtCrntSpeed->text().isEmpty()) {
-        if (!ConnectDevice()) giveUp(QStringLiteral("The Serial Port Speed for the device is not known"));
+        if (!ConnectDevice())
+            giveUp(QStringLiteral("The Serial Port Speed for the device is not known"));
         return;
     }
     P1->setPortOpen(false);
@@ -332,68 +367,15 @@ void ReopenPort() {
     P1->setHandshaking(2);
     P1->setRThreshold(1);
     P1->setPortOpen(true);
-    if (P1->ErrNumber() != 0) s.lblMessage->setText(P1->ErrDescription());
+    if (P1->ErrNumber() != 0)
+        s.lblMessage->setText(P1->ErrDescription());
 }
 
 void cmdOpen_Click() {
     if (ConnectDevice()) {
-        // The panels are refreshed by the settings subsystem once it is built.
+        RefreshPanels(7);
         scl().lblWait->hide();
     }
 }
-
-// ---- Speed ----------------------------------------------------------------------------------
-
-QString RateFromCode(const QString& code) {
-    const auto& rates = Config().BaudRates;
-    for (int i = 1; i < rates.size(); ++i)
-        if (Val(rates[i].Code) == Val(code)) return rates[i].Rate;
-    return QStringLiteral("19200");
-}
-
-QString CodeToRateText(const QString& code) {
-    const auto& rates = Config().BaudRates;
-    for (int i = 1; i < rates.size(); ++i)
-        if (SameText(rates[i].Code, code)) return rates[i].Rate;
-    return QStringLiteral("?????");
-}
-
-int RateIndex(const QString& rate) {
-    const auto& rates = Config().BaudRates;
-    for (int i = 1; i < rates.size(); ++i)
-        if (Val(rates[i].Rate) == Val(rate)) return i;
-    return 0;
-}
-
-void ApplyPortRate(const QString& value) {
-    QString rate = value;
-    if (Val(value) < 10) {
-        rate = CodeToRateText(value);
-        if (rate == QLatin1String("?????")) return;
-    }
-    SCL& s = scl();
-    s.P1->setPortOpen(false);
-    s.P1->setSettings(rate + kSettingsTail);
-    s.P1->setPortOpen(true);
-    s.P1->ClearError();
-    s.txtCrntSpeed->setText(rate);
-}
-
-void SetGordaBaudRate(const QString&) {}
-
-// ---- State ----------------------------------------------------------------------------------
-
-void SetState(const QString& word) {
-    QString w = word;
-    if (w == QLatin1String("Firmware"))
-        w = Link().DeviceTalking ? QStringLiteral("Idle") : QStringLiteral("Invalid");
-    scl().txtState->setText(w);
-    App().DeviceState = w.toUpper();
-}
-
-void ReadFirmware() {}
-void ReadModel() {}
-void CheckSDI() {}
-void EnsureModelAndFirmware() {}
 
 } // namespace telvo::ui

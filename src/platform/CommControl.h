@@ -6,6 +6,7 @@
 #include "platform/CommBackend.h"
 
 #include <QObject>
+#include <QPointer>
 #include <memory>
 
 namespace telvo::platform {
@@ -65,7 +66,8 @@ private:
     int m_sThreshold = 0;
     int m_commEvent = 0;
     int m_writeTimeout = 0;
-    CommBackend* m_backend = nullptr;
+    // The in-process line belongs to the port map and may go first (a test's teardown).
+    QPointer<CommBackend> m_backend;
     std::unique_ptr<CommBackend> m_owned;
     int m_errNumber = 0;
     QString m_errDescription;

@@ -9,7 +9,7 @@
 
 namespace telvo::platform {
 
-SerialPortBackend::SerialPortBackend(const QString& path) {
+SerialPortBackend::SerialPortBackend(const QString& path) : m_path(path) {
     m_port.setPortName(path);
     connect(&m_port, &QSerialPort::readyRead, this, &CommBackend::received);
     m_writeWatch.setSingleShot(true);
@@ -37,7 +37,7 @@ static QSerialPort::FlowControl flowOf(Handshake h) {
 }
 
 int SerialPortBackend::open(const LineSettings& s, QString* error) {
-    if (!QFileInfo::exists(m_port.portName())) {
+    if (!QFileInfo::exists(m_path)) {
         if (error) *error = QStringLiteral("Invalid Port Number");
         return 8002;
     }

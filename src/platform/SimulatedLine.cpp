@@ -1,5 +1,7 @@
 #include "platform/SimulatedLine.h"
 
+#include <algorithm>
+
 namespace telvo::platform {
 
 SimulatedLine::SimulatedLine(LinePeer* peer) { setPeer(peer); }
@@ -40,6 +42,18 @@ void SimulatedLine::apply(const LineSettings& s) { m_settings = s; }
 int SimulatedLine::peerBaud() const {
     const int b = m_peer ? m_peer->baud() : 0;
     return b > 0 ? b : m_settings.baud;
+}
+
+int SimulatedLine::peerTxBaud() const {
+    const int b = m_peer ? m_peer->txBaud() : 0;
+    return b > 0 ? b : m_settings.baud;
+}
+
+void SimulatedLine::setCut(bool cut) {
+    if (cut == m_cut) return;
+    m_cut = cut;
+    // An open input reads as "off": the program sees CTS drop with the cable.
+    peerSetCts(!cut);
 }
 
 bool SimulatedLine::flowStopped() const {
@@ -83,15 +97,22 @@ void SimulatedLine::pumpTx() {
         });
         return;
     }
-    // One byte at a time at the program's rate, so that CTS stops the flow between bytes.
-    m_txEvent = clock.scheduleIn(byteTimeUs(m_settings.baud), [this] {
+    // One byte at a time at the program's rate, so that CTS stops the flow between bytes. The
+    // bytes keep their own timetable: an event that fires late (the wall clock counts timers in
+    // whole milliseconds) delivers every byte whose time has come, so the pace stays exact.
+    const qint64 bt = byteTimeUs(m_settings.baud);
+    m_txLineFreeUs = std::max(m_txLineFreeUs, clock.nowUs());
+    m_txEvent = clock.schedule(m_txLineFreeUs + bt, [this, bt] {
         m_txEvent = 0;
-        if (m_tx.empty()) return;
-        QByteArray one(1, m_tx.front());
-        m_tx.pop_front();
-        if (!m_cut && m_peer) {
-            ++m_bytesToPeer;
-            m_peer->bytesArrived(peerBaud() == m_settings.baud ? one : noiseFor(one));
+        const qint64 now = Clock::instance().nowUs();
+        while (!m_tx.empty() && !flowStopped() && m_txLineFreeUs + bt <= now) {
+            m_txLineFreeUs += bt;
+            QByteArray one(1, m_tx.front());
+            m_tx.pop_front();
+            if (!m_cut && m_peer) {
+                ++m_bytesToPeer;
+                m_peer->bytesArrived(peerBaud() == m_settings.baud ? one : noiseFor(one));
+            }
         }
         pumpTx();
     });
@@ -105,17 +126,20 @@ void SimulatedLine::peerSend(const QByteArray& bytes) {
 void SimulatedLine::pumpRx() {
     if (m_rxEvent || m_fromPeer.empty()) return;
     Clock& clock = Clock::instance();
-    const int sendBaud = peerBaud();
-    const qint64 delay = m_pacing ? byteTimeUs(sendBaud) : 0;
-    const qsizetype count = m_pacing ? 1 : qsizetype(m_fromPeer.size());
-    m_rxEvent = clock.scheduleIn(delay, [this, count, sendBaud] {
+    const int sendBaud = peerTxBaud();
+    const qint64 bt = m_pacing ? byteTimeUs(sendBaud) : 0;
+    m_rxLineFreeUs = std::max(m_rxLineFreeUs, clock.nowUs());
+    m_rxEvent = clock.schedule(m_rxLineFreeUs + bt, [this, bt, sendBaud] {
         m_rxEvent = 0;
+        const qint64 now = Clock::instance().nowUs();
         QByteArray chunk;
-        for (qsizetype i = 0; i < count && !m_fromPeer.empty(); ++i) {
+        // Late events catch up with every byte due by now, as on the way out.
+        while (!m_fromPeer.empty() && (bt == 0 || m_rxLineFreeUs + bt <= now)) {
+            m_rxLineFreeUs += bt;
             chunk.append(m_fromPeer.front());
             m_fromPeer.pop_front();
         }
-        if (m_open && !m_cut) {
+        if (m_open && !m_cut && !chunk.isEmpty()) {
             m_rx.append(sendBaud == m_settings.baud ? chunk : noiseFor(chunk));
             if (!m_notifyEvent)
                 m_notifyEvent = Clock::instance().scheduleIn(0, [this] {
@@ -134,6 +158,7 @@ QByteArray SimulatedLine::readAll() {
 }
 
 void SimulatedLine::peerSetCts(bool cts) {
+    if (m_cut) cts = false;
     if (cts == m_cts) return;
     m_cts = cts;
     if (m_open) {

@@ -23,6 +23,8 @@ public:
     virtual void bytesArrived(const QByteArray& bytes) = 0;
     // The rate the device's own port runs at; 0 follows whatever the program set.
     virtual int baud() const { return 0; }
+    // The rate the device sends at, when that is not the rate it listens at (a fault).
+    virtual int txBaud() const { return baud(); }
     // The program opened or closed its end.
     virtual void hostOpenChanged(bool) {}
 
@@ -40,6 +42,8 @@ public:
     virtual int hostBaud() const = 0;
     virtual bool hostOpen() const = 0;
     virtual int peerPendingBytes() const = 0;
+    // The cable is cut (or mended) at the device's end.
+    virtual void peerSetCut(bool cut) { (void)cut; }
 };
 
 class SimulatedLine : public CommBackend, public LineHost {
@@ -52,8 +56,9 @@ public:
     LinePeer* peer() const { return m_peer; }
     // When off, bytes arrive at once (the scripted tests of the exchange do not care for pace).
     void setPacing(bool on) { m_pacing = on; }
-    // A cut cable: nothing passes either way from now on.
-    void setCut(bool cut) { m_cut = cut; }
+    // A cut cable: nothing passes either way from now on, and CTS reads low.
+    void setCut(bool cut);
+    bool isCut() const { return m_cut; }
 
     // CommBackend
     int open(const LineSettings& s, QString* error) override;
@@ -75,6 +80,7 @@ public:
     int hostBaud() const override { return m_settings.baud; }
     bool hostOpen() const override { return m_open; }
     int peerPendingBytes() const override { return int(m_fromPeer.size()); }
+    void peerSetCut(bool cut) override { setCut(cut); }
 
     // Every byte that left the program, in order (the wire as the device saw it sent).
     const QByteArray& wire() const { return m_wire; }
@@ -87,6 +93,7 @@ private:
     void pumpTx();
     void pumpRx();
     int peerBaud() const;
+    int peerTxBaud() const;
     QByteArray noiseFor(const QByteArray& bytes);
     bool flowStopped() const;
 
@@ -102,6 +109,8 @@ private:
     QByteArray m_rx;             // arrived at the program, not yet read
     QByteArray m_wire;
     qint64 m_bytesToPeer = 0;
+    qint64 m_txLineFreeUs = 0; // when the line out of the program finishes its last byte
+    qint64 m_rxLineFreeUs = 0;
     Clock::Id m_txEvent = 0;
     Clock::Id m_rxEvent = 0;
     Clock::Id m_notifyEvent = 0;

@@ -17,7 +17,9 @@ struct ValCase {
     double expected;
 };
 
-void PrintTo(const ValCase& c, std::ostream* os) { *os << "Val('" << c.text << "')"; }
+void PrintTo(const ValCase& c, std::ostream* os) {
+    *os << "Val('" << c.text << "')";
+}
 
 class ValTable : public ::testing::TestWithParam<ValCase> {};
 
@@ -28,11 +30,10 @@ TEST_P(ValTable, ReadsTheLeadingNumber) {
 
 INSTANTIATE_TEST_SUITE_P(
     Classic, ValTable,
-    ::testing::Values(ValCase{"3A", 3}, ValCase{"1.10b", 1.1}, ValCase{"", 0},
-                      ValCase{"12]", 12}, ValCase{" 1 2 ", 12}, ValCase{"\t5", 5},
-                      ValCase{"-3.5x", -3.5}, ValCase{"+7", 7}, ValCase{".5", 0.5},
-                      ValCase{"abc", 0}, ValCase{"-", 0}, ValCase{"--5", 0},
-                      ValCase{"1e3", 1000}, ValCase{"1E", 1}, ValCase{"2E+", 2},
+    ::testing::Values(ValCase{"3A", 3}, ValCase{"1.10b", 1.1}, ValCase{"", 0}, ValCase{"12]", 12},
+                      ValCase{" 1 2 ", 12}, ValCase{"\t5", 5}, ValCase{"-3.5x", -3.5},
+                      ValCase{"+7", 7}, ValCase{".5", 0.5}, ValCase{"abc", 0}, ValCase{"-", 0},
+                      ValCase{"--5", 0}, ValCase{"1e3", 1000}, ValCase{"1E", 1}, ValCase{"2E+", 2},
                       ValCase{"1D2", 100}, ValCase{"1.2.3", 1.2}, ValCase{"1.5e-1", 0.15},
                       ValCase{"&H10", 16}, ValCase{"&HFFFF", -1}, ValCase{"&H10000", 65536},
                       ValCase{"&O17", 15}, ValCase{"&", 0}, ValCase{"1.24", 1.24},
@@ -51,7 +52,7 @@ TEST(Classic, RoundEvenTakesTiesToTheEvenNeighbour) {
     const struct {
         double in;
         double out;
-    } cases[] = {{0.5, 0},  {1.5, 2},   {2.5, 2},   {3.5, 4},  {-0.5, 0},
+    } cases[] = {{0.5, 0},   {1.5, 2},   {2.5, 2},    {3.5, 4}, {-0.5, 0},
                  {-1.5, -2}, {-2.5, -2}, {2.4999, 2}, {2.6, 3}, {-2.6, -3}};
     for (const auto& c : cases)
         EXPECT_EQ(RoundEven(c.in), c.out) << c.in;
@@ -130,7 +131,8 @@ struct TokenCase {
 };
 
 void PrintTo(const TokenCase& c, std::ostream* os) {
-    *os << "'" << c.text << "' at '" << c.delimiter << "'" << (c.keepQuotes ? " keeping quotes" : "");
+    *os << "'" << c.text << "' at '" << c.delimiter << "'"
+        << (c.keepQuotes ? " keeping quotes" : "");
 }
 
 class ParseTokenTable : public ::testing::TestWithParam<TokenCase> {};
@@ -143,22 +145,21 @@ TEST_P(ParseTokenTable, CutsAtTheFirstDelimiterOutsideQuotes) {
     EXPECT_EQ(text, QString::fromUtf8(c.rest)) << "text: " << c.text;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    MinorSubs, ParseTokenTable,
-    ::testing::Values(TokenCase{"a , b", ",", false, "a", "b"},
-                      TokenCase{" a ; b ; c", ";", false, "a", "b ; c"},
-                      TokenCase{"abc", ",", false, "abc", ""},
-                      TokenCase{"", ",", false, "", ""},
-                      TokenCase{"\"a,b\",c", ",", false, "a,b", "c"},
-                      TokenCase{"\"a,b\",c", ",", true, "\"a,b\"", "c"},
-                      TokenCase{"x\"y:z\"w:v", ":", false, "xy:zw", "v"},
-                      TokenCase{"\"a,b", ",", false, "a,b", ""},
-                      TokenCase{"xANDy", "and", false, "x", "y"},
-                      TokenCase{"[1]   3A ; x", " ", false, "[1]", "3A ; x"},
-                      TokenCase{"\ta ,b", ",", false, "\ta", "b"},
-                      TokenCase{",b", ",", false, "", "b"},
-                      TokenCase{"a,", ",", false, "a", ""},
-                      TokenCase{"a..b", "..", false, "a", "b"}));
+INSTANTIATE_TEST_SUITE_P(MinorSubs, ParseTokenTable,
+                         ::testing::Values(TokenCase{"a , b", ",", false, "a", "b"},
+                                           TokenCase{" a ; b ; c", ";", false, "a", "b ; c"},
+                                           TokenCase{"abc", ",", false, "abc", ""},
+                                           TokenCase{"", ",", false, "", ""},
+                                           TokenCase{"\"a,b\",c", ",", false, "a,b", "c"},
+                                           TokenCase{"\"a,b\",c", ",", true, "\"a,b\"", "c"},
+                                           TokenCase{"x\"y:z\"w:v", ":", false, "xy:zw", "v"},
+                                           TokenCase{"\"a,b", ",", false, "a,b", ""},
+                                           TokenCase{"xANDy", "and", false, "x", "y"},
+                                           TokenCase{"[1]   3A ; x", " ", false, "[1]", "3A ; x"},
+                                           TokenCase{"\ta ,b", ",", false, "\ta", "b"},
+                                           TokenCase{",b", ",", false, "", "b"},
+                                           TokenCase{"a,", ",", false, "a", ""},
+                                           TokenCase{"a..b", "..", false, "a", "b"}));
 
 TEST(MinorSubs, DropQuotesRemovesEveryQuoteAndTrims) {
     EXPECT_EQ(DropQuotes(QStringLiteral(" \"a:b\" ")), QStringLiteral("a:b"));
@@ -196,8 +197,8 @@ TEST(MinorSubs, HexFieldIsLowerCaseAndPadded) {
         qint64 value;
         int width;
         const char* out;
-    } cases[] = {{0, 0, "0"},     {0, 2, "00"},       {5, 2, "05"},       {255, 2, "ff"},
-                 {256, 2, "100"}, {4660, 0, "1234"},  {10, -1, "a"},      {-1, 0, "ffffffff"},
+    } cases[] = {{0, 0, "0"},       {0, 2, "00"},       {5, 2, "05"},  {255, 2, "ff"},
+                 {256, 2, "100"},   {4660, 0, "1234"},  {10, -1, "a"}, {-1, 0, "ffffffff"},
                  {8324, 4, "2084"}, {65536, 4, "10000"}};
     for (const auto& c : cases)
         EXPECT_EQ(HexField(c.value, c.width), QLatin1String(c.out)) << c.value;
@@ -246,8 +247,7 @@ TEST(MinorSubs, CutAtNulIsEmptyWithoutANul) {
 }
 
 TEST(MinorSubs, TextBeforeIsTrimmed) {
-    EXPECT_EQ(TextBefore(QStringLiteral(" key = val"), QStringLiteral("=")),
-              QStringLiteral("key"));
+    EXPECT_EQ(TextBefore(QStringLiteral(" key = val"), QStringLiteral("=")), QStringLiteral("key"));
     EXPECT_EQ(TextBefore(QStringLiteral(" abc "), QStringLiteral("=")), QStringLiteral("abc"));
 }
 

@@ -40,7 +40,9 @@ struct ExampleCase {
     bool readOnly, writeOnly, notInIR;
 };
 
-void PrintTo(const ExampleCase& c, std::ostream* os) { *os << c.line; }
+void PrintTo(const ExampleCase& c, std::ostream* os) {
+    *os << c.line;
+}
 
 class WorkedExamples : public ::testing::TestWithParam<ExampleCase> {};
 
@@ -68,32 +70,31 @@ TEST_P(WorkedExamples, GiveTheirRecord) {
 
 INSTANTIATE_TEST_SUITE_P(
     CommandLines, WorkedExamples,
-    ::testing::Values(
-        ExampleCase{"Contrast = [1] 3A ; -20..20 ;", "Contrast", "3A", "", 1, "V", true, false,
-                    false, false, false, false, false},
-        ExampleCase{"Gain/W = [2] 3B ; 0.00..1.50 ;", "Gain", "3B", "", 2, "V", true, false,
-                    false, false, false, true, false},
-        ExampleCase{"Source/R = [3] 41 ; (1)Video,(2)S-Video,(3)Component ;", "Source", "41", "",
-                    3, "V", false, true, false, false, true, false, true},
-        ExampleCase{"Delay = [3] 42 ; INTEGER ; 0 to 2000", "Delay", "42", "", 3, "V", false,
-                    false, true, false, false, false, false},
-        ExampleCase{"Key = [3] 44 ; BYTEH ; (0)None ;", "Key", "44", "", 3, "H", false, false,
-                    false, true, false, false, false},
-        ExampleCase{"Restart = [3] 46(1 ; (1)Yes ;", "Restart", "46", "1", 3, "V", false, true,
-                    false, false, false, false, false},
-        ExampleCase{"Loader/N = [3] 47(3 ; (1)Yes ;", "Loader", "47", "3", 3, "V", false, true,
-                    false, false, false, false, true},
-        ExampleCase{"Profile = [0] E0 ; (1)Profile 1,(2)Profile 2 ;", "Profile", "E0", "", 0, "V",
-                    false, true, false, false, false, false, false},
-        ExampleCase{"Model/R = [3] A8 ; ;", "Model", "A8", "", 3, "", false, false, false, false,
-                    true, false, true}));
+    ::testing::Values(ExampleCase{"Contrast = [1] 3A ; -20..20 ;", "Contrast", "3A", "", 1, "V",
+                                  true, false, false, false, false, false, false},
+                      ExampleCase{"Gain/W = [2] 3B ; 0.00..1.50 ;", "Gain", "3B", "", 2, "V", true,
+                                  false, false, false, false, true, false},
+                      ExampleCase{"Source/R = [3] 41 ; (1)Video,(2)S-Video,(3)Component ;",
+                                  "Source", "41", "", 3, "V", false, true, false, false, true,
+                                  false, true},
+                      ExampleCase{"Delay = [3] 42 ; INTEGER ; 0 to 2000", "Delay", "42", "", 3, "V",
+                                  false, false, true, false, false, false, false},
+                      ExampleCase{"Key = [3] 44 ; BYTEH ; (0)None ;", "Key", "44", "", 3, "H",
+                                  false, false, false, true, false, false, false},
+                      ExampleCase{"Restart = [3] 46(1 ; (1)Yes ;", "Restart", "46", "1", 3, "V",
+                                  false, true, false, false, false, false, false},
+                      ExampleCase{"Loader/N = [3] 47(3 ; (1)Yes ;", "Loader", "47", "3", 3, "V",
+                                  false, true, false, false, false, false, true},
+                      ExampleCase{"Profile = [0] E0 ; (1)Profile 1,(2)Profile 2 ;", "Profile", "E0",
+                                  "", 0, "V", false, true, false, false, false, false, false},
+                      ExampleCase{"Model/R = [3] A8 ; ;", "Model", "A8", "", 3, "", false, false,
+                                  false, false, true, false, true}));
 
 TEST(CommandRec, ListItemsGiveValueAndText) {
     Parsed p;
     p.parse("Source/R = [3] 41 ; (1)Video,(2)S-Video,(3)Component ;");
-    EXPECT_EQ(texts(p.last()),
-              QStringList({QStringLiteral("1=Video"), QStringLiteral("2=S-Video"),
-                           QStringLiteral("3=Component")}));
+    EXPECT_EQ(texts(p.last()), QStringList({QStringLiteral("1=Video"), QStringLiteral("2=S-Video"),
+                                            QStringLiteral("3=Component")}));
     EXPECT_EQ(p.last().Values.size(), 4); // entry 0 unused
 }
 
@@ -126,7 +127,8 @@ TEST(CommandRec, ByteKindIsTheLastLetterAndTheNextFieldIsItsList) {
 TEST(CommandRec, MissingBracketIsReportedAndTheTokenReadAsItStands) {
     Parsed p;
     p.parse("Name = 3A ; 0..9");
-    EXPECT_EQ(p.messages, QStringList{QStringLiteral("Badly formed index number in command 'Name'")});
+    EXPECT_EQ(p.messages,
+              QStringList{QStringLiteral("Badly formed index number in command 'Name'")});
     const CommandRec& r = p.last();
     EXPECT_EQ(r.Panel, 3);
     EXPECT_EQ(r.Cmd, QString());
@@ -139,8 +141,10 @@ TEST(CommandRec, PanelNumberIsReadFromUpToThreeCharactersBehindTheBracket) {
     const struct {
         const char* line;
         int panel;
-    } cases[] = {{"A = [12] B1 ; 0..9 ;", 12}, {"A = [1] B1 ; 0..9 ;", 1},
-                 {"A = [x] B1 ; 0..9 ;", 0},   {"A = [1234] B1 ; 0..9 ;", 123},
+    } cases[] = {{"A = [12] B1 ; 0..9 ;", 12},
+                 {"A = [1] B1 ; 0..9 ;", 1},
+                 {"A = [x] B1 ; 0..9 ;", 0},
+                 {"A = [1234] B1 ; 0..9 ;", 123},
                  {"A = [] B1 ; 0..9 ;", 0}};
     for (const auto& c : cases) {
         Parsed p;
@@ -157,9 +161,9 @@ TEST(CommandRec, RangeDecimalsComeFromTheHighEndOnly) {
         const char* min;
         const char* max;
         int decimals;
-    } cases[] = {{"0..1.5", "0", "1.5", 1},       {"0.5..2", "0.5", "2", 0},
-                 {"-20..20", "-20", "20", 0},     {"0.00..1.50", "0.00", "1.50", 2},
-                 {"1...5", "1", ".5", 1},         {" 1 .. 4.000 ", "1", "4.000", 3}};
+    } cases[] = {{"0..1.5", "0", "1.5", 1},   {"0.5..2", "0.5", "2", 0},
+                 {"-20..20", "-20", "20", 0}, {"0.00..1.50", "0.00", "1.50", 2},
+                 {"1...5", "1", ".5", 1},     {" 1 .. 4.000 ", "1", "4.000", 3}};
     for (const auto& c : cases) {
         Parsed p;
         p.parse(QByteArray("R = [1] B1 ; ").append(c.values).append(" ;").constData());
@@ -172,9 +176,8 @@ TEST(CommandRec, RangeDecimalsComeFromTheHighEndOnly) {
 TEST(CommandRec, ListItemWithoutTextOrBracket) {
     Parsed p;
     p.parse("L = [1] B1 ; (3),(1)On,27,(4 ;");
-    EXPECT_EQ(texts(p.last()),
-              QStringList({QStringLiteral("3="), QStringLiteral("1=On"), QStringLiteral("7="),
-                           QStringLiteral("4=")}));
+    EXPECT_EQ(texts(p.last()), QStringList({QStringLiteral("3="), QStringLiteral("1=On"),
+                                            QStringLiteral("7="), QStringLiteral("4=")}));
 }
 
 TEST(CommandRec, QuotedListTextKeepsItsDelimiters) {

@@ -11,12 +11,21 @@ using namespace telvo::core;
 
 namespace {
 
-QStringList linesOf(const char* text) { return QString::fromUtf8(text).split(u'\n'); }
+QStringList linesOf(const char* text) {
+    return QString::fromUtf8(text).split(u'\n');
+}
 
 struct Reader {
     ConfigTables tables;
-    IniControls controls;
+    IniControls controls = withRateList();
     QList<IniReport> reports;
+
+    // As the window hands them over after InitDefaults.
+    static IniControls withRateList() {
+        IniControls c;
+        c.lstRate = InitialRateList(DefaultBaudRates());
+        return c;
+    }
 
     void pass(int n, const char* text) { passLines(n, linesOf(text)); }
     void passLines(int n, const QStringList& lines) {
@@ -60,7 +69,9 @@ TEST(IniDefaults, TablesStartAsInitDefaultsLeavesThem) {
     }
     const IniControls c;
     EXPECT_EQ(c.DeviceModel, QStringLiteral("Vorix"));
-    EXPECT_EQ(c.lstRate, QStringList({"?????", "19200", "57600", "4800", "9600", "14400", "38400"}));
+    EXPECT_TRUE(c.lstRate.isEmpty());
+    EXPECT_EQ(InitialRateList(t.BaudRates),
+              QStringList({"?????", "19200", "57600", "4800", "9600", "14400", "38400"}));
 }
 
 // ---- edge cases of the file
@@ -87,11 +98,12 @@ TEST(IniReader, VorixConnectedFalseAloneSetsNoDeviceMode) {
     const struct {
         const char* value;
         bool noDevice;
-    } cases[] = {{"False", true}, {"FALSE", true}, {"True", false}, {"maybe", false},
-                 {"Fal se", false}};
+    } cases[] = {
+        {"False", true}, {"FALSE", true}, {"True", false}, {"maybe", false}, {"Fal se", false}};
     for (const auto& c : cases) {
         Reader r;
-        const QByteArray text = QByteArray("[SYSTEM]\nModel = *Gorda\nVorix Connected = ") + c.value;
+        const QByteArray text =
+            QByteArray("[SYSTEM]\nModel = *Gorda\nVorix Connected = ") + c.value;
         r.pass(1, text.constData());
         EXPECT_EQ(r.tables.NoDeviceMode, c.noDevice) << c.value;
     }
@@ -145,7 +157,8 @@ TEST(IniReader, SecondWebsitesSectionAppends) {
 
 TEST(IniReader, SecondCommandsSectionEmptiesTheFirst) {
     Reader r;
-    r.pass(2, "[COMMANDS]\nA = [1] B1 ; 0..9 ;\nB = [1] B2 ; 0..9 ;\n[COMMANDS]\nC = [1] B3 ; 0..9 ;");
+    r.pass(2,
+           "[COMMANDS]\nA = [1] B1 ; 0..9 ;\nB = [1] B2 ; 0..9 ;\n[COMMANDS]\nC = [1] B3 ; 0..9 ;");
     ASSERT_EQ(TableRows(r.tables.Commands), 1);
     EXPECT_EQ(r.tables.Commands.at(1).Name, QStringLiteral("C"));
 }
@@ -326,23 +339,30 @@ TEST(IniReader, BaudRatesReplaceTheTableButNotTheRateList) {
     EXPECT_EQ(r.controls.lstRate, InitialRateList(DefaultBaudRates()));
 }
 
-TEST(IniReader, TransferSpeedMustBeInTheRateList) {
-    Reader r;
-    r.pass(1, "[SYSTEM]\nTransfer Speed = 38400\nTransfer Speed = 115200\nTransferSpeed = ?????");
-    EXPECT_EQ(r.tables.TransferSpeed, QStringLiteral("38400"));
-    ASSERT_EQ(r.reports.size(), 2);
-    for (const IniReport& report : r.reports) {
-        EXPECT_EQ(report.kind, IniReport::Alert);
-        EXPECT_EQ(report.text, QStringLiteral("Illegal File Transfer Speed In ini File"));
+TEST(IniReader, TransferSpeedMustBeInTheRateListFromIndexOne) {
+    const struct {
+        QStringList rates;
+        const char* value;
+        const char* kept; // TransferSpeed after the line, which starts as "old"
+    } cases[] = {{InitialRateList(DefaultBaudRates()), "38400", "38400"},
+                 {InitialRateList(DefaultBaudRates()), "115200", "old"},
+                 {InitialRateList(DefaultBaudRates()), "?????", "old"},
+                 {{}, "57600", "old"},
+                 {{"?????", "Fast"}, "FAST", "FAST"}};
+    for (const auto& c : cases) {
+        Reader r;
+        r.controls.lstRate = c.rates;
+        r.tables.TransferSpeed = QStringLiteral("old");
+        r.pass(1, (QByteArray("[SYSTEM]\nTransfer Speed = ") + c.value).constData());
+        EXPECT_EQ(r.tables.TransferSpeed, QLatin1String(c.kept)) << c.value;
+        const bool legal = QLatin1String(c.kept) != QLatin1String("old");
+        ASSERT_EQ(r.reports.size(), legal ? 0 : 1) << c.value;
+        if (!legal) {
+            EXPECT_EQ(r.reports.at(0).kind, IniReport::Alert);
+            EXPECT_EQ(r.reports.at(0).text,
+                      QStringLiteral("Illegal File Transfer Speed In ini File"));
+        }
     }
-}
-
-TEST(IniReader, TransferSpeedComparesIgnoringCase) {
-    Reader r;
-    r.controls.lstRate = QStringList({"?????", "Fast"});
-    r.pass(1, "[SYSTEM]\nTransfer Speed = FAST");
-    EXPECT_EQ(r.tables.TransferSpeed, QStringLiteral("FAST"));
-    EXPECT_TRUE(r.reports.isEmpty());
 }
 
 TEST(IniReader, OverflowingNumberSkipsOnlyItsLine) {
@@ -523,21 +543,22 @@ TEST(SampleIni, ReadsCleanlyThroughBothPasses) {
     Reader r;
     r.passLines(1, lines);
     EXPECT_TRUE(r.reports.isEmpty());
-    EXPECT_EQ(r.controls.DeviceModel, QStringLiteral("Gorda"));
-    EXPECT_EQ(r.controls.txtFirmware, QStringLiteral("1.24"));
-    EXPECT_EQ(r.tables.Options, QStringLiteral("SDI"));
-    EXPECT_EQ(r.tables.PortName, QStringLiteral("COM1"));
-    EXPECT_EQ(r.tables.BaudName, QStringLiteral("19200"));
-    EXPECT_EQ(r.tables.TransferSpeed, QStringLiteral("57600"));
-    EXPECT_EQ(r.tables.ExitSpeed, QString());
+    const QStringList texts = {r.controls.DeviceModel,
+                               r.controls.txtFirmware,
+                               r.tables.Options,
+                               r.tables.PortName,
+                               r.tables.BaudName,
+                               r.tables.TransferSpeed,
+                               r.tables.ExitSpeed,
+                               r.tables.UpdateUrl,
+                               r.controls.txtTO.value_or("unset"),
+                               r.controls.txtretry.value_or("unset")};
+    EXPECT_EQ(texts, QStringList({"Gorda", "1.24", "SDI", "COM1", "19200", "57600", "",
+                                  "http://updates.telvo.example/vorix/list.txt", "250", "1"}));
     EXPECT_EQ(r.tables.MaxPorts, 16);
     EXPECT_EQ(r.tables.UserLevel, 0);
     EXPECT_FALSE(r.tables.NoDeviceMode);
-    EXPECT_TRUE(r.tables.AutoOpen);
-    EXPECT_TRUE(r.tables.LogToFile);
-    EXPECT_EQ(r.tables.UpdateUrl, QStringLiteral("http://updates.telvo.example/vorix/list.txt"));
-    EXPECT_EQ(r.controls.txtTO, QStringLiteral("250"));
-    EXPECT_EQ(r.controls.txtretry, QStringLiteral("1"));
+    EXPECT_TRUE(r.tables.AutoOpen && r.tables.LogToFile);
     EXPECT_EQ(r.controls.chkConfirm, false);
     EXPECT_EQ(r.controls.chkSaveRestore, true);
     EXPECT_EQ(r.controls.lstModelsOfMDL,

@@ -42,6 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     ConfigTables tables;
     IniControls controls;
+    controls.lstRate = InitialRateList(tables.BaudRates);
     ReadIniText(1, lines, tables, controls);
     ReadIniText(2, lines, tables, controls);
     checkTables(tables);

@@ -1,0 +1,188 @@
+// The vorix-sim program on a pseudo-terminal, talked to through QSerialPort on the real clock:
+// the path it prints, its link, its trace, rates, a firmware load, and the images it makes.
+
+#include "DeviceHarness.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
+#include <QSerialPort>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace vorix::sim;
+using namespace vorix::sim::test;
+
+namespace {
+
+QCoreApplication& App() {
+    static int argc = 1;
+    static char name[] = "test";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication* app = new QCoreApplication(argc, argv);
+    return *app;
+}
+
+QString SimBinary() {
+    return qEnvironmentVariable("TELVO_BINARY_DIR") + QStringLiteral("/bin/vorix-sim");
+}
+QString SampleIniPath() {
+    return qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/data/Telvo.ini");
+}
+
+class VorixSim : public ::testing::Test {
+protected:
+    void SetUp() override {
+        App();
+        ASSERT_TRUE(QFileInfo(SimBinary()).isExecutable()) << SimBinary().toStdString();
+    }
+    void TearDown() override {
+        if (port.isOpen())
+            port.close();
+        if (sim.state() != QProcess::NotRunning) {
+            sim.terminate();
+            sim.waitForFinished(5000);
+        }
+    }
+
+    // Starts the program and reads the terminal's path from its first line.
+    void start(const QStringList& extra = {}) {
+        sim.start(SimBinary(), QStringList{QStringLiteral("--ini"), SampleIniPath()} + extra);
+        ASSERT_TRUE(sim.waitForStarted(5000));
+        QElapsedTimer t;
+        t.start();
+        while (!sim.canReadLine() && t.elapsed() < 10000)
+            sim.waitForReadyRead(100);
+        ASSERT_TRUE(sim.canReadLine()) << sim.readAllStandardError().toStdString();
+        path = QString::fromLocal8Bit(sim.readLine()).trimmed();
+        ASSERT_TRUE(path.startsWith(QStringLiteral("/dev/"))) << path.toStdString();
+    }
+    void open(int baud, const QString& at = {}) {
+        port.setPortName(at.isEmpty() ? path : at);
+        port.setBaudRate(baud);
+        port.setDataBits(QSerialPort::Data8);
+        port.setParity(QSerialPort::NoParity);
+        port.setStopBits(QSerialPort::OneStop);
+        ASSERT_TRUE(port.open(QIODevice::ReadWrite)) << port.errorString().toStdString();
+    }
+    // Reads until `done` holds for what came in, or `limitMs` passed; returns what came.
+    QByteArray readUntil(const std::function<bool(const QByteArray&)>& done, int limitMs = 3000) {
+        QByteArray got;
+        QElapsedTimer t;
+        t.start();
+        while (!done(got) && t.elapsed() < limitMs) {
+            if (port.waitForReadyRead(int(qMax<qint64>(1, limitMs - t.elapsed()))))
+                got.append(port.readAll());
+        }
+        return got;
+    }
+    QByteArray exchange(const QByteArray& frame, int limitMs = 3000) {
+        port.write(frame);
+        port.waitForBytesWritten(1000);
+        return readUntil([](const QByteArray& b) { return b.contains('\x03'); }, limitMs);
+    }
+
+    QProcess sim;
+    QString path;
+    QSerialPort port;
+};
+
+TEST_F(VorixSim, QueryOverThePseudoTerminalIsAnsweredAndTraced) {
+    QTemporaryDir dir;
+    const QString trace = QDir(dir.path()).filePath(QStringLiteral("trace.txt"));
+    start({QStringLiteral("--trace"), trace});
+    open(19200);
+    EXPECT_EQ(exchange(Query("A1")), DataReply("A1", "1"));
+    EXPECT_EQ(exchange(Set("B1", "-12")), AckReply());
+    EXPECT_EQ(exchange(Query("B1")), DataReply("B1", "-12"));
+    EXPECT_EQ(exchange(Query("ZZ")), ErrorReply(3));
+
+    QFile f(trace);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(f.readAll());
+    EXPECT_TRUE(text.contains(QStringLiteral("host    (STX)2003A1(NUL)(ETX)")))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("device  (STX)2105A1(NUL)1(NUL)")));
+}
+
+TEST_F(VorixSim, ProgramAtAnotherRateHearsNoiseNeverAFrame) {
+    start({QStringLiteral("--baud"), QStringLiteral("19200")});
+    open(57600);
+    port.write(Query("A1"));
+    // Nothing is to come; a bounded wait shows that nothing framed does.
+    const QByteArray got = readUntil([](const QByteArray& b) { return b.contains('\x03'); }, 600);
+    EXPECT_FALSE(got.contains('\x03'));
+    port.setBaudRate(19200);
+    EXPECT_EQ(exchange(Query("A1")), DataReply("A1", "1"));
+}
+
+TEST_F(VorixSim, LinkNamesTheTerminalAndSurvivesReopening) {
+    QTemporaryDir dir;
+    const QString link = QDir(dir.path()).filePath(QStringLiteral("vorix"));
+    start({QStringLiteral("--link"), link});
+    EXPECT_EQ(QFileInfo(link).symLinkTarget(), path);
+    open(19200, link);
+    EXPECT_EQ(exchange(Query("A9")), DataReply("A9", "1.24"));
+    port.close();
+    open(19200, link);
+    EXPECT_EQ(exchange(Query("A8")), DataReply("A8", "Vorix Gorda"));
+    sim.terminate();
+    ASSERT_TRUE(sim.waitForFinished(5000));
+    EXPECT_FALSE(QFileInfo(link).isSymLink());
+}
+
+TEST_F(VorixSim, FirmwareLoadOverThePseudoTerminal) {
+    start({QStringLiteral("--baud"), QStringLiteral("57600"), QStringLiteral("--reboot-delay"),
+           QStringLiteral("300"), QStringLiteral("--page-write"), QStringLiteral("2")});
+    open(57600);
+    port.write(Set("AD", "1"));
+    const QByteArray banner =
+        readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); });
+    ASSERT_TRUE(banner.endsWith("Load frk File now.")) << banner.toStdString();
+
+    const QByteArray image = MakeFirmwareImage(QStringLiteral("1.26"), 3000);
+    for (qsizetype at = 0; at < image.size(); at += 100) {
+        port.write(image.mid(at, 100));
+        ASSERT_TRUE(port.waitForBytesWritten(2000));
+    }
+    const QByteArray said = readUntil([](const QByteArray& b) { return b.contains("Rebooting."); });
+    EXPECT_TRUE(said.contains("Verify OK, version 1.26")) << said.toStdString();
+    EXPECT_TRUE(said.contains("\b"));
+
+    // The device is quiet while it reboots: ask until it answers, within a limit.
+    QByteArray reply;
+    QElapsedTimer t;
+    t.start();
+    while (!reply.contains('\x03') && t.elapsed() < 5000)
+        reply = exchange(Query("A9"), 250);
+    EXPECT_EQ(reply, DataReply("A9", "1.26"));
+}
+
+TEST_F(VorixSim, MakesFirmwareImagesItsLoaderAccepts) {
+    App();
+    QTemporaryDir dir;
+    const QString file = QDir(dir.path()).filePath(QStringLiteral("Gorda_1.24.frk"));
+    QProcess make;
+    make.start(SimBinary(),
+               {QStringLiteral("--make-firmware"), file, QStringLiteral("--version"),
+                QStringLiteral("1.24"), QStringLiteral("--size"), QStringLiteral("4096")});
+    ASSERT_TRUE(make.waitForFinished(10000));
+    EXPECT_EQ(make.exitCode(), 0);
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QByteArray image = f.readAll();
+    EXPECT_EQ(image.size(), 4096);
+    const auto header = CheckFirmwareImage(image);
+    ASSERT_TRUE(header);
+    EXPECT_EQ(header->version, "1.24");
+
+    QProcess bad;
+    bad.start(SimBinary(), {QStringLiteral("--make-firmware"), file, QStringLiteral("--size"),
+                            QStringLiteral("10")});
+    ASSERT_TRUE(bad.waitForFinished(10000));
+    EXPECT_EQ(bad.exitCode(), 2);
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+// Renders the screens of docs/screens: the main window connected to the emulator, the System
+// Debugger with the device's own text, and the first-run window. Run it through
+// tools/make-screens.sh, which starts it under a headless X server.
+
+#include "app/Globals.h"
+#include "app/Main.h"
+#include "config/INI.h"
+#include "link/DBG.h"
+#include "platform/DoEvents.h"
+#include "platform/Platform.h"
+#include "platform/PortMap.h"
+#include "settings/SCL.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+using namespace telvo;
+
+namespace {
+
+void waitMs(int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < ms) platform::DoEvents();
+}
+
+// The sample Telvo.ini with `system` put in place of the [SYSTEM] lines of the same keys.
+QByteArray sampleWith(const QStringList& system, bool prototype) {
+    QFile f(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"));
+    f.open(QIODevice::ReadOnly);
+    QByteArray out = prototype ? "PROTOTYPE\r\n" : "";
+    for (QByteArray line : f.readAll().split('\n')) {
+        if (line.endsWith('\r')) line.chop(1);
+        const QByteArray key = line.left(line.indexOf('=')).trimmed().toUpper();
+        bool replaced = false;
+        for (const QString& s : system)
+            replaced |= line.contains('=') && s.toLatin1().left(s.indexOf('=')).trimmed().toUpper() == key;
+        if (replaced) continue;
+        out += line + "\r\n";
+        if (line.trimmed() == "[SYSTEM]")
+            for (const QString& s : system) out += s.toLatin1() + "\r\n";
+    }
+    return out;
+}
+
+void save(QWidget& w, const QString& path) {
+    w.raise();
+    waitMs(300);
+    w.grab().save(path);
+    QTextStream(stdout) << path << Qt::endl;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const QString outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
+    QDir().mkpath(outDir);
+    QTemporaryDir home;
+    qputenv("TELVO_HOME", home.path().toUtf8());
+    platform::InstallScriptedPlatform();
+    const QString iniPath = home.filePath(QStringLiteral("Telvo.ini"));
+    {
+        QFile f(iniPath);
+        f.open(QIODevice::WriteOnly);
+        f.write(sampleWith({QStringLiteral("Auto Start = True"), QStringLiteral("Max Ports = 1"),
+                            QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")},
+                           false));
+    }
+    QProcess sim;
+    sim.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"), {QStringLiteral("--ini"), iniPath});
+    sim.waitForStarted(5000);
+    while (!sim.canReadLine() && sim.waitForReadyRead(5000)) {
+    }
+    qputenv("TELVO_PORTS", sim.readLine().trimmed());
+    platform::PortMap::instance().loadFromEnvironment();
+
+    // The developer's run, so that the debugger's button is there.
+    ui::SetCommandLine(QStringLiteral("FRKdebugger"));
+    ui::Main();
+    ui::SCL& s = ui::scl();
+    s.resize(1100, s.height());
+    save(s, outDir + QStringLiteral("/scl-connected.png"));
+
+    ui::DBG& d = ui::dbg();
+    d.show();
+    d.cmdDbgr->click();
+    waitMs(1000);
+    d.txtSend->setText(QStringLiteral("help"));
+    d.cmdsend->click();
+    waitMs(1000);
+    d.txtSend->setText(QStringLiteral("ver"));
+    save(d, outDir + QStringLiteral("/dbg-console.png"));
+    d.cmdExit->click();
+    sim.terminate();
+    sim.waitForFinished(3000);
+
+    ui::ResetSession();
+    {
+        QFile f(iniPath);
+        f.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        f.write(sampleWith({QStringLiteral("Model ="), QStringLiteral("Current Firmware ="),
+                            QStringLiteral("Max Ports = 4")},
+                           true));
+    }
+    qputenv("TELVO_PORTS", "/dev/null,/nonexistent/b");
+    platform::PortMap::instance().loadFromEnvironment();
+    ui::INI& w = ui::ini();
+    w.show();
+    waitMs(2500);
+    save(w, outDir + QStringLiteral("/ini-window.png"));
+    return 0;
+}
