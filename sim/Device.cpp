@@ -131,7 +131,11 @@ void Device::advance(qint64 nowUs) {
     setNow(nowUs);
 }
 
-QByteArray Device::takeOutput() {
+QByteArray Device::takeOutput() { return takeOutput(nullptr); }
+
+QByteArray Device::takeOutput(QList<int>* rates) {
+    if (rates) rates->append(m_outRates);
+    m_outRates.clear();
     QByteArray out;
     out.swap(m_out);
     return out;
@@ -141,6 +145,7 @@ void Device::send(const QByteArray& bytes) {
     if (bytes.isEmpty() || m_cut)
         return;
     m_out.append(bytes);
+    for (qsizetype i = 0; i < bytes.size(); ++i) m_outRates.append(txBaud());
     m_txBusyUntilUs = qMax(m_txBusyUntilUs, m_now) + bytes.size() * ByteTimeUs(txBaud());
 }
 
@@ -213,6 +218,7 @@ void Device::powerCycle(qint64 nowUs) {
     m_loader.stop();
     resetLink();
     m_out.clear();
+    m_outRates.clear();
     m_powerTries = 0;
     note("power cycle");
     if (!m_firmwareValid) {
@@ -252,6 +258,7 @@ void Device::loaderCutLine() {
     m_timers.clear();
     m_loader.stop();
     m_out.clear();
+    m_outRates.clear();
     note("line cut");
 }
 

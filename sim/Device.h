@@ -44,6 +44,9 @@ public:
     void advance(qint64 nowUs);
     // What the device has sent since the last call, in order.
     QByteArray takeOutput();
+    // The same, with the rate each byte was sent at: a line that carries the bytes later than
+    // the device sent them (a pseudo-terminal) must still send them at that rate.
+    QByteArray takeOutput(QList<int>* rates);
     bool hasOutput() const { return !m_out.isEmpty(); }
     // When advance() next has something to do; -1 when nothing is pending.
     qint64 nextWakeUs() const { return m_timers.nextDueUs(); }
@@ -142,6 +145,7 @@ private:
     bool m_cut = false;
 
     QByteArray m_out;
+    QList<int> m_outRates; // the sending rate of each byte of m_out
     qint64 m_txBusyUntilUs = 0; // when what was sent so far has left the port
     quint32 m_noise = 0x1234567u;
 

@@ -172,21 +172,26 @@ private:
 
         // Device to host, at the rate the device sends at.
         m_device.advance(now);
-        const QByteArray said = m_device.takeOutput();
+        QList<int> rates;
+        const QByteArray said = m_device.takeOutput(&rates);
         if (!said.isEmpty()) {
             if (m_out.isEmpty())
                 m_outNextUs = -1;
             m_out.append(said);
+            m_outRates.append(rates);
         }
+        // Each byte goes at the rate the device sent it at, even when the device has moved on
+        // (an acknowledgement at the old rate, then the new rate).
         QByteArray due;
-        const qint64 outByteUs = Device::ByteTimeUs(m_device.txBaud());
         while (due.size() < m_out.size()) {
+            const int rate = m_outRates.at(due.size());
+            const qint64 outByteUs = Device::ByteTimeUs(rate);
             if (m_outNextUs < 0)
                 m_outNextUs = now + outByteUs;
             if (m_outNextUs > now)
                 break;
             const char c = m_out.at(due.size());
-            due.append(host == m_device.txBaud() ? c : noise());
+            due.append(host == rate ? c : noise());
             m_outNextUs += outByteUs;
         }
         if (!due.isEmpty()) {
@@ -194,6 +199,7 @@ private:
             // What the pty would not take now is tried again shortly.
             const qsizetype taken = n > 0 ? qsizetype(n) : 0;
             m_out.remove(0, taken);
+            m_outRates.remove(0, taken);
             if (taken < due.size())
                 m_outNextUs = now + 1000;
         }
@@ -246,6 +252,7 @@ private:
     std::deque<char> m_in;
     qint64 m_inNextUs = -1; // when the next byte towards the device is whole; -1 line idle
     QByteArray m_out;
+    QList<int> m_outRates;
     qint64 m_outNextUs = -1;
     quint32 m_noise = 0x2545F491u;
 };

@@ -52,6 +52,12 @@ void Clock::cancel(Id id) {
     rearm();
 }
 
+void Clock::clear() {
+    m_events.clear();
+    m_index.clear();
+    rearm();
+}
+
 qint64 Clock::nextDueUs() const {
     return m_events.empty() ? -1 : m_events.begin()->first.first;
 }

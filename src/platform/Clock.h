@@ -30,6 +30,8 @@ public:
     Id scheduleIn(qint64 delayUs, Callback cb) { return schedule(nowUs() + delayUs, std::move(cb)); }
     void cancel(Id id);
     bool hasPending() const { return !m_events.empty(); }
+    // Drops every pending event (a test's end: nothing of it may run in the next test).
+    void clear();
     qint64 nextDueUs() const;
 
     // Runs the callbacks that are due now. Returns how many ran.

@@ -4,6 +4,10 @@
 
 namespace telvo::platform {
 
+ScriptedPeer::~ScriptedPeer() {
+    for (quint64 id : m_pending) Clock::instance().cancel(id);
+}
+
 void ScriptedPeer::on(const QByteArray& frame, const QByteArray& reply, int delayMs, int times) {
     Rule r;
     r.frame = frame;
@@ -42,7 +46,10 @@ void ScriptedPeer::answer(const QByteArray& frame) {
         out.append(r.reply);
         const int switchBaud = r.switchBaud;
         if (!out.isEmpty() || switchBaud) {
-            Clock::instance().scheduleIn(qint64(r.delayMs) * 1000, [this, out, switchBaud] {
+            m_pending.push_back(0);
+            const size_t slot = m_pending.size() - 1;
+            m_pending[slot] = Clock::instance().scheduleIn(qint64(r.delayMs) * 1000, [this, out, switchBaud, slot] {
+                m_pending[slot] = 0;
                 if (switchBaud) m_baud = switchBaud;
                 if (!out.isEmpty() && m_host) m_host->peerSend(out);
             });

@@ -7,11 +7,13 @@
 #include <QByteArray>
 #include <QList>
 #include <deque>
+#include <vector>
 
 namespace telvo::platform {
 
 class ScriptedPeer : public LinePeer {
 public:
+    ~ScriptedPeer() override;
     struct Rule {
         QByteArray frame;   // the frame to answer; empty matches any frame
         QByteArray reply;   // empty: no answer
@@ -55,6 +57,7 @@ private:
     QList<qint64> m_frameTimes;
     QByteArray m_heard;
     int m_baud = 0;
+    std::vector<quint64> m_pending; // answers on their way, cancelled when the peer goes
 };
 
 // A frame as the device sends it: the host frame with the device's two checksum digits.

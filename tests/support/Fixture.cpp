@@ -38,6 +38,8 @@ void RunFixture::TearDown() {
     ui::ResetSession();
     platform::PortMap::instance().setPorts({});
     m_peers.clear();
+    // Nothing scheduled by this test may run in the next one.
+    platform::Clock::instance().clear();
     platform::ResetProgramEnded();
 }
 
