@@ -76,17 +76,11 @@ TEST_F(SerialPortExchange, QueryOverPseudoTerminalIsAnsweredFromTheOtherSide) {
             (void)!::write(pty.master(), reply.constData(), reply.size());
     });
 
+    openPort(1, 19200);
     ui::SCL& s = ui::scl();
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
     ASSERT_TRUE(s.P1->PortOpen()) << s.P1->ErrDescription().toStdString();
     // A pseudo-terminal has no modem lines: CTS counts as high.
     EXPECT_TRUE(s.P1->CTSHolding());
-    s.txtPort->setText(QStringLiteral("COM1"));
-    s.txtCrntSpeed->setText(QStringLiteral("19200"));
     // A generous time-out: the machine may be busy, and the answer comes at once anyway.
     s.txtTO->setText(QStringLiteral("5000"));
 
@@ -108,11 +102,8 @@ TEST_F(SerialPortExchange, SilentPseudoTerminalTimesOutOnTheRealClock) {
     Pty pty;
     ASSERT_FALSE(pty.slave().isEmpty());
     platform::PortMap::instance().setPorts({pty.slave()});
+    openPort(1, 19200);
     ui::SCL& s = ui::scl();
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
     ASSERT_TRUE(s.P1->PortOpen()) << s.P1->ErrNumber() << " "
                                   << s.P1->ErrDescription().toStdString();
     s.txtTO->setText(QStringLiteral("100"));

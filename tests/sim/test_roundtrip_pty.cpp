@@ -38,15 +38,9 @@ protected:
         const QString path = QString::fromLocal8Bit(m_sim.readLine()).trimmed();
         platform::PortMap::instance().setPorts({path});
 
+        openPort(1, 19200);
         ui::SCL& s = ui::scl();
-        s.P1->setCommPort(1);
-        s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-        s.P1->setHandshaking(2);
-        s.P1->setRThreshold(1);
-        s.P1->setPortOpen(true);
         ASSERT_TRUE(s.P1->PortOpen()) << s.P1->ErrDescription().toStdString();
-        s.txtPort->setText(QStringLiteral("COM1"));
-        s.txtCrntSpeed->setText(QStringLiteral("19200"));
         // Generous: a busy machine must not turn an answer into a time-out.
         s.txtTO->setText(QStringLiteral("2000"));
     }

@@ -88,17 +88,19 @@ platform::ScriptedPeer& RunFixture::attachPeer(int com, int baud, bool open, boo
     platform::ScriptedPeer& peer = *m_peers.back();
     platform::PortMap::instance().attachPeer(com, &peer);
     line(com)->setPacing(pacing);
-    if (open) {
-        ui::SCL& s = ui::scl();
-        s.P1->setCommPort(com);
-        s.P1->setSettings(QString::number(baud) + QStringLiteral(",n,8,1"));
-        s.P1->setHandshaking(2);
-        s.P1->setRThreshold(1);
-        s.P1->setPortOpen(true);
-        s.txtPort->setText(QStringLiteral("COM") + QString::number(com));
-        s.txtCrntSpeed->setText(QString::number(baud));
-    }
+    if (open) openPort(com, baud);
     return peer;
+}
+
+void RunFixture::openPort(int com, int baud) {
+    ui::SCL& s = ui::scl();
+    s.P1->setCommPort(com);
+    s.P1->setSettings(QString::number(baud) + QStringLiteral(",n,8,1"));
+    s.P1->setHandshaking(2);
+    s.P1->setRThreshold(1);
+    s.P1->setPortOpen(true);
+    s.txtPort->setText(QStringLiteral("COM") + QString::number(com));
+    s.txtCrntSpeed->setText(QString::number(baud));
 }
 
 void RunFixture::at(int ms, std::function<void()> fn) {

@@ -44,6 +44,8 @@ protected:
     // Telvo.ini in home, if any) without connecting.
     void initControls();
 
+    // Opens the main window's port on COMn at `baud`, as a connection leaves it.
+    void openPort(int com, int baud);
     // Attaches a scripted device to COMn and opens the port on it at `baud`.
     platform::ScriptedPeer& attachPeer(int com = 1, int baud = 19200, bool open = true,
                                        bool pacing = false);
