@@ -3,7 +3,19 @@
 #include "app/Classic.h"
 #include "platform/Platform.h"
 
+#include <QApplication>
+#include <QScreen>
+
 namespace telvo::ui {
+
+void CenterForm(QWidget* window) {
+    window->adjustSize();
+    if (QScreen* s = QApplication::primaryScreen()) {
+        const QRect r = s->availableGeometry();
+        window->move(r.x() + (r.width() - window->width()) / 2,
+                     r.y() + (r.height() - window->height()) / 2);
+    }
+}
 
 void Handle(const std::function<void()>& handler) {
     try {

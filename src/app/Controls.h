@@ -32,6 +32,9 @@ protected:
     }
 };
 
+// Puts a window in the middle of the screen: the screen's size less the window's, halved.
+void CenterForm(QWidget* window);
+
 // Every event handler runs through here: a classic run-time error becomes a message box with its
 // number and text; the end of the program unwinds quietly (the yield underneath rethrows it).
 void Handle(const std::function<void()>& handler);

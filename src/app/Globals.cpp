@@ -32,51 +32,29 @@ std::unique_ptr<Session>& session() {
     static std::unique_ptr<Session> s = std::make_unique<Session>();
     return s;
 }
+
+// Windows are created on first use and live for the run.
+template <typename W> W& windowOf(std::unique_ptr<W>& slot) {
+    if (!slot) slot = std::make_unique<W>();
+    return *slot;
+}
 } // namespace
 
 Session& G() { return *session(); }
 
-SCL& scl() {
-    auto& w = windows().scl;
-    if (!w) w = std::make_unique<SCL>();
-    return *w;
-}
+SCL& scl() { return windowOf(windows().scl); }
 
-LDR& ldr() {
-    auto& w = windows().ldr;
-    if (!w) w = std::make_unique<LDR>();
-    return *w;
-}
+LDR& ldr() { return windowOf(windows().ldr); }
 
-DBG& dbg() {
-    auto& w = windows().dbg;
-    if (!w) w = std::make_unique<DBG>();
-    return *w;
-}
+DBG& dbg() { return windowOf(windows().dbg); }
 
-FP& fp() {
-    auto& w = windows().fp;
-    if (!w) w = std::make_unique<FP>();
-    return *w;
-}
+FP& fp() { return windowOf(windows().fp); }
 
-INI& ini() {
-    auto& w = windows().ini;
-    if (!w) w = std::make_unique<INI>();
-    return *w;
-}
+INI& ini() { return windowOf(windows().ini); }
 
-MDL& mdl() {
-    auto& w = windows().mdl;
-    if (!w) w = std::make_unique<MDL>();
-    return *w;
-}
+MDL& mdl() { return windowOf(windows().mdl); }
 
-FWR& fwr() {
-    auto& w = windows().fwr;
-    if (!w) w = std::make_unique<FWR>();
-    return *w;
-}
+FWR& fwr() { return windowOf(windows().fwr); }
 
 bool WindowExists(const char* name) {
     const QString n = QString::fromLatin1(name);

@@ -1,5 +1,7 @@
 #include "config/FP.h"
 
+#include "app/Controls.h"
+
 #include <QApplication>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -13,11 +15,7 @@ FP::FP() {
     Label1 = new QLabel(QStringLiteral("Number of Com Ports Found = 100"), this);
     Label1->setMinimumWidth(320);
     root->addWidget(Label1);
-    adjustSize();
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
-    }
+    CenterForm(this);
 }
 
 } // namespace telvo::ui

@@ -51,11 +51,7 @@ void FWR::load() {
                     QStringLiteral("\r\n\r\n") + QStringLiteral("Click 'OK'") +
                     QStringLiteral("\r\n\r\n") +
                     QStringLiteral("If you do not know the firmware loaded just click 'OK'"));
-    adjustSize();
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
-    }
+    CenterForm(this);
 }
 
 void FWR::unload() {

@@ -91,12 +91,6 @@ void replaceIni(const QString& newFile, const QString& iniFile) {
         accessError();
 }
 
-void centre(QWidget* w) {
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        w->move(r.x() + (r.width() - w->width()) / 2, r.y() + (r.height() - w->height()) / 2);
-    }
-}
 
 } // namespace
 
@@ -220,7 +214,7 @@ void INI::showEvent(QShowEvent* e) {
     optIRno->setChecked(true);
     optAutoNo->setChecked(true);
     adjustSize();
-    centre(this);
+    CenterForm(this);
 }
 
 void INI::InitializeINI() {

@@ -43,11 +43,7 @@ void MDL::load() {
     // The list as the reader made it from VORIXMODELS: "None" above the models.
     lstModels->clear();
     lstModels->addItems(App().ModelList);
-    adjustSize();
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
-    }
+    CenterForm(this);
 }
 
 void MDL::unload() {

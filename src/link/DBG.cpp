@@ -55,11 +55,7 @@ DBG::DBG() {
         dbg().SyncText();
         ldr().SyncText();
     });
-    adjustSize();
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
-    }
+    CenterForm(this);
 }
 
 void DBG::SyncText() {

@@ -1,5 +1,7 @@
 #include "settings/SCL.h"
 
+#include "app/Controls.h"
+
 #include "app/Classic.h"
 #include "app/Globals.h"
 #include "app/Main.h"
@@ -200,11 +202,7 @@ void SCL::SetTitle() {
 }
 
 void SCL::CenterOnScreen() {
-    adjustSize();
-    if (QScreen* s = QApplication::primaryScreen()) {
-        const QRect r = s->availableGeometry();
-        move(r.x() + (r.width() - width()) / 2, r.y() + (r.height() - height()) / 2);
-    }
+    CenterForm(this);
 }
 
 void SCL::closeEvent(QCloseEvent* e) {
