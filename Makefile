@@ -3,11 +3,11 @@ BUILD      ?= build
 TEST_BUILD ?= build-test
 JOBS       ?= 2
 DEMO_HOME  ?= $(CURDIR)/demo
-PACKAGES   := cmake g++ make qt6-base-dev qt6-serialport-dev qt6-charts-dev libgl-dev \
+PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-charts-dev libgl-dev \
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test bench demo clean
+.PHONY: all deps build build-test run test lint bench demo clean
 
 all: build
 
@@ -30,6 +30,11 @@ build-test: deps
 
 test: build-test
 	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# The lint CI runs: clang-tidy with the project's checks over the program and the emulator.
+lint: build-test
+	ls src/*/*.cpp sim/*.cpp | xargs -P$(JOBS) -n4 clang-tidy -p $(TEST_BUILD) --quiet --extra-arg=-Wno-error \
+	  --warnings-as-errors='*' 2>/dev/null
 
 demo: build
 	bash tools/make-demo-home.sh $(BUILD) $(DEMO_HOME)

@@ -4,8 +4,8 @@ namespace telvo::core {
 
 QString LogLines::text() const {
     QString out;
-    for (auto it = m_lines.rbegin(); it != m_lines.rend(); ++it) {
-        out += *it;
+    for (qsizetype i = 0; i < count(); ++i) {
+        out += row(i);
         out += QStringLiteral("\r\n");
     }
     return out;

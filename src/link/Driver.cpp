@@ -219,7 +219,7 @@ QString ProbeRates(const QString&, int first, int last) {
     // probe's copy is in force would put the probe's 100 ms back for good.
     const int kept = P1->WriteTimeout();
     for (int i = first; i <= last; ++i) {
-        const QString rate = s.lstRate->itemText(i);
+        QString rate = s.lstRate->itemText(i);
         s.txtCrntSpeed->setText(rate);
         P1->setPortOpen(false);
         P1->setHandshaking(3);

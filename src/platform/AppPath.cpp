@@ -13,7 +13,7 @@ QString AppPath() {
 }
 
 QString FindFileNoCase(const QString& folder, const QString& name) {
-    const QString exact = QDir(folder).filePath(name);
+    QString exact = QDir(folder).filePath(name);
     if (QFileInfo::exists(exact)) return exact;
     const QStringList entries = QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString& e : entries)

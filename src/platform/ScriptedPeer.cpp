@@ -36,8 +36,7 @@ void ScriptedPeer::bytesArrived(const QByteArray& bytes) {
 }
 
 void ScriptedPeer::answer(const QByteArray& frame) {
-    for (auto it = m_rules.begin(); it != m_rules.end(); ++it) {
-        Rule& r = *it;
+    for (Rule& r : m_rules) {
         if (r.times == 0) continue;
         if (!r.frame.isEmpty() && r.frame != frame) continue;
         if (r.times > 0) --r.times;
