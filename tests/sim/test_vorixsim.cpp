@@ -107,6 +107,24 @@ TEST_F(VorixSim, QueryOverThePseudoTerminalIsAnsweredAndTraced) {
     EXPECT_TRUE(text.contains(QStringLiteral("device  (STX)2105A1(NUL)1(NUL)")));
 }
 
+TEST_F(VorixSim, AcknowledgementAtTheOldRateArrivesWholeBeforeTheDeviceMoves) {
+    start({QStringLiteral("--baud"), QStringLiteral("19200"), QStringLiteral("--ack-old-rate")});
+    open(19200);
+    EXPECT_EQ(exchange(Set("A3", "6")), AckReply());
+    port.setBaudRate(57600);
+    EXPECT_EQ(exchange(Query("A3")), DataReply("A3", "6"));
+}
+
+TEST_F(VorixSim, AcknowledgementAtTheNewRateIsNoiseAtTheOldOne) {
+    start({QStringLiteral("--baud"), QStringLiteral("19200")});
+    open(19200);
+    port.write(Set("A3", "6"));
+    const QByteArray got = readUntil([](const QByteArray& b) { return b.contains('\x03'); }, 600);
+    EXPECT_FALSE(got.contains('\x03'));
+    port.setBaudRate(57600);
+    EXPECT_EQ(exchange(Query("A3")), DataReply("A3", "6"));
+}
+
 TEST_F(VorixSim, ProgramAtAnotherRateHearsNoiseNeverAFrame) {
     start({QStringLiteral("--baud"), QStringLiteral("19200")});
     open(57600);
