@@ -148,6 +148,14 @@ TEST_F(Router, StxRestartsAPacketAndEtxEndsIt) {
                             "01\x03"));
 }
 
+TEST_F(Router, StrayEtxMakesAReplyOfItselfAndEndsTheWait) {
+    link.WaitingReply = true;
+    feed(S("noise\x03"));
+    EXPECT_EQ(link.Reply, S("\x03"));
+    EXPECT_FALSE(link.WaitingReply);
+    EXPECT_EQ(events, QStringList{S("reply")});
+}
+
 TEST_F(Router, PacketWithoutEtxStaysPartialUntilTheNextStx) {
     feed(S("\x02"
            "2105"));
