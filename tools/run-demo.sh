@@ -15,6 +15,8 @@ fi
 export TELVO_PORTS="${TELVO_PORTS:-sim}"
 echo "TELVO_PORTS=$TELVO_PORTS"
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
-  exec xvfb-run -a "$build/bin/telvo" "$@"
+  # No display: a virtual one (the emulator is stopped by the trap when the program ends).
+  xvfb-run -a "$build/bin/telvo" "$@"
+else
+  "$build/bin/telvo" "$@"
 fi
-"$build/bin/telvo" "$@"
