@@ -280,6 +280,26 @@ TEST_F(Connected, SpeedToFiftySevenSixHundredAndBackWithDeviceAnsweringAtNewRate
     EXPECT_EQ(ui::Link().ReportedSpeedCode, QStringLiteral("4"));
 }
 
+TEST_F(Connected, SpeedToFiftySevenSixHundredAndBackWithDeviceAnsweringAtOldRate) {
+    SimProcess& dev = start({QStringLiteral("--ack-old-rate")});
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    ui::SetGordaBaudRate(QStringLiteral("57600"));
+    // Acknowledged where it was asked: the port stays, the field follows the request.
+    EXPECT_EQ(s().P1->Baud(), 19200);
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("57600"));
+    EXPECT_FALSE(logLines().contains(QStringLiteral("Application Port settings changed to 57600")));
+    // A query of the speed times out at the old rate, and moves the port.
+    ui::QueryDevice(QStringLiteral("A3"));
+    EXPECT_EQ(s().P1->Baud(), 57600);
+    EXPECT_EQ(ui::Link().ReportedSpeedCode, QStringLiteral("6"));
+    // And back: acknowledged at 57600, where the port still is.
+    ui::SetGordaBaudRate(QStringLiteral("19200"));
+    EXPECT_EQ(s().P1->Baud(), 57600);
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("19200"));
+    EXPECT_TRUE(notes(dev).contains(QStringLiteral("rate 57600")));
+    EXPECT_TRUE(notes(dev).contains(QStringLiteral("rate 19200")));
+}
+
 TEST_F(Connected, UpdateModeByCommandOnGordaReachesBootLoader) {
     SimProcess& dev = start({QStringLiteral("--firmware"), QStringLiteral("1.24")});
     ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
