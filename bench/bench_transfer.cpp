@@ -27,14 +27,7 @@ constexpr int kBaud = 57600;
 constexpr qint64 kImageSize = 200LL * 1024;
 
 bool runUntil(const std::function<bool()>& cond, qint64 limitUs) {
-    Clock& c = Clock::instance();
-    const qint64 end = c.nowUs() + limitUs;
-    while (!cond()) {
-        if (c.nextDueUs() < 0 || c.nextDueUs() > end)
-            return false;
-        c.advanceToNext();
-    }
-    return true;
+    return Clock::instance().runUntil(cond, limitUs);
 }
 
 struct Result {

@@ -83,6 +83,15 @@ bool Clock::advanceToNext() {
     return true;
 }
 
+bool Clock::runUntil(const std::function<bool()>& cond, qint64 limitUs) {
+    const qint64 end = nowUs() + limitUs;
+    while (!cond()) {
+        if (!m_virtual || m_events.empty() || nextDueUs() > end) return false;
+        advanceToNext();
+    }
+    return true;
+}
+
 void Clock::advanceBy(qint64 us) {
     const qint64 target = nowUs() + us;
     if (!m_virtual) return;

@@ -38,6 +38,9 @@ public:
     int fireDue();
     // Virtual mode: moves time to the next event and runs what is then due. False when none.
     bool advanceToNext();
+    // Virtual mode: moves time from event to event until `cond` holds; false when it does not
+    // by `limitUs` from now (or nothing is left to happen).
+    bool runUntil(const std::function<bool()>& cond, qint64 limitUs);
     // Virtual mode: moves time forward by `us`, running every event on the way.
     void advanceBy(qint64 us);
 

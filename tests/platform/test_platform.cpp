@@ -83,6 +83,17 @@ TEST_F(Platform, VirtualClockJumpsToTheNextEventWhenTheProgramWaits) {
     EXPECT_LT(real.elapsed(), 5000);
 }
 
+TEST_F(Platform, RunUntilStopsWhenTheConditionHoldsOrTheLimitPasses) {
+    Clock& c = Clock::instance();
+    int n = 0;
+    for (int i = 1; i <= 5; ++i) c.scheduleIn(i * 1000, [&] { ++n; });
+    EXPECT_TRUE(c.runUntil([&] { return n == 2; }, 10'000));
+    EXPECT_EQ(n, 2);
+    EXPECT_FALSE(c.runUntil([&] { return n == 5; }, 1500));
+    EXPECT_EQ(n, 3);
+    c.clear();
+}
+
 TEST_F(Platform, EventsAtTheSameTimeRunInTheOrderTheyWereSet) {
     Clock& c = Clock::instance();
     QString order;

@@ -53,16 +53,8 @@ protected:
         QString error;
         ASSERT_EQ(line->open(LineSettings{hostBaud, Handshake::Rts}, &error), 0);
     }
-    // Moves virtual time from event to event until `cond` holds; false after `limitUs`.
     bool runUntil(const std::function<bool()>& cond, qint64 limitUs) {
-        Clock& c = Clock::instance();
-        const qint64 end = c.nowUs() + limitUs;
-        while (!cond()) {
-            if (c.nextDueUs() < 0 || c.nextDueUs() > end)
-                return false;
-            c.advanceToNext();
-        }
-        return true;
+        return Clock::instance().runUntil(cond, limitUs);
     }
     void runFor(qint64 us) { Clock::instance().advanceBy(us); }
     // What the utility's transfer does: 100-byte blocks, each drained before the next.
