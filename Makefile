@@ -33,7 +33,7 @@ test: build-test
 
 # The lint CI runs: clang-tidy with the project's checks over the program and the emulator.
 lint: build-test
-	ls src/*/*.cpp sim/*.cpp | xargs -P$(JOBS) -n4 clang-tidy -p $(TEST_BUILD) --quiet --extra-arg=-Wno-error \
+	find src sim -name "*.cpp" | sort | xargs -P$(JOBS) -n4 clang-tidy -p $(TEST_BUILD) --quiet --extra-arg=-Wno-error \
 	  --warnings-as-errors='*' 2>/dev/null
 
 demo: build

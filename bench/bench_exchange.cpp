@@ -6,7 +6,7 @@
 #include "app/LogView.h"
 #include "app/MajorSubs.h"
 #include "config/IniLoader.h"
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/Clock.h"
 #include "platform/Platform.h"

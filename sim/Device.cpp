@@ -1,6 +1,6 @@
 #include "Device.h"
 
-#include "config/IniFile.h"
+#include "core/config/IniFile.h"
 
 #include <QFile>
 

@@ -5,7 +5,7 @@
 // are memories: selecting one recalls it into the current input or output, and the store
 // commands write the current values into one.
 
-#include "config/CommandRec.h"
+#include "core/config/CommandRec.h"
 
 #include <QByteArray>
 #include <QList>

@@ -7,7 +7,7 @@
 #include "DeviceOptions.h"
 #include "Firmware.h"
 
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "app/Controls.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "platform/Platform.h"
 
 #include <QApplication>

@@ -1,5 +1,7 @@
 #include "app/Globals.h"
 
+#include "app/Tools.h"
+
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "config/FP.h"
@@ -69,6 +71,11 @@ bool WindowExists(const char* name) {
 }
 
 void ResetSession() {
+    ResetIrWindows();
+    ResetGammaWindows();
+    ResetSupportWindows();
+    ResetOptionsWindows();
+    ResetFirmwareWindows();
     auto& w = windows();
     w.fwr.reset();
     w.mdl.reset();

@@ -2,9 +2,9 @@
 // The module-level state of the run: one object per subsystem, gathered in one session so that a
 // test can start from a fresh run. Windows are created on first use and live for the run.
 
-#include "app/LogLines.h"
-#include "config/IniFile.h"
-#include "link/ReceiveRouter.h"
+#include "core/log/LogLines.h"
+#include "core/config/IniFile.h"
+#include "core/link/ReceiveRouter.h"
 
 #include <QString>
 

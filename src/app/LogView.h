@@ -2,7 +2,7 @@
 // The Details box: paints only the lines in view, newest on top, so that its cost does not grow
 // with the run. A double-click empties it.
 
-#include "app/LogLines.h"
+#include "core/log/LogLines.h"
 
 #include <QAbstractScrollArea>
 

@@ -1,6 +1,6 @@
 #include "app/Main.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "config/INI.h"
@@ -11,6 +11,7 @@
 #include "platform/AppPath.h"
 #include "platform/DoEvents.h"
 #include "platform/Platform.h"
+#include "app/Tools.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

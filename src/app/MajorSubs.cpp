@@ -1,7 +1,7 @@
 #include "app/MajorSubs.h"
 
 #include "app/Globals.h"
-#include "app/LogLines.h"
+#include "core/log/LogLines.h"
 #include "firmware/LDR.h"
 #include "link/zSCL.h"
 #include "platform/AppPath.h"

@@ -1,6 +1,6 @@
 #include "config/FWR.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "config/INI.h"

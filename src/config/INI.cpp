@@ -1,12 +1,12 @@
 #include "config/INI.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "config/FP.h"
-#include "config/IniFile.h"
+#include "core/config/IniFile.h"
 #include "config/IniLoader.h"
-#include "config/IniRewrite.h"
+#include "core/config/IniRewrite.h"
 #include "link/Driver.h"
 #include "platform/AppPath.h"
 

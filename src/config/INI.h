@@ -1,7 +1,7 @@
 #pragma once
 // "INI File Initialization": leads a first-time user through a template Telvo.ini.
 
-#include "config/IniRewrite.h"
+#include "core/config/IniRewrite.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -2,7 +2,7 @@
 
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 #include "config/INI.h"
 #include "link/Driver.h"
 #include "platform/AppPath.h"

@@ -1,6 +1,6 @@
 #include "link/DBG.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"

@@ -1,5 +1,5 @@
 // Changing the speed of the device and of the port together.
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "firmware/LDR.h"

@@ -1,13 +1,13 @@
 #include "link/zSCL.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 #include "platform/DoEvents.h"
 #include "settings/SCL.h"
 

@@ -1,5 +1,5 @@
 // The device's state word, and what a connection reads of the device: firmware, model, options.
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "config/FWR.h"

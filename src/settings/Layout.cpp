@@ -27,21 +27,9 @@ void SetUserLayout(int level) {
         w->setVisible(full);
 }
 
-// The settings panels, the IR tool, the restart and the exit-speed window arrive with their
-// own subsystems; until then these points of the start-up end where they stand.
+// The settings panels arrive with their own work; until then these points of the start-up end
+// where they stand.
 void BuildPanels() {}
 void RefreshPanels(int) {}
-
-void ShowIRToolAlone() {
-    SCL& s = scl();
-    s.show();
-    ShowStatus(QStringLiteral("Vorix Connected = False: the IR tool runs without a device"));
-}
-
-void ResumeCutOffLoad() {
-    LogLine(QStringLiteral("RestartLoader.txt found: a firmware load was cut off"));
-}
-
-bool ShowExitSpeedWindow() { return false; }
 
 } // namespace telvo::ui

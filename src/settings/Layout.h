@@ -1,5 +1,5 @@
 #pragma once
-// The main window's layouts and the points where later subsystems join the start-up.
+// The main window's layouts and its setting panels.
 
 namespace telvo::ui {
 
@@ -10,11 +10,5 @@ void SetUserLayout(int level);
 // Labels of the settings from the command records.
 void BuildPanels();
 void RefreshPanels(int mask);
-// The IR tool alone, for a run without a device.
-void ShowIRToolAlone();
-// The resumption of a firmware load that was cut off.
-void ResumeCutOffLoad();
-// The window that offers an exit speed; false when it came back by its cancel.
-bool ShowExitSpeedWindow();
 
 } // namespace telvo::ui

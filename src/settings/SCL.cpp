@@ -1,8 +1,10 @@
 #include "settings/SCL.h"
 
+#include "app/Tools.h"
+
 #include "app/Controls.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "app/MajorSubs.h"
@@ -192,6 +194,10 @@ void SCL::wire() {
     connect(P1, &platform::CommControl::OnComm, this, [] { Handle(P1_OnComm); });
     connect(cmdOpen, &QPushButton::clicked, this, [] { Handle(cmdOpen_Click); });
     connect(cmdDebugger, &QPushButton::clicked, this, [] { Handle([] { dbg().show(); }); });
+    connect(cmdDecodeIR, &QPushButton::clicked, this, [] { Handle(ShowIRG); });
+    connect(cmdGamma, &QPushButton::clicked, this, [] { Handle(ShowGMA); });
+    connect(cmdSupport, &QPushButton::clicked, this, [] { Handle(ShowSUP); });
+    connect(cmdAdvanced, &QPushButton::clicked, this, [] { Handle(ShowADV); });
 }
 
 void SCL::SetTitle() {

@@ -2,7 +2,7 @@
 
 #include "support/Fixture.h"
 
-#include "app/LogLines.h"
+#include "core/log/LogLines.h"
 #include "app/MajorSubs.h"
 #include "config/IniLoader.h"
 #include "firmware/LDR.h"

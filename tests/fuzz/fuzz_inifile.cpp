@@ -2,9 +2,9 @@
 // line also goes through the command parser alone. Built without libFuzzer, main() runs the
 // entry over a small corpus of awkward inputs so that ctest keeps it honest.
 
-#include "app/Classic.h"
-#include "config/CommandRec.h"
-#include "config/IniFile.h"
+#include "core/text/Classic.h"
+#include "core/config/CommandRec.h"
+#include "core/config/IniFile.h"
 
 #include <QFile>
 #include <cstdint>

@@ -6,9 +6,9 @@
 
 #include "Device.h"
 
-#include "config/IniFile.h"
-#include "link/Protocol.h"
-#include "link/ReceiveRouter.h"
+#include "core/config/IniFile.h"
+#include "core/link/Protocol.h"
+#include "core/link/ReceiveRouter.h"
 
 #include <QFile>
 #include <cstdint>

@@ -4,7 +4,7 @@
 #include "support/Fixture.h"
 
 #include "link/Driver.h"
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/SimulatedLine.h"
 #include "settings/SCL.h"

@@ -4,7 +4,7 @@
 #include "Device.h"
 #include "Frames.h"
 
-#include "config/IniFile.h"
+#include "core/config/IniFile.h"
 
 #include <QByteArray>
 #include <QFile>

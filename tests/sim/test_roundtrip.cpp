@@ -8,9 +8,9 @@
 #include "Firmware.h"
 #include "Frames.h"
 
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 #include "link/Driver.h"
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/SimulatedLine.h"
 #include "settings/SCL.h"

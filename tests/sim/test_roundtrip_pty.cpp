@@ -5,7 +5,7 @@
 
 #include "Frames.h"
 
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/Clock.h"
 #include "settings/SCL.h"

@@ -1,6 +1,6 @@
 #include "support/Fixture.h"
 
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"
 #include "link/zSCL.h"
 #include "platform/DoEvents.h"

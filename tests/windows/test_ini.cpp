@@ -5,7 +5,7 @@
 
 #include "../link/DeviceScript.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 #include "app/Main.h"
 #include "config/FP.h"
 #include "config/FWR.h"

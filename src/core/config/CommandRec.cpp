@@ -1,7 +1,7 @@
-#include "config/CommandRec.h"
+#include "core/config/CommandRec.h"
 
-#include "app/Classic.h"
-#include "app/MinorSubs.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
 
 namespace telvo::core {
 

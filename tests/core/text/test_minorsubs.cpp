@@ -1,7 +1,7 @@
 // The classic number and text semantics and the small shared text routines.
 
-#include "app/Classic.h"
-#include "app/MinorSubs.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
-#include "config/IniRewrite.h"
+#include "core/config/IniRewrite.h"
 
-#include "app/Classic.h"
-#include "app/MinorSubs.h"
-#include "config/IniFile.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
+#include "core/config/IniFile.h"
 
 namespace telvo::core {
 

@@ -2,7 +2,7 @@
 // The reader of Telvo.ini as a pure function: text in, tables and control values out. The window
 // side applies what it found to the controls and shows the reports.
 
-#include "config/CommandRec.h"
+#include "core/config/CommandRec.h"
 
 #include <QList>
 #include <QPair>

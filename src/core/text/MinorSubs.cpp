@@ -1,6 +1,6 @@
-#include "app/MinorSubs.h"
+#include "core/text/MinorSubs.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 
 #include <QFile>
 #include <QFileInfo>

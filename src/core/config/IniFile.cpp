@@ -1,7 +1,7 @@
-#include "config/IniFile.h"
+#include "core/config/IniFile.h"
 
-#include "app/Classic.h"
-#include "app/MinorSubs.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
 
 namespace telvo::core {
 

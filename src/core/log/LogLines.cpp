@@ -1,4 +1,4 @@
-#include "app/LogLines.h"
+#include "core/log/LogLines.h"
 
 namespace telvo::core {
 

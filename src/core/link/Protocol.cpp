@@ -1,7 +1,7 @@
-#include "link/Protocol.h"
+#include "core/link/Protocol.h"
 
-#include "app/Classic.h"
-#include "app/MinorSubs.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
 
 namespace telvo::core {
 

@@ -1,4 +1,4 @@
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 
 #include <cmath>
 #include <limits>

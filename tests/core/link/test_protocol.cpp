@@ -1,8 +1,8 @@
 // Frames, error texts and the receive handler, alone.
 
-#include "app/MinorSubs.h"
-#include "link/Protocol.h"
-#include "link/ReceiveRouter.h"
+#include "core/text/MinorSubs.h"
+#include "core/link/Protocol.h"
+#include "core/link/ReceiveRouter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "link/ReceiveRouter.h"
+#include "core/link/ReceiveRouter.h"
 
-#include "app/Classic.h"
+#include "core/text/Classic.h"
 
 namespace telvo::core {
 

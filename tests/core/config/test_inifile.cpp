@@ -1,6 +1,6 @@
 // The reader of Telvo.ini: line syntax, conditions, sections and the two passes.
 
-#include "config/IniFile.h"
+#include "core/config/IniFile.h"
 
 #include <QFile>
 #include <QFileInfo>

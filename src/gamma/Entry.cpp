@@ -1,0 +1,8 @@
+#include "app/Tools.h"
+
+namespace telvo::ui {
+
+void ShowGMA() {}
+void ResetGammaWindows() {}
+
+} // namespace telvo::ui

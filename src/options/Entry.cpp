@@ -1,0 +1,8 @@
+#include "app/Tools.h"
+
+namespace telvo::ui {
+
+void ShowADV() {}
+void ResetOptionsWindows() {}
+
+} // namespace telvo::ui
