@@ -8,6 +8,8 @@
 
 #include <QString>
 
+class QWidget;
+
 namespace telvo::ui {
 
 class SCL;
@@ -51,6 +53,18 @@ struct DriverGlobals {
 struct SettingsGlobals {
     bool SuppressTab = false;
     bool SuppressOutput = false;
+    // Label index (n, n + 100, n + 200) to record index in Commands; grows, never shrinks.
+    QList<qint16> ControlMap;
+    qint16 SelectedCmd = 0;
+    QWidget* SelectedLabel = nullptr;
+    // "Integer" after an INTEGER setting was opened; the IR tool reads it too.
+    QString ValueContext;
+    // The view kept by SaveViewState: tab, preset index, digital output (-1 or 0).
+    qint16 KeptTab = 0;
+    qint16 KeptPreset = 0;
+    qint16 KeptDigital = 0;
+    // The device refused "Input SDI": the module is absent, the row is left out for the run.
+    bool SDIFailed = false;
 };
 
 struct Session {

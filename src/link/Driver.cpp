@@ -212,7 +212,7 @@ bool TryOpenPort(const QString& port) {
     return false;
 }
 
-QString ProbeRates(const QString&, int first, int last) {
+QString ProbeRates(const QString& port, int first, int last) {
     SCL& s = scl();
     platform::CommControl* P1 = s.P1;
     // The port's own time-outs, put back after the probe. Read once: a record read while the
@@ -225,10 +225,21 @@ QString ProbeRates(const QString&, int first, int last) {
         P1->setHandshaking(3);
         P1->setSettings(rate + kSettingsTail);
         P1->setRThreshold(1);
+        P1->ClearError();
         P1->setPortOpen(true);
+        // Errors are ignored here: a rate the port refuses, or an adapter pulled out, moves the
+        // search on to the next rate (and so to the next port) instead of abandoning it.
+        if (!P1->PortOpen()) continue;
         // A probe write may never hang on a line with nothing on it.
         P1->setWriteTimeout(100);
-        if (ProbeExchange(QStringLiteral("20"), QStringLiteral("A1") + core::NUL())) {
+        bool answered = false;
+        try {
+            answered = ProbeExchange(QStringLiteral("20"), QStringLiteral("A1") + core::NUL());
+        } catch (const core::RuntimeError& e) {
+            LogLine(QStringLiteral("Port ") + port + QStringLiteral(" @ ") + rate +
+                    QStringLiteral(": ") + e.description());
+        }
+        if (answered) {
             P1->setWriteTimeout(kept);
             P1->setPortOpen(false);
             P1->setHandshaking(2);

@@ -2,13 +2,13 @@
 
 #include "app/Globals.h"
 #include "app/Main.h"
-#include "app/MajorSubs.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {
 
 void ArrangeToolButtons() {
     SCL& s = scl();
+    // Frame4 takes the width of what it shows: its grid folds hidden buttons away.
     const bool debug = App().DebuggerMode;
     s.cmdDebugger->setVisible(debug);
     s.cmdAdvanced->setVisible(debug);
@@ -16,20 +16,75 @@ void ArrangeToolButtons() {
     App().BootLoaderMode = CommandLineHas(QStringLiteral("BootLoader"));
 }
 
-void SetUserLayout(int level) {
-    SCL& s = scl();
-    // The beginner layout shows no settings and none of the expert's fields.
-    const bool full = level != 1;
-    for (QWidget* w : {static_cast<QWidget*>(s.SSTab1), static_cast<QWidget*>(s.FrameTop),
-                       static_cast<QWidget*>(s.FrameMid), static_cast<QWidget*>(s.FrameBtm),
-                       static_cast<QWidget*>(s.cmdRefreshAll), static_cast<QWidget*>(s.cmdSave),
-                       static_cast<QWidget*>(s.cmdRestore)})
-        w->setVisible(full);
+namespace {
+
+void clearArrangement(SCL& s) {
+    for (QWidget* w : {static_cast<QWidget*>(s.Frame2), static_cast<QWidget*>(s.Frame3),
+                       static_cast<QWidget*>(s.Frame4), static_cast<QWidget*>(s.Frame5),
+                       static_cast<QWidget*>(s.Frame6), s.panelArea, s.detailsArea,
+                       s.statusArea})
+        s.root->removeWidget(w);
+    for (int r = 0; r < 6; ++r) s.root->setRowStretch(r, 0);
+    for (int c = 0; c < 4; ++c) s.root->setColumnStretch(c, 0);
 }
 
-// The settings panels arrive with their own work; until then these points of the start-up end
-// where they stand.
-void BuildPanels() {}
-void RefreshPanels(int) {}
+// The full window: communications, device settings and options across the top, the support
+// tools under communications with termination beside them under the options, the details below,
+// and the panels on the right reaching down to the details' bottom edge.
+void arrangeFull(SCL& s) {
+    QGridLayout* g = s.root;
+    g->addWidget(s.Frame2, 0, 0);
+    g->addWidget(s.Frame3, 0, 1, 2, 1);
+    g->addWidget(s.Frame6, 0, 2);
+    g->addWidget(s.Frame4, 1, 0);
+    g->addWidget(s.Frame5, 1, 2);
+    g->addWidget(s.detailsArea, 2, 0, 1, 3);
+    g->addWidget(s.panelArea, 0, 3, 3, 1);
+    g->addWidget(s.statusArea, 3, 0, 1, 4);
+    g->setRowStretch(2, 1);
+    g->setColumnStretch(3, 1);
+}
+
+// The beginner's window: communications over the details on the left; options, termination
+// and the support tools stacked on the right.
+void arrangeBeginner(SCL& s) {
+    QGridLayout* g = s.root;
+    g->addWidget(s.Frame2, 0, 0);
+    g->addWidget(s.Frame6, 0, 1);
+    g->addWidget(s.detailsArea, 1, 0, 3, 1);
+    g->addWidget(s.Frame5, 1, 1);
+    g->addWidget(s.Frame4, 2, 1);
+    g->addWidget(s.statusArea, 4, 0);
+    g->setRowStretch(3, 1);
+    g->setColumnStretch(0, 1);
+}
+
+} // namespace
+
+void ArrangeMainWindow(SCL& s, int level) {
+    clearArrangement(s);
+    if (level == 1)
+        arrangeBeginner(s);
+    else
+        arrangeFull(s);
+}
+
+void SetUserLayout(int level) {
+    SCL& s = scl();
+    if (level == 0 || level == 1) {
+        const bool full = level == 0;
+        for (QWidget* w : {static_cast<QWidget*>(s.chkConfirm), static_cast<QWidget*>(s.chkSim),
+                           static_cast<QWidget*>(s.chkNoFWupdate),
+                           static_cast<QWidget*>(s.cmdRefreshAll),
+                           static_cast<QWidget*>(s.Frame3), s.panelArea})
+            w->setVisible(full);
+        s.Frame6->show();
+        s.chkSaveRestore->setEnabled(false);
+        s.chkDefaults->setEnabled(full);
+        ArrangeMainWindow(s, level);
+        s.root->activate();
+    }
+    CenterForm(&s);
+}
 
 } // namespace telvo::ui

@@ -3,6 +3,11 @@
 
 namespace telvo::ui {
 
+class SCL;
+
+// Puts the main window's frames where the level wants them: 0 the full window, 1 the beginner's.
+void ArrangeMainWindow(SCL& s, int level);
+
 // The button row for DebuggerMode; also reads BootLoaderMode from the command line.
 void ArrangeToolButtons();
 // The beginner (1) or the full (0) layout.

@@ -10,12 +10,29 @@
 #include <QComboBox>
 #include <QFrame>
 #include <QGroupBox>
+#include <QGridLayout>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTabBar>
 #include <QWidget>
 
 namespace telvo::ui {
+
+// A setting's label on a panel: "name=value", reached by mouse and by keyboard alike (Enter or
+// Space opens its chooser as a click at its middle would).
+class SettingLabel : public ClickLabel {
+    Q_OBJECT
+public:
+    explicit SettingLabel(QWidget* parent);
+Q_SIGNALS:
+    void MouseDownAt(QPoint at);
+
+protected:
+    void mousePressEvent(QMouseEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
+};
 
 class SCL : public QWidget {
     Q_OBJECT
@@ -38,6 +55,19 @@ public:
     QPushButton* cmdContinue;
     QPushButton* cmdCancel;
     QLabel* lblWait;
+
+    // The frames.
+    QGroupBox* Frame2; // "Communications"
+    QGroupBox* Frame3; // "Device Settings"
+    QGroupBox* Frame6; // "Operation and Options"
+    QLabel* Label1;
+    QLabel* Label2;
+    QLabel* Label4;
+    QLabel* Label6;
+    QLabel* Label7;
+    QLabel* Label8;
+    QLabel* Label11;
+    QLabel* lblFirmware;
 
     // Connection and state.
     QLabel* DeviceModel;
@@ -78,10 +108,35 @@ public:
     QGroupBox* FrameTop;
     QGroupBox* FrameMid;
     QGroupBox* FrameBtm;
-    QComboBox* lstPreset;
-    QComboBox* lstProfile;
+    QListWidget* lstPreset;
+    QListWidget* lstProfile;
     QPushButton* cmdSaveAs;
     QPushButton* cmdSaveAs2;
+    QRadioButton* optDigital;
+    QRadioButton* optAnalog;
+    QFrame* Line1;
+    QFrame* Line2;
+    // The label arrays; member 0 of each is the design's hidden first member.
+    QList<SettingLabel*> lblSettingTop;
+    QList<SettingLabel*> lblSettingMid;
+    QList<SettingLabel*> lblSettingBtm;
+    QGridLayout* gridTop;
+    QGridLayout* gridMid;
+    QGridLayout* gridBtm;
+
+    // The floating choosers of value entry.
+    QGroupBox* frmEnter;
+    QLabel* lblEnter;
+    QLineEdit* txtValEnter;
+    QGroupBox* frmSelect;
+    QListWidget* lstSelect;
+    int lstSelectTwips = 0; // the list's height as the design counts it
+
+    // The window's arrangement, laid out again for the user level.
+    QGridLayout* root;
+    QWidget* panelArea;
+    QWidget* detailsArea;
+    QWidget* statusArea;
 
     // Sets the caption to the model and the version, as the title always reads.
     void SetTitle();
@@ -90,6 +145,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
     void build();

@@ -44,6 +44,11 @@ public:
         m_proc.waitForFinished(3000);
     }
     QString path() const { return m_path; }
+    // The adapter pulled out: the process and its pseudo-terminal go at once.
+    void vanish() {
+        m_proc.kill();
+        m_proc.waitForFinished(3000);
+    }
     bool running() const { return m_proc.state() == QProcess::Running && !m_path.isEmpty(); }
 
     // "host  ...", "device  ..." and "note  ..." lines, without their time.

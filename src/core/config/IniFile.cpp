@@ -325,7 +325,9 @@ QString FirstIniLine(const QStringList& lines) {
 }
 
 bool IsPrototypeFile(const QStringList& lines) {
-    return SameText(TrimBlank(FirstIniLine(lines)), QStringLiteral("PROTOTYPE"));
+    // The comment-cut line is not trimmed again: "PROTOTYPE ' note" is no template, which also
+    // keeps the first-run rewrite (that drops only a bare "Prototype" key) from looping.
+    return SameText(FirstIniLine(lines), QStringLiteral("PROTOTYPE"));
 }
 
 namespace {

@@ -514,9 +514,13 @@ TEST(IniText, SplitDropsAByteOrderMark) {
 }
 
 TEST(IniText, FirstLineAndPrototypeWord) {
-    const QStringList proto = {"", "  ' comment", "  Prototype ' template", "[SYSTEM]"};
-    EXPECT_EQ(FirstIniLine(proto), QStringLiteral("Prototype "));
+    const QStringList proto = {"", "  ' comment", "  Prototype", "[SYSTEM]"};
+    EXPECT_EQ(FirstIniLine(proto), QStringLiteral("Prototype"));
     EXPECT_TRUE(IsPrototypeFile(proto));
+    // The comment-cut line keeps its blank: with a note behind it the word is no template.
+    const QStringList noted = {"PROTOTYPE ' note", "[SYSTEM]"};
+    EXPECT_EQ(FirstIniLine(noted), QStringLiteral("PROTOTYPE "));
+    EXPECT_FALSE(IsPrototypeFile(noted));
     EXPECT_FALSE(IsPrototypeFile({"[SYSTEM]", "PROTOTYPE"}));
     EXPECT_FALSE(IsPrototypeFile({"PROTOTYPES"}));
     EXPECT_EQ(FirstIniLine({"", "'"}), QString());
