@@ -57,8 +57,8 @@ int main(int argc, char** argv) {
         if (!f.open(QIODevice::WriteOnly)) return 1;
         f.write("' a measured display\r\n"
                 "FunctionRED=X^2.2 ' red\r\n"
-                "FunctionGreen=(X+0.055)^2.4*0.9+X^2.2*0.1\r\n"
-                "FunctionBlue=X^1.8*0.5+X^2.6*0.5\r\n");
+                "FunctionGreen=X^(2.2+0.2)\r\n"
+                "FunctionBlue=(X^1.8)*(X^0.4) ' blue\r\n");
     }
     report("table from a reference file of formulas", 50, [&] {
         core::Reference ref;

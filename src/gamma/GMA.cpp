@@ -95,6 +95,8 @@ void GMA::buildControls() {
     m_axisY = new QValueAxis;
     m_axisX->setRange(0, 1);
     m_axisY->setRange(0, 1);
+    m_axisX->setTickCount(6);
+    m_axisY->setTickCount(6);
     m_axisX->setLabelFormat(QStringLiteral("%.1f"));
     m_axisY->setLabelFormat(QStringLiteral("%.1f"));
     m_chart->addAxis(m_axisX, Qt::AlignBottom);
