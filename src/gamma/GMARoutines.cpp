@@ -335,11 +335,16 @@ const QString kChanged = QStringLiteral("The data has changed. Do you wish to sa
 
 void GMA::cmdExit_Click() {
     if (DataChanged) {
+        // Yes saves and leaves the window open, so the saved table can be looked at; No hides.
         const int answer = platform::MessageBox(kChanged, platform::vbYesNoCancel);
         if (answer == platform::vbCancel) return;
-        if (answer == platform::vbYes) cmdSave_Click();
+        if (answer == platform::vbYes)
+            cmdSave_Click();
+        else
+            hide();
+    } else {
+        hide();
     }
-    hide();
     if (cmdExit->text() == QLatin1String("Exit")) platform::EndProgram();
 }
 

@@ -470,6 +470,18 @@ TEST_F(GammaWindow, DoneAsksOnlyWhenChangedAndHides) {
     EXPECT_TRUE(w().isHidden());
     EXPECT_EQ(gp->ends, 0);
     EXPECT_FALSE(platform::ProgramEnded());
+    // Yes saves; the window stays until the next "Done".
+    ui::ShowGMA();
+    const QString file = QDir(home()).filePath(QStringLiteral("done.gma"));
+    w().GammaFileName = file;
+    gp->answers.push_back(platform::vbYes);
+    click(w().cmdExit);
+    EXPECT_TRUE(QFile::exists(file));
+    EXPECT_FALSE(w().DataChanged);
+    EXPECT_FALSE(w().isHidden());
+    click(w().cmdExit);
+    EXPECT_TRUE(w().isHidden());
+    EXPECT_EQ(gp->messageTexts().size(), 3);
 }
 
 TEST_F(GammaWindow, CloseBoxEndsTheProgramUnlikeDone) {
