@@ -524,3 +524,42 @@ TEST_F(GammaWindow, ExportsWriteCalAndCube) {
     EXPECT_TRUE(readHomeFile(QStringLiteral("t.cube")).contains("LUT_1D_SIZE 1024\n"));
     EXPECT_EQ(gp->dirs[0], QDir(home()).filePath(QStringLiteral("Gamma.cal")));
 }
+
+TEST_F(GammaWindow, OpenedFileInLowerCaseWithBlanksSetsScalarGamma) {
+    writeHomeFile(QStringLiteral("lower.gma"), "gamma = 1.5\r\ncoloroption = 2\r\ngreen = 0001 0002\r\n");
+    gp->paths.push_back(QDir(home()).filePath(QStringLiteral("lower.gma")));
+    click(w().cmdOpen);
+    EXPECT_EQ(w().txtGamma->text(), QStringLiteral("1.5"));
+    EXPECT_TRUE(w().txtDSPgamma->text().isEmpty());
+    EXPECT_EQ(w().ColorOption(), 2);
+    EXPECT_EQ(cell(1, 2), QStringLiteral("0001"));
+    EXPECT_EQ(cell(2, 2), QStringLiteral("0002"));
+    EXPECT_EQ(cell(3, 2), QString());
+    EXPECT_EQ(w().Curve->pen().color(), QColor(0, 255, 0));
+    EXPECT_EQ(w().frmChart->title(), QStringLiteral("Gamma Curve for Gamma = 1.5"));
+}
+
+TEST_F(GammaWindow, OpenedFileNamesItsReferenceButDataModeWorksOnEmptyData) {
+    writeHomeFile(QStringLiteral("ref.gma"),
+                  "Scalar Gamma=1.0\r\nDisplay Gamma=Data\r\nColorOption=0\r\nUseRefData=1\r\n"
+                  "DSPrefData=/nowhere/lcd.txt\r\nRED=0005\r\n");
+    gp->paths.push_back(QDir(home()).filePath(QStringLiteral("ref.gma")));
+    click(w().cmdOpen);
+    EXPECT_EQ(w().DSPrefFile, QStringLiteral("/nowhere/lcd.txt"));
+    EXPECT_TRUE(w().chkDSPRef->isChecked());
+    EXPECT_FALSE(w().cmdBrowse->isHidden());
+    click(w().cmdCompute);
+    for (int row = 1; row <= 1024; ++row)
+        for (int c = 1; c <= 3; ++c) ASSERT_EQ(cell(row, c), QStringLiteral("0000")) << row;
+    EXPECT_TRUE(gp->messageTexts().isEmpty());
+}
+
+TEST_F(GammaWindow, FileThatCannotBeReadIsARunTimeError) {
+    gp->paths.push_back(QDir(home()).filePath(QStringLiteral("missing.txt")));
+    click(w().cmdBrowse); // a path that doesn't exist: nothing happens
+    EXPECT_TRUE(gp->messageTexts().isEmpty());
+    QString missing = QDir(home()).filePath(QStringLiteral("missing.txt"));
+    EXPECT_THROW(w().OpenDSPref(missing), core::RuntimeError);
+    w().GammaFileName = QDir(home()).filePath(QStringLiteral("sub/none.gma"));
+    EXPECT_THROW(w().OpenGamma(), core::RuntimeError);
+}
