@@ -9,6 +9,21 @@ namespace telvo::platform {
 
 namespace {
 
+// A filter as the system writes it, "Gamma Files (*.gma)|*.gma" (pairs of description and
+// pattern), in the form of Qt's dialogs: "Gamma Files (*.gma)", pairs joined by ";;".
+QString qtFilter(const QString& filter) {
+    if (!filter.contains(u'|')) return filter;
+    const QStringList parts = filter.split(u'|');
+    QStringList out;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        QString pattern = parts[i + 1];
+        pattern.remove(u'(').remove(u')');
+        const QString tail = QStringLiteral("(") + pattern + QStringLiteral(")");
+        out << (parts[i].endsWith(tail) ? parts[i] : parts[i] + u' ' + tail);
+    }
+    return out.join(QStringLiteral(";;"));
+}
+
 class QtPlatform : public Platform {
 public:
     int MessageBox(const QString& text, int buttons, const QString& title) override {
@@ -31,11 +46,11 @@ public:
     }
     QString OpenFileDialog(const QString& title, const QString& dir,
                            const QString& filter) override {
-        return QFileDialog::getOpenFileName(nullptr, title, dir, filter);
+        return QFileDialog::getOpenFileName(nullptr, title, dir, qtFilter(filter));
     }
     QString SaveFileDialog(const QString& title, const QString& dir,
                            const QString& filter) override {
-        return QFileDialog::getSaveFileName(nullptr, title, dir, filter);
+        return QFileDialog::getSaveFileName(nullptr, title, dir, qtFilter(filter));
     }
     void Beep() override { QApplication::beep(); }
     void HideEverything() override {
