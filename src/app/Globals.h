@@ -51,6 +51,8 @@ struct DriverGlobals {
 struct SettingsGlobals {
     bool SuppressTab = false;
     bool SuppressOutput = false;
+    // What sort of entry the setting (or the IR tool's command) took: "Integer", "Range", "Value".
+    QString ValueContext;
 };
 
 struct Session {

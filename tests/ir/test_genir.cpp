@@ -511,3 +511,20 @@ TEST_F(IR, NumericTest) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(IR, SelfReferenceRunsOutOfStackSpace) {
+    // Only a recursion without stored values can reach this; the run-time's error 28 stands for
+    // the exhausted stack, once, for the whole recursion.
+    AddDefine(s, QStringLiteral("A=A+A"), false);
+    EXPECT_EQ(EvalExpr(s, FindDefine(s, QStringLiteral("A")), QStringLiteral("A"), false), 0);
+    EXPECT_EQ(messages, QStringList{QStringLiteral("28")});
+    messages.clear();
+    AddDefine(s, QStringLiteral("B=3"), false);
+    AddDefine(s, QStringLiteral("C=B*2+1"), false);
+    EXPECT_EQ(EvalExpr(s, FindDefine(s, QStringLiteral("C")), QStringLiteral("C"), false), 7);
+    EXPECT_TRUE(messages.isEmpty());
+}
+
+} // namespace

@@ -15,6 +15,7 @@ namespace {
 
 // A recursion deeper than this is the run-time's "Out of stack space".
 constexpr int kMaxDepth = 200;
+constexpr int kOutOfStack = 28;
 int g_depth = 0;
 
 [[noreturn]] void subscriptError() {
@@ -174,13 +175,18 @@ qint32 EvalExpr(IRState& s, int row, const QString& name, bool useStored) {
     qint32 result = 0;
     ++g_depth;
     try {
-        if (g_depth > kMaxDepth) throw RuntimeError(28, QStringLiteral("Out of stack space"));
+        if (g_depth > kMaxDepth) throw RuntimeError(kOutOfStack, QStringLiteral("Out of stack space"));
         if (IsNumeric(text))
             result = CLng(Val(text));
         else
             result = evaluate(s, text, useStored);
     } catch (const RuntimeError& e) {
-        // One catch-all: the error's number as a message, and no partial result.
+        // Out of stack space unwinds the whole recursion, as the exhausted stack would; any
+        // other error stops here. One catch-all: the number as a message, no partial result.
+        if (e.number() == kOutOfStack && g_depth > 1) {
+            --g_depth;
+            throw;
+        }
         if (s.Message) s.Message(QString::number(e.number()));
         result = 0;
     }
