@@ -557,6 +557,18 @@ QString IRG::decimalCode(const QString& cmd) const {
 
 bool IRG::walkCancelled() const { return Ir().CancelAll; }
 
+// The walk's yield: events always run (Cancel, Quit); the window is repainted at most every 40 ms.
+void IRG::walkYield() {
+    if (!m_frame.isValid() || m_frame.elapsed() >= 40) {
+        frmIR->setUpdatesEnabled(true);
+        platform::DoEventsOnce();
+        frmIR->setUpdatesEnabled(false);
+        m_frame.start();
+        return;
+    }
+    platform::DoEventsOnce();
+}
+
 void IRG::saveIRdata(QFile* file1, QFile* file2, const QString& title, const QString& device,
                      const QString& function, qint16 kind) {
     IrGlobals& g = Ir();
@@ -588,7 +600,7 @@ void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
     for (qsizetype i = 1; i < r.Values.size(); ++i) {
         txtValue->setText(decimalText(r.Values.at(i).Value));
         txtOutput->clear();
-        platform::DoEventsOnce();
+        walkYield();
         if (walkCancelled()) return;
         ProduceIR();
         const QString dec = decimalCode(r.Cmd);
@@ -610,7 +622,7 @@ void IRG::walkPoint(int row, const QString& value, const QString& words, const Q
     SetOption(optVAL, true);
     const QString dec = decimalCode(r.Cmd);
     lblError->setText(r.Name + QStringLiteral("(0x") + r.Cmd + u'/' + dec + words + txtValue->text());
-    platform::DoEventsOnce();
+    walkYield();
     if (walkCancelled()) return;
     ProduceIR();
     saveIRdata(f1, f2, lblError->text(), dec, txtValue->text(), kind);
@@ -646,14 +658,26 @@ void IRG::cmdGenAll_Click() {
     prgGenAll->show();
     cmdCancelAll->show();
     cmdGenAll->setEnabled(false);
+    // The walk touches every control once per pattern; the screen shows that state at a frame
+    // rate (walkYield), since painting each of thousands of patterns costs far more than making
+    // them and nobody can read faster than the screen refreshes.
+    frmIR->setUpdatesEnabled(false);
+    m_frame.invalidate();
+    // A label of fixed size changes its text without laying the whole window out again.
+    const QSize errorMin = lblError->minimumSize(), errorMax = lblError->maximumSize();
+    lblError->setFixedSize(lblError->size());
     struct Restore {
         IRG* w;
+        QSize min, max;
         ~Restore() {
+            w->lblError->setMinimumSize(min);
+            w->lblError->setMaximumSize(max);
             w->prgGenAll->hide();
             w->cmdCancelAll->hide();
             w->cmdGenAll->setEnabled(true);
+            w->frmIR->setUpdatesEnabled(true);
         }
-    } restore{this};
+    } restore{this, errorMin, errorMax};
 
     for (int row = 1; row <= rows && !walkCancelled(); ++row) {
         const core::CommandRec& r = Config().Commands.at(row);

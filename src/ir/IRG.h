@@ -7,6 +7,7 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
@@ -111,6 +112,8 @@ private:
                    QFile* f1, QFile* f2, qint16 kind);
     QString decimalCode(const QString& cmd) const;
     bool walkCancelled() const;
+    void walkYield();
+    QElapsedTimer m_frame;
 };
 
 IRG& irg();

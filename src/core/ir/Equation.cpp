@@ -168,10 +168,10 @@ qint32 EvalExpr(IRState& s, int row, const QString& name, bool useStored) {
     if (FindDefine(s, name) == 0) return 0;
     if (row < 0 || row >= s.Defines.size()) return 0;
     const QString text = s.Defines.at(row).Text;
-    const QString u = text.toUpper();
-    if (u == u"DEVICE") return s.IRDeviceCode;
-    if (u == u"FUNCTION") return s.IRFunctionCode;
-    if (u == u"EXTENSION") return s.IRExtension;
+    auto is = [&text](QStringView word) { return text.compare(word, Qt::CaseInsensitive) == 0; };
+    if (is(u"DEVICE")) return s.IRDeviceCode;
+    if (is(u"FUNCTION")) return s.IRFunctionCode;
+    if (is(u"EXTENSION")) return s.IRExtension;
     qint32 result = 0;
     ++g_depth;
     try {

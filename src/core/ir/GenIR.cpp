@@ -3,7 +3,6 @@
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 
-#include <QRegularExpression>
 #include <cmath>
 #include <cstdlib>
 
@@ -46,6 +45,8 @@ double numberOf(const QString& text) { return Val(text); }
 
 QString upper(const QString& t) { return t.toUpper(); }
 
+bool is(const QString& text, QStringView word) { return text.compare(word, Qt::CaseInsensitive) == 0; }
+
 bool isMarker(const QString& item) {
     return item == u"R_" || item == u"R*" || item == u"_" || item == u"*";
 }
@@ -53,15 +54,35 @@ bool isMarker(const QString& item) {
 } // namespace
 
 bool IsNumeric(const QString& text) {
-    static const QRegularExpression re(
-        QStringLiteral("^ *[+-]? *(\\d+\\.?\\d*|\\.\\d+)([eEdD][+-]?\\d+)? *$"));
-    return re.match(text).hasMatch();
+    // Blanks, a sign, digits with at most one point (at least one digit), an exponent, blanks.
+    const qsizetype n = text.size();
+    qsizetype i = 0;
+    auto digit = [&](qsizetype k) { return k < n && text.at(k) >= u'0' && text.at(k) <= u'9'; };
+    while (i < n && text.at(i) == u' ') ++i;
+    if (i < n && (text.at(i) == u'+' || text.at(i) == u'-')) {
+        ++i;
+        while (i < n && text.at(i) == u' ') ++i;
+    }
+    bool digits = false;
+    while (digit(i)) ++i, digits = true;
+    if (i < n && text.at(i) == u'.') {
+        ++i;
+        while (digit(i)) ++i, digits = true;
+    }
+    if (!digits) return false;
+    if (i < n && QStringView(u"eEdD").contains(text.at(i))) {
+        ++i;
+        if (i < n && (text.at(i) == u'+' || text.at(i) == u'-')) ++i;
+        if (!digit(i)) return false;
+        while (digit(i)) ++i;
+    }
+    while (i < n && text.at(i) == u' ') ++i;
+    return i == n;
 }
 
 qint16 FindDefine(const IRState& s, const QString& label) {
-    const QString want = upper(label);
     for (int i = 1; i < s.Defines.size(); ++i)
-        if (s.Defines.at(i).Label.compare(want, Qt::CaseInsensitive) == 0) return qint16(i);
+        if (s.Defines.at(i).Label.compare(label, Qt::CaseInsensitive) == 0) return qint16(i);
     return 0;
 }
 
@@ -271,7 +292,7 @@ void EmitBits(IRState& s, qint32 value, const QString& width, bool invert) {
 
 void AddToChecksum(IRState& s, qint32 value) {
     for (int i = 0; i < s.Defines.size(); ++i)
-        if (upper(s.Defines.at(i).Text) == u"CHECKSUM") {
+        if (is(s.Defines.at(i).Text, u"CHECKSUM")) {
             s.Defines[i].Value += value;
             return;
         }
@@ -279,7 +300,7 @@ void AddToChecksum(IRState& s, qint32 value) {
 
 qint32 ChecksumByte(const IRState& s) {
     for (int i = 0; i < s.Defines.size(); ++i)
-        if (upper(s.Defines.at(i).Text) == u"CHECKSUM") return CLng(s.Defines.at(i).Value) & 255;
+        if (is(s.Defines.at(i).Text, u"CHECKSUM")) return CLng(s.Defines.at(i).Value) & 255;
     return 0;
 }
 
@@ -399,17 +420,16 @@ void EmitRaw(IRState& s, const QString& text) {
 
 qint16 ExpandForm(IRState& s, const QString& form, qint16 passes) {
     for (DefineRec& d : s.Defines) {
-        const QString u = upper(d.Text);
-        if (u == u"DEVICE")
+        if (is(d.Text, u"DEVICE"))
             d.Value = s.IRDeviceCode;
-        else if (u == u"FUNCTION")
+        else if (is(d.Text, u"FUNCTION"))
             d.Value = s.IRFunctionCode;
-        else if (u == u"VALUE") {
+        else if (is(d.Text, u"VALUE")) {
             d.Value = s.IRFunctionCode;
             d.Chars = s.IRValueText;
-        } else if (u == u"EXTENSION")
+        } else if (is(d.Text, u"EXTENSION"))
             d.Value = s.IRExtension;
-        else if (u == u"CHECKSUM")
+        else if (is(d.Text, u"CHECKSUM"))
             d.Value = 0;
     }
     s.Slots.fill(0);
@@ -486,15 +506,32 @@ QString WriteProntoHex(IRState& s) {
     const qint16 once = CInt(RoundEven(s.OnceCount / 2.0));
     const qint16 repeat = CInt(RoundEven(s.RepeatCount / 2.0));
     // Each duration in carrier periods, rounded half away from zero, as the picture "0" does.
-    QString head = QStringLiteral("0000 ") + ToHex4(carrier) + u' ' + ToHex4(once) + u' ' +
-                   ToHex4(repeat) + u' ';
-    s.ProntoText.clear();
+    // The line is built in bytes: the digits and blanks are ASCII.
+    QByteArray head = "0000 ";
+    head.reserve(24 + 5 * s.Pronto.size());
+    QByteArray decimal;
+    decimal.reserve(6 * s.Pronto.size());
+    auto hex4 = [&head](qint64 v) {
+        char digits[20];
+        int k = 0;
+        do {
+            digits[k++] = "0123456789ABCDEF"[v % 16];
+            v /= 16;
+        } while (v != 0);
+        for (int pad = k; pad < 4; ++pad) head += '0';
+        while (k > 0) head += digits[--k];
+        head += ' ';
+    };
+    hex4(carrier);
+    hex4(once);
+    hex4(repeat);
     for (const qint32 d : std::as_const(s.Pronto)) {
-        const double words = std::floor(std::fabs(double(d)) / period + 0.5);
-        s.ProntoText += QString::number(qint64(words)) + u' ';
-        head += ToHex4(qint64(words)) + u' ';
+        const qint64 words = qint64(std::floor(std::fabs(double(d)) / period + 0.5));
+        decimal += QByteArray::number(words) + ' ';
+        hex4(words);
     }
-    return TrimBlank(head.toUpper());
+    s.ProntoText = QString::fromLatin1(decimal);
+    return TrimBlank(QString::fromLatin1(head));
 }
 
 bool GenerateIR(IRState& s, const QString& form, const IRInputs& in, QString& output) {
