@@ -333,11 +333,18 @@ void IRG::ShowValueError() {
 }
 
 QString IRG::GetSaveFileName(const QString& folder) {
+    // The dialog of the design: its title, its filter with the text kind first, and the
+    // program's folder (with "*.txt") unless a folder is given.
+    const QString title = QStringLiteral("Select File name to save IR Data");
+    const QString classic =
+        QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf");
+    // Qt spells "name|pattern|name|pattern" as "name;;name".
+    const QStringList parts = classic.split(u'|');
+    QStringList names;
+    for (qsizetype i = 0; i < parts.size(); i += 2) names << parts[i];
     const QString start = folder.isEmpty() ? platform::AppPath() + QStringLiteral("/*.txt")
                                            : folder + QStringLiteral("*.txt");
-    return platform::SaveFileDialog(
-        QStringLiteral("Select File name to save IR Data"), platform::NativePath(start),
-        QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf"));
+    return platform::SaveFileDialog(title, platform::NativePath(start), names.join(QStringLiteral(";;")));
 }
 
 void IRG::GenerateIR(const QString& form) {

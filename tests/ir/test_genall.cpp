@@ -310,6 +310,9 @@ TEST_F(GenAll, EmptyCodeIsReportedAndTheWalkGoesOn) {
 TEST_F(GenAll, CancelInTheDialogTouchesNothing) {
     load(kEdges);
     QTest::mouseClick(w().cmdGenAll, Qt::LeftButton); // no path queued: cancelled
+    ASSERT_EQ(scripted->shown.size(), 1u);
+    EXPECT_EQ(scripted->shown[0].kind, "Save");
+    EXPECT_EQ(scripted->shown[0].text, "Select File name to save IR Data");
     EXPECT_TRUE(w().lblError->isHidden());
     EXPECT_TRUE(QDir(home()).entryList({QStringLiteral("*.txt"), QStringLiteral("*.hex")}).isEmpty());
 }
