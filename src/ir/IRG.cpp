@@ -84,14 +84,18 @@ IRG::IRG() {
         return l;
     };
 
+    // An option button spoken by its caption.
+    auto option = [&named](const QString& caption, const char* name, QWidget* parent) {
+        auto* b = new QRadioButton(caption, parent);
+        named(b, name, caption.trimmed());
+        return b;
+    };
+
     // Modes and the leader.
-    optDiscrete = new QRadioButton(QStringLiteral("Discrete"), frmIR);
-    optRemote = new QRadioButton(QStringLiteral("Remote "), frmIR);
-    optManual = new QRadioButton(QStringLiteral("Manual"), frmIR);
+    optDiscrete = option(QStringLiteral("Discrete"), "optDiscrete", frmIR);
+    optRemote = option(QStringLiteral("Remote "), "optRemote", frmIR);
+    optManual = option(QStringLiteral("Manual"), "optManual", frmIR);
     chkAbsolute = new QCheckBox(QStringLiteral("Absolute"), frmIR);
-    named(optDiscrete, "optDiscrete", QStringLiteral("Discrete"));
-    named(optRemote, "optRemote", QStringLiteral("Remote"));
-    named(optManual, "optManual", QStringLiteral("Manual"));
     named(chkAbsolute, "chkAbsolute", QStringLiteral("Absolute"));
     auto* modes = new QButtonGroup(this);
     for (QRadioButton* b : {optDiscrete, optRemote, optManual}) modes->addButton(b);
@@ -144,14 +148,10 @@ IRG::IRG() {
     Frame3->setObjectName(QStringLiteral("Frame3"));
     Frame3->setAccessibleName(QStringLiteral("Value kind"));
     auto* opts = new QHBoxLayout(Frame3);
-    optVAL = new QRadioButton(QStringLiteral("value"), Frame3);
-    optAscii = new QRadioButton(QStringLiteral("ascii"), Frame3);
-    optHex = new QRadioButton(QStringLiteral("hex"), Frame3);
-    optDec = new QRadioButton(QStringLiteral("dec"), Frame3);
-    named(optVAL, "optVAL", QStringLiteral("value"));
-    named(optAscii, "optAscii", QStringLiteral("ascii"));
-    named(optHex, "optHex", QStringLiteral("hex"));
-    named(optDec, "optDec", QStringLiteral("dec"));
+    optVAL = option(QStringLiteral("value"), "optVAL", Frame3);
+    optAscii = option(QStringLiteral("ascii"), "optAscii", Frame3);
+    optHex = option(QStringLiteral("hex"), "optHex", Frame3);
+    optDec = option(QStringLiteral("dec"), "optDec", Frame3);
     auto* values = new QButtonGroup(this);
     for (QRadioButton* b : {optVAL, optAscii, optHex, optDec}) {
         values->addButton(b);

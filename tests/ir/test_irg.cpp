@@ -38,10 +38,9 @@ protected:
     void pick(QListWidget* list, const QString& text) {
         const auto items = list->findItems(text, Qt::MatchExactly);
         ASSERT_FALSE(items.isEmpty()) << text.toStdString();
-        const QRect r = list->visualItemRect(items.first());
         list->scrollToItem(items.first());
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.first()).center());
-        (void)r;
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualItemRect(items.first()).center());
         ASSERT_EQ(list->currentItem(), items.first());
     }
     void type(QLineEdit* box, const QString& text) {
