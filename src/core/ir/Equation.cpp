@@ -161,7 +161,8 @@ double ExtractSpan(double value, qint16 first, qint16 last) {
     for (int i = first - 1; i <= last - 1; ++i) mask = CInt(double(mask) + std::pow(2.0, i));
     const qint32 divisor = CLng(std::pow(2.0, first - 1));
     if (divisor == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
-    return CInt(double((CLng(value) & mask) / divisor));
+    const qint32 shifted = (CLng(value) & mask) / divisor; // truncating, as the design has it
+    return CInt(shifted);
 }
 
 qint32 EvalExpr(IRState& s, int row, const QString& name, bool useStored) {

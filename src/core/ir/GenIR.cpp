@@ -291,16 +291,16 @@ void EmitBits(IRState& s, qint32 value, const QString& width, bool invert) {
 }
 
 void AddToChecksum(IRState& s, qint32 value) {
-    for (int i = 0; i < s.Defines.size(); ++i)
-        if (is(s.Defines.at(i).Text, u"CHECKSUM")) {
-            s.Defines[i].Value += value;
+    for (DefineRec& d : s.Defines)
+        if (is(d.Text, u"CHECKSUM")) {
+            d.Value += value;
             return;
         }
 }
 
 qint32 ChecksumByte(const IRState& s) {
-    for (int i = 0; i < s.Defines.size(); ++i)
-        if (is(s.Defines.at(i).Text, u"CHECKSUM")) return CLng(s.Defines.at(i).Value) & 255;
+    for (const DefineRec& d : s.Defines)
+        if (is(d.Text, u"CHECKSUM")) return CLng(d.Value) & 255;
     return 0;
 }
 
@@ -483,17 +483,20 @@ void CollectIRData(IRState& s, const IRInputs& in) {
 double EffectiveFrequency(qint32 frequency) {
     const qint32 k = CLng(double(frequency) * 0.241246);
     if (k == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
-    const qint16 w = CInt(double(1000000 / k));
+    const qint32 word = 1000000 / k; // integer division, truncating
+    const qint16 w = CInt(word);
     const qint32 m = CLng(double(w) * 0.241246);
     if (m == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
-    return double(1000000 / m);
+    const qint32 effective = 1000000 / m;
+    return effective;
 }
 
 qint16 ProntoCarrierWord(qint32 frequency) {
     if (frequency < 1) return 0;
     const qint32 k = CLng(double(frequency) * 0.241246);
     if (k == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
-    return CInt(double(1000000 / k));
+    const qint32 word = 1000000 / k; // integer division, truncating
+    return CInt(word);
 }
 
 QString WriteProntoHex(IRState& s) {
