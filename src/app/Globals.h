@@ -57,7 +57,7 @@ struct SettingsGlobals {
     QList<qint16> ControlMap;
     qint16 SelectedCmd = 0;
     QWidget* SelectedLabel = nullptr;
-    // "Integer" after an INTEGER setting was opened; the IR tool reads it too.
+    // What sort of entry the setting (or the IR tool's command) took: "Integer", "Range", "Value".
     QString ValueContext;
     // The view kept by SaveViewState: tab, preset index, digital output (-1 or 0).
     qint16 KeptTab = 0;

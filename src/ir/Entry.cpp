@@ -1,17 +1,45 @@
 #include "app/Tools.h"
 
 #include "app/Globals.h"
-#include "app/MajorSubs.h"
+#include "ir/IRG.h"
 #include "settings/SCL.h"
+
+#include <memory>
 
 namespace telvo::ui {
 
-// Until the IR window is built, a run without a device says so on the main window.
-void ShowIRG() {}
-void ShowIRToolAlone() {
-    scl().show();
-    ShowStatus(QStringLiteral("Vorix Connected = False: the IR tool runs without a device"));
+namespace {
+std::unique_ptr<IRG>& window() {
+    static auto* w = new std::unique_ptr<IRG>;
+    return *w;
 }
-void ResetIrWindows() {}
+} // namespace
+
+// Created (and loaded) on first use, hidden by its Done button, never destroyed.
+IRG& irg() {
+    if (!window()) window() = std::make_unique<IRG>();
+    return *window();
+}
+
+void ShowIRG() {
+    IRG& w = irg();
+    w.show();
+    w.raise();
+    w.activateWindow();
+}
+
+// A run without a device: the main window stays hidden and the IR window is the whole run.
+void ShowIRToolAlone() {
+    IRG& w = irg();
+    w.quit->setText(QStringLiteral("Quit"));
+    w.quit->setAccessibleName(QStringLiteral("Quit"));
+    scl().hide();
+    ShowIRG();
+}
+
+void ResetIrWindows() {
+    window().reset();
+    Ir() = IrGlobals{};
+}
 
 } // namespace telvo::ui

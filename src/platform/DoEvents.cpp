@@ -45,4 +45,10 @@ void DoEvents() {
     ThrowIfEnded();
 }
 
+void DoEventsOnce() {
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+    Clock::instance().fireDue();
+    ThrowIfEnded();
+}
+
 } // namespace telvo::platform

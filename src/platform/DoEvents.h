@@ -8,4 +8,8 @@ namespace telvo::platform {
 // scheduled event instead. Rethrows the end of the program inside nested waits.
 void DoEvents();
 
+// The single yield of a routine that is busy rather than waiting: what is pending and due runs,
+// and it returns at once when nothing is.
+void DoEventsOnce();
+
 } // namespace telvo::platform

@@ -1,0 +1,742 @@
+#include "ir/IRG.h"
+
+#include "app/Controls.h"
+#include "app/Globals.h"
+#include "app/MajorSubs.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
+#include "link/zSCL.h"
+#include "platform/AppPath.h"
+#include "platform/DoEvents.h"
+#include "platform/Launch.h"
+#include "platform/Platform.h"
+#include "settings/SCL.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+#include <memory>
+
+namespace telvo::ui {
+
+using core::ir::FormAbsolute;
+using core::ir::FormRelative;
+using core::ir::FormRemote;
+using core::ir::FormValue;
+
+namespace {
+
+const QString kIllegalCode =
+    QStringLiteral("Illegal function code. The function code exceeds 255 decimal");
+const QString kCrLf = QStringLiteral("\r\n");
+
+QString decimalText(qint64 v) { return QString::number(v); }
+
+// The classic Hex: upper-case digits, no padding.
+QString ToHex(qint64 v) { return core::HexField(v, 0).toUpper(); }
+
+void writeLine(QFile* f, const QString& text) {
+    if (!f) return;
+    if (f->write((text + kCrLf).toLatin1()) < 0)
+        throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
+}
+
+std::unique_ptr<QFile> openForOutput(const QString& path) {
+    auto f = std::make_unique<QFile>(platform::NativePath(path));
+    if (!f->open(QIODevice::WriteOnly | QIODevice::Truncate))
+        throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
+    return f;
+}
+
+QString converterName() {
+#ifdef Q_OS_WIN
+    return QStringLiteral("hex2ccf.exe");
+#else
+    return QStringLiteral("hex2ccf");
+#endif
+}
+
+} // namespace
+
+IrGlobals& Ir() {
+    static IrGlobals* g = new IrGlobals;
+    return *g;
+}
+
+IRG::IRG() {
+    setObjectName(QStringLiteral("IRG"));
+    setWindowTitle(QStringLiteral("IR Support"));
+    auto* root = new QVBoxLayout(this);
+    frmIR = new QGroupBox(QStringLiteral("IR Data "), this);
+    frmIR->setObjectName(QStringLiteral("frmIR"));
+    root->addWidget(frmIR);
+    auto* grid = new QGridLayout(frmIR);
+
+    auto named = [](QWidget* w, const char* name, const QString& spoken) {
+        w->setObjectName(QString::fromLatin1(name));
+        w->setAccessibleName(spoken);
+    };
+    auto label = [this](const QString& text, const char* name) {
+        auto* l = new QLabel(text, frmIR);
+        l->setObjectName(QString::fromLatin1(name));
+        l->setAccessibleName(text.trimmed());
+        return l;
+    };
+
+    // An option button spoken by its caption.
+    auto option = [&named](const QString& caption, const char* name, QWidget* parent) {
+        auto* b = new QRadioButton(caption, parent);
+        named(b, name, caption.trimmed());
+        return b;
+    };
+
+    // Modes and the leader.
+    optDiscrete = option(QStringLiteral("Discrete"), "optDiscrete", frmIR);
+    optRemote = option(QStringLiteral("Remote "), "optRemote", frmIR);
+    optManual = option(QStringLiteral("Manual"), "optManual", frmIR);
+    chkAbsolute = new QCheckBox(QStringLiteral("Absolute"), frmIR);
+    named(chkAbsolute, "chkAbsolute", QStringLiteral("Absolute"));
+    auto* modes = new QButtonGroup(this);
+    for (QRadioButton* b : {optDiscrete, optRemote, optManual}) modes->addButton(b);
+    auto* modeRow = new QHBoxLayout;
+    for (QWidget* w : std::initializer_list<QWidget*>{optDiscrete, optRemote, optManual, chkAbsolute})
+        modeRow->addWidget(w);
+    modeRow->addStretch(1);
+    grid->addLayout(modeRow, 0, 0, 1, 3);
+
+    // The three lists.
+    lstCmnds = new QListWidget(frmIR);
+    lstValues = new QListWidget(frmIR);
+    lstRemote = new QListWidget(frmIR);
+    named(lstCmnds, "lstCmnds", QStringLiteral("Device commands"));
+    named(lstValues, "lstValues", QStringLiteral("Values"));
+    named(lstRemote, "lstRemote", QStringLiteral("Remote keys"));
+    for (QListWidget* l : {lstCmnds, lstValues, lstRemote}) l->setMinimumSize(180, 200);
+    grid->addWidget(lstCmnds, 1, 0);
+    grid->addWidget(lstValues, 1, 1);
+    grid->addWidget(lstRemote, 1, 2);
+    lblvalues = label(QString(), "lblvalues");
+    lblvalues->setWordWrap(true);
+    lblvalues->hide();
+    grid->addWidget(lblvalues, 2, 0, 1, 3);
+
+    // Function code and value.
+    auto* codes = new QGridLayout;
+    Label13 = label(QStringLiteral("Function"), "Label13");
+    Label3 = label(QStringLiteral("  hex"), "Label3");
+    Label12 = label(QStringLiteral("  dec"), "Label12");
+    Label6 = label(QStringLiteral("Value"), "Label6");
+    txtFChex = new QLineEdit(frmIR);
+    txtFCdec = new QLineEdit(frmIR);
+    txtValue = new QLineEdit(frmIR);
+    named(txtFChex, "txtFChex", QStringLiteral("Function hex"));
+    named(txtFCdec, "txtFCdec", QStringLiteral("Function dec"));
+    named(txtValue, "txtValue", QStringLiteral("Value"));
+    Label3->setBuddy(txtFChex);
+    Label12->setBuddy(txtFCdec);
+    Label6->setBuddy(txtValue);
+    codes->addWidget(Label13, 0, 0, 1, 2);
+    codes->addWidget(txtFChex, 1, 0);
+    codes->addWidget(Label3, 1, 1);
+    codes->addWidget(txtFCdec, 2, 0);
+    codes->addWidget(Label12, 2, 1);
+    codes->addWidget(Label6, 0, 2);
+    codes->addWidget(txtValue, 1, 2);
+
+    Frame3 = new QGroupBox(frmIR);
+    Frame3->setObjectName(QStringLiteral("Frame3"));
+    Frame3->setAccessibleName(QStringLiteral("Value kind"));
+    auto* opts = new QHBoxLayout(Frame3);
+    optVAL = option(QStringLiteral("value"), "optVAL", Frame3);
+    optAscii = option(QStringLiteral("ascii"), "optAscii", Frame3);
+    optHex = option(QStringLiteral("hex"), "optHex", Frame3);
+    optDec = option(QStringLiteral("dec"), "optDec", Frame3);
+    auto* values = new QButtonGroup(this);
+    for (QRadioButton* b : {optVAL, optAscii, optHex, optDec}) {
+        values->addButton(b);
+        opts->addWidget(b);
+    }
+    codes->addWidget(Frame3, 2, 2);
+    grid->addLayout(codes, 3, 0, 1, 3);
+
+    Label6->setMinimumWidth(40);
+    txtOutput = new QPlainTextEdit(frmIR);
+    named(txtOutput, "txtOutput", QStringLiteral("IR Hex output"));
+    txtOutput->setFont(QFont(QStringLiteral("Courier New"), 9));
+    txtOutput->setMinimumHeight(110);
+    grid->addWidget(txtOutput, 4, 0, 1, 3);
+
+    lblError = label(QStringLiteral("Value Error"), "lblError");
+    lblError->setStyleSheet(QStringLiteral("color: red"));
+    lblError->hide();
+    grid->addWidget(lblError, 5, 0, 1, 3);
+    prgGenAll = new QProgressBar(frmIR);
+    named(prgGenAll, "prgGenAll", QStringLiteral("Gen ALL progress"));
+    prgGenAll->setFormat(QStringLiteral("%v of %m commands"));
+    prgGenAll->hide();
+    cmdCancelAll = new QPushButton(QStringLiteral("Cancel"), frmIR);
+    named(cmdCancelAll, "cmdCancelAll", QStringLiteral("Cancel"));
+    cmdCancelAll->hide();
+    auto* progress = new QHBoxLayout;
+    progress->addWidget(prgGenAll, 1);
+    progress->addWidget(cmdCancelAll);
+    grid->addLayout(progress, 6, 0, 1, 3);
+
+    lblModel = label(QStringLiteral("Model = ????"), "lblModel");
+    lblFirmware = label(QStringLiteral("Firmware= ???"), "lblFirmware");
+    lblOptions = label(QStringLiteral("Installed Options= ????"), "lblOptions");
+    auto* info = new QHBoxLayout;
+    info->addWidget(lblModel);
+    info->addWidget(lblFirmware);
+    info->addWidget(lblOptions, 1);
+    grid->addLayout(info, 7, 0, 1, 3);
+
+    Line1 = new QFrame(frmIR);
+    Line1->setObjectName(QStringLiteral("Line1"));
+    Line1->setFrameShape(QFrame::HLine);
+    grid->addWidget(Line1, 8, 0, 1, 3);
+
+    cmdGen = new QPushButton(QStringLiteral("IR Gen"), frmIR);
+    cmdGenAll = new QPushButton(QStringLiteral("Gen ALL"), frmIR);
+    quit = new QPushButton(QStringLiteral("Done"), frmIR);
+    named(cmdGen, "cmdGen", QStringLiteral("IR Gen"));
+    named(cmdGenAll, "cmdGenAll", QStringLiteral("Gen ALL"));
+    named(quit, "quit", QStringLiteral("Done"));
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdGen);
+    buttons->addWidget(cmdGenAll);
+    buttons->addStretch(1);
+    buttons->addWidget(quit);
+    grid->addLayout(buttons, 9, 0, 1, 3);
+    for (QPushButton* b : {cmdGen, cmdGenAll, quit, cmdCancelAll}) b->setAutoDefault(false);
+
+    auto on = [this](auto* sender, auto signal, void (IRG::*handler)()) {
+        connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
+    };
+    on(optDiscrete, &QRadioButton::clicked, &IRG::optDiscrete_Click);
+    on(optRemote, &QRadioButton::clicked, &IRG::optRemote_Click);
+    on(optManual, &QRadioButton::clicked, &IRG::optManual_Click);
+    on(lstCmnds, &QListWidget::currentRowChanged, &IRG::lstCmnds_Click);
+    on(lstValues, &QListWidget::currentRowChanged, &IRG::lstValues_Click);
+    on(lstRemote, &QListWidget::currentRowChanged, &IRG::lstRemote_Click);
+    on(cmdGen, &QPushButton::clicked, &IRG::cmdGen_Click);
+    on(txtValue, &QLineEdit::returnPressed, &IRG::cmdGen_Click);
+    on(txtFCdec, &QLineEdit::textChanged, &IRG::txtFCdec_Change);
+    on(txtFCdec, &QLineEdit::editingFinished, &IRG::txtFCdec_Commit);
+    on(txtFChex, &QLineEdit::textChanged, &IRG::txtFChex_Change);
+    on(txtFChex, &QLineEdit::editingFinished, &IRG::txtFChex_Commit);
+    on(quit, &QPushButton::clicked, &IRG::quit_Click);
+    on(cmdGenAll, &QPushButton::clicked, &IRG::cmdGenAll_Click);
+    connect(cmdCancelAll, &QPushButton::clicked, this, [] { Ir().CancelAll = true; });
+
+    Form_Load();
+}
+
+// Children going away emit (focus, selection); none of that may reach a window being destroyed.
+IRG::~IRG() {
+    for (QObject* child : findChildren<QObject*>()) child->blockSignals(true);
+}
+
+void IRG::Form_Load() {
+    // As the window is designed: Discrete mode, Absolute checked.
+    optDiscrete->setChecked(true);
+    chkAbsolute->setChecked(true);
+    core::ir::IRState& s = Ir().ir;
+    s.Message = [](const QString& text) { platform::MessageBox(text); };
+    s.Yield = [] { platform::DoEventsOnce(); };
+    // The lists first, then the language's tables.
+    const core::ConfigTables& c = Config();
+    QSignalBlocker b1(lstCmnds), b2(lstRemote);
+    lstCmnds->clear();
+    for (qsizetype i = 1; i < c.Commands.size(); ++i)
+        if (!c.Commands.at(i).NotInIR) lstCmnds->addItem(c.Commands.at(i).Name);
+    lstRemote->clear();
+    for (qsizetype i = 1; i < c.RemoteCodes.size(); ++i) lstRemote->addItem(c.RemoteCodes.at(i).first);
+    lstCmnds->setCurrentRow(-1);
+    lstRemote->setCurrentRow(-1);
+    core::ir::InitIR(s);
+    lstRemote->setEnabled(false);
+    lstValues->setEnabled(false);
+    cmdGen->setEnabled(false);
+    CenterForm(this);
+}
+
+void IRG::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    Handle([this] { Form_Activate(); });
+}
+
+void IRG::closeEvent(QCloseEvent* e) {
+    // With "Quit" the window is the whole run: closing it ends the program.
+    if (quit->text() != QLatin1String("Done")) Handle([this] { quit_Click(); });
+    e->accept();
+}
+
+void IRG::Form_Activate() {
+    const SCL& s = scl();
+    const QString model = s.DeviceModel->text();
+    const QString firmware = s.txtFirmware->text();
+    const QString options = Config().Options;
+    lblModel->setText(model.isEmpty() ? QStringLiteral("Model=????") : QStringLiteral("Model=") + model);
+    lblFirmware->setText(firmware.isEmpty() ? QStringLiteral("Firmware=???")
+                                            : QStringLiteral("Firmware=") + firmware);
+    lblOptions->setText(options.isEmpty() ? QStringLiteral("Installed Options=None")
+                                          : QStringLiteral("Installed Options=") + options);
+}
+
+void IRG::SetOption(QRadioButton* b, bool on) {
+    QButtonGroup* g = b->group();
+    if (on || !g) {
+        b->setChecked(on);
+        return;
+    }
+    g->setExclusive(false);
+    b->setChecked(false);
+    g->setExclusive(true);
+}
+
+QString IRG::EditValue(const QString& text) {
+    QStringList codes;
+    for (const QChar c : text) codes << QString::number(c.unicode());
+    return codes.join(u',');
+}
+
+int IRG::FindCommand(const QString& name) const {
+    return core::FindCommandByName(Config().Commands, name);
+}
+
+bool IRG::IsValueAllowed(const QString& value) const {
+    QListWidgetItem* item = lstCmnds->currentItem();
+    const int row = FindCommand(item && lstCmnds->currentRow() >= 0 ? item->text() : QString());
+    const core::CommandTable& t = Config().Commands;
+    if (row < 0 || row >= t.size()) return false;
+    const core::CommandRec& r = t.at(row);
+    if (r.IsRange) return core::Val(r.MinText) <= core::Val(value) && core::Val(r.MaxText) >= core::Val(value);
+    if (r.IsInteger)
+        return !value.contains(u'+') && !value.contains(u'.') && !value.contains(u'-') &&
+               core::ir::IsNumeric(value);
+    return r.IsByte || r.IsList;
+}
+
+void IRG::ShowValueError() {
+    lblError->setText(QStringLiteral("Value Error"));
+    lblError->show();
+    cmdGen->setEnabled(false);
+    BeepTimes(2);
+    Pause(1000);
+    lblError->hide();
+    txtValue->clear();
+    txtOutput->clear();
+    txtValue->setFocus();
+    cmdGen->setEnabled(true);
+}
+
+QString IRG::GetSaveFileName(const QString& folder) {
+    // The dialog of the design: its title, its filter with the text kind first, and the
+    // program's folder (with "*.txt") unless a folder is given.
+    const QString title = QStringLiteral("Select File name to save IR Data");
+    const QString classic =
+        QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf");
+    // Qt spells "name|pattern|name|pattern" as "name;;name".
+    const QStringList parts = classic.split(u'|');
+    QStringList names;
+    for (qsizetype i = 0; i < parts.size(); i += 2) names << parts[i];
+    const QString start = folder.isEmpty() ? platform::AppPath() + QStringLiteral("/*.txt")
+                                           : folder + QStringLiteral("*.txt");
+    return platform::SaveFileDialog(title, platform::NativePath(start), names.join(QStringLiteral(";;")));
+}
+
+void IRG::GenerateIR(const QString& form) {
+    core::ir::IRInputs in;
+    in.FChex = txtFChex->text();
+    in.FCdec = txtFCdec->text();
+    in.Value = txtValue->text();
+    if (in.FChex.isEmpty() || in.FCdec.isEmpty() || in.Value.isEmpty()) {
+        ShowAlert(core::ir::kMissingValue);
+        return;
+    }
+    using core::ir::ValueOption;
+    in.Option = optAscii->isChecked() ? ValueOption::Ascii
+                : optDec->isChecked() ? ValueOption::Dec
+                : optHex->isChecked() ? ValueOption::Hex
+                : optVAL->isChecked() ? ValueOption::VAL
+                                      : ValueOption::None;
+    QString out;
+    if (core::ir::GenerateIR(Ir().ir, form, in, out)) txtOutput->setPlainText(out);
+}
+
+void IRG::ProduceIR() {
+    txtFChex->setText(txtFChex->text().toUpper());
+    if (!txtOutput->toPlainText().isEmpty()) {
+        txtOutput->clear();
+        Pause(100); // the box is seen to blank
+    }
+    if (optDiscrete->isChecked() ||
+        (optManual->isChecked() && txtFCdec->text() != QLatin1String("8324"))) {
+        if (chkAbsolute->isChecked())
+            GenerateIR(optVAL->isChecked() ? FormValue : FormAbsolute);
+        else
+            GenerateIR(FormRelative);
+    } else {
+        GenerateIR(FormRemote);
+    }
+}
+
+// ------------------------------------------------------------------ events
+
+void IRG::optDiscrete_Click() {
+    lstRemote->setEnabled(false);
+    lstValues->setEnabled(false);
+    lstCmnds->setEnabled(true);
+    Ir().EntryMode = true;
+    lstCmnds->setCurrentRow(-1);
+    Ir().EntryMode = false;
+    txtOutput->clear();
+    txtFChex->clear();
+    txtFCdec->clear();
+    txtValue->clear();
+    lblvalues->hide();
+    cmdGen->setEnabled(false);
+    SetOption(optAscii, false);
+    SetOption(optDec, false);
+    SetOption(optHex, false);
+}
+
+void IRG::optRemote_Click() {
+    lstRemote->setEnabled(true);
+    lstValues->setEnabled(false);
+    lstCmnds->setEnabled(false);
+    Ir().EntryMode = true;
+    lstRemote->setCurrentRow(-1);
+    Ir().EntryMode = false;
+    txtOutput->clear();
+    txtFCdec->setText(QStringLiteral("8324"));
+    txtFChex->setText(ToHex(8324));
+    txtValue->clear();
+    lblvalues->hide();
+    SetOption(optDec, true);
+    cmdGen->setEnabled(false);
+}
+
+void IRG::optManual_Click() {
+    txtOutput->clear();
+    lstCmnds->setEnabled(false);
+    lstValues->setEnabled(false);
+    lstRemote->setEnabled(false);
+    lblvalues->setText(
+        QStringLiteral("Enter either a decinal or hex number for the function code ") +
+        QStringLiteral("(8324 Decimal for Remote). ") +
+        QStringLiteral(" Enter a number or character for the value parameter and set the proper "
+                       "option (ascii, hex, decimal) based upon the item entered. ") +
+        QStringLiteral(" Click 'IR Gen' to produce the desired IR Hex pattern. "));
+    lblvalues->show();
+    txtFChex->clear();
+    txtFCdec->clear();
+    txtValue->clear();
+    cmdGen->setEnabled(true);
+}
+
+void IRG::setOptionByKind(const QString& kind) {
+    if (kind == u"A") SetOption(optAscii, true);
+    else if (kind == u"H") SetOption(optHex, true);
+    else if (kind == u"D") SetOption(optDec, true);
+    else if (kind == u"V") SetOption(optVAL, true);
+}
+
+void IRG::lstCmnds_Click() {
+    QListWidgetItem* item = lstCmnds->currentItem();
+    const int row = FindCommand(item && lstCmnds->currentRow() >= 0 ? item->text() : QString());
+    cmdGen->setEnabled(false);
+    if (Ir().EntryMode || row <= 0) return;
+    const core::CommandRec& r = Config().Commands.at(row);
+    {
+        QSignalBlocker block(lstValues);
+        lstValues->clear();
+    }
+    lstValues->setEnabled(false);
+    lblvalues->hide();
+    txtValue->clear();
+    txtFChex->setText(r.Cmd);
+    txtFCdec->setText(decimalText(core::HexToLong(txtFChex->text())));
+    txtOutput->clear();
+    if (r.IsList || r.IsByte) {
+        lstValues->setEnabled(true);
+        QSignalBlocker block(lstValues);
+        for (qsizetype i = 1; i < r.Values.size(); ++i) lstValues->addItem(r.Values.at(i).Text);
+        lstValues->setCurrentRow(-1);
+        setOptionByKind(r.Kind);
+        G().settings.ValueContext = QStringLiteral("Value");
+    } else if (r.IsRange) {
+        lblvalues->setText(QStringLiteral("Enter a value in the range ") + r.MinText +
+                           QStringLiteral(" to ") + r.MaxText);
+        lblvalues->show();
+        G().settings.ValueContext = QStringLiteral("Range");
+        cmdGen->setEnabled(true);
+        SetOption(optVAL, true);
+    } else if (r.IsInteger) {
+        lblvalues->setText(QStringLiteral("Enter an integer value in the range ") + r.RangeText);
+        lblvalues->show();
+        G().settings.ValueContext = QStringLiteral("Integer");
+        cmdGen->setEnabled(true);
+        SetOption(optVAL, true);
+    } else {
+        ProduceIR();
+        lblvalues->setText(QStringLiteral("Query Commands are not handled by IR"));
+        lblvalues->show();
+    }
+}
+
+void IRG::lstValues_Click() {
+    const int index = lstValues->currentRow();
+    if (Ir().EntryMode || index < 0) return;
+    QListWidgetItem* item = lstCmnds->currentItem();
+    const int row = FindCommand(item ? item->text() : QString());
+    if (row <= 0) return;
+    const core::CommandRec& r = Config().Commands.at(row);
+    if (r.Values.size() <= index + 1) return;
+    txtValue->setText(decimalText(r.Values.at(index + 1).Value));
+    txtOutput->clear();
+    ProduceIR();
+}
+
+void IRG::lstRemote_Click() {
+    const int index = lstRemote->currentRow();
+    if (Ir().EntryMode || index < 0) return;
+    const auto& codes = Config().RemoteCodes;
+    if (codes.size() <= index + 1) return;
+    txtValue->setText(codes.at(index + 1).second);
+    ProduceIR();
+}
+
+void IRG::cmdGen_Click() {
+    const QString v = txtValue->text();
+    if (IsValueAllowed(v)) {
+        ProduceIR();
+        cmdGen->setEnabled(false);
+    } else {
+        ShowValueError();
+    }
+}
+
+void IRG::txtFCdec_Change() {
+    if (txtFCdec->text().isEmpty()) txtFChex->clear();
+}
+
+void IRG::txtFCdec_Commit() {
+    const double d = core::Val(txtFCdec->text());
+    if (d > 255 && d != 8324)
+        ShowAlert(kIllegalCode);
+    else
+        txtFChex->setText(ToHex(core::CLng(d)));
+}
+
+void IRG::txtFChex_Change() {
+    if (txtFChex->text().isEmpty()) txtFCdec->clear();
+}
+
+void IRG::txtFChex_Commit() {
+    txtFChex->setText(txtFChex->text().toUpper());
+    const qint64 d = core::HexToLong(txtFChex->text());
+    txtFCdec->setText(decimalText(d));
+    if (d > 255 && d != 8324) ShowAlert(kIllegalCode);
+}
+
+void IRG::quit_Click() {
+    QFile::remove(platform::AppFile(QStringLiteral("Temp$$.hex")));
+    if (quit->text() == QLatin1String("Done")) {
+        hide();
+        return;
+    }
+    platform::EndProgram();
+}
+
+// ------------------------------------------------------------------ Gen ALL
+
+QString IRG::decimalCode(const QString& cmd) const {
+    const std::optional<int> v = core::Hex2IntChecked(cmd);
+    if (!v) {
+        platform::MessageBox(core::Hex2IntMessage(cmd));
+        return QStringLiteral("0");
+    }
+    return QString::number(*v);
+}
+
+bool IRG::walkCancelled() const { return Ir().CancelAll; }
+
+// The walk's yield: events always run (Cancel, Quit); the window is repainted at most every 40 ms.
+void IRG::walkYield() {
+    if (!m_frame.isValid() || m_frame.elapsed() >= 40) {
+        frmIR->setUpdatesEnabled(true);
+        platform::DoEventsOnce();
+        frmIR->setUpdatesEnabled(false);
+        m_frame.start();
+        return;
+    }
+    platform::DoEventsOnce();
+}
+
+void IRG::saveIRdata(QFile* file1, QFile* file2, const QString& title, const QString& device,
+                     const QString& function, qint16 kind) {
+    IrGlobals& g = Ir();
+    if (kind == 0) {
+        writeLine(file1, QStringLiteral("IR Data For Command ") + title);
+    } else {
+        if (file2) {
+            const QString label = device + function;
+            const int blanks = 5 - int(label.size());
+            if (blanks < 0)
+                throw core::RuntimeError(5, QStringLiteral("Invalid procedure call or argument"));
+            writeLine(file2, QStringLiteral("Pronto Button # ") +
+                                 QStringLiteral("%1").arg(g.ButtonCount, 3, 10, QLatin1Char('0')) +
+                                 QStringLiteral(" labeled as ") + label + QString(blanks, u' ') +
+                                 QStringLiteral(" is IR Data For Command: ") + title);
+        }
+        writeLine(file1, QStringLiteral("IR Data For Command ") + title + QStringLiteral("  ") +
+                             QStringLiteral("Device Code: ") + device + QStringLiteral(" Function: ") +
+                             device + function);
+        g.ButtonCount = core::AddInt(g.ButtonCount, 1);
+    }
+    writeLine(file1, txtOutput->toPlainText());
+}
+
+void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
+    const core::CommandRec r = Config().Commands.at(row);
+    setOptionByKind(r.Kind);
+    G().settings.ValueContext = QStringLiteral("Value");
+    for (qsizetype i = 1; i < r.Values.size(); ++i) {
+        txtValue->setText(decimalText(r.Values.at(i).Value));
+        txtOutput->clear();
+        walkYield();
+        if (walkCancelled()) return;
+        ProduceIR();
+        const QString dec = decimalCode(r.Cmd);
+        const QString digits = txtValue->text();
+        QString title = r.Name + QStringLiteral(" = ") + r.Values.at(i).Text;
+        if (kind == 0)
+            title += QStringLiteral("  (0x") + r.Cmd + u'/' + dec + QStringLiteral("  '") + digits +
+                     QStringLiteral("'/") + EditValue(digits) + u')';
+        lblError->setText(title);
+        saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
+    }
+}
+
+void IRG::walkPoint(int row, const QString& value, const QString& words, const QString& context,
+                    QFile* f1, QFile* f2, qint16 kind) {
+    const core::CommandRec r = Config().Commands.at(row);
+    txtValue->setText(value);
+    G().settings.ValueContext = context;
+    SetOption(optVAL, true);
+    const QString dec = decimalCode(r.Cmd);
+    lblError->setText(r.Name + QStringLiteral("(0x") + r.Cmd + u'/' + dec + words + txtValue->text());
+    walkYield();
+    if (walkCancelled()) return;
+    ProduceIR();
+    saveIRdata(f1, f2, lblError->text(), dec, txtValue->text(), kind);
+}
+
+void IRG::cmdGenAll_Click() {
+    IrGlobals& g = Ir();
+    g.ButtonCount = 0;
+    QString name = GetSaveFileName(QString());
+    if (name.isEmpty()) return;
+    const QString lower = name.toLower();
+    const qint16 kind = lower.endsWith(QLatin1String(".hex"))   ? 1
+                        : lower.endsWith(QLatin1String(".ccf")) ? 2
+                                                                : 0;
+    QString ccfName;
+    std::unique_ptr<QFile> file1, file2;
+    if (kind == 2) {
+        ccfName = name;
+        name = platform::AppFile(QStringLiteral("Temp$$.hex"));
+        file2 = openForOutput(ccfName.left(ccfName.size() - 4) + QStringLiteral(".txt"));
+    }
+    file1 = openForOutput(name);
+
+    optDiscrete->setChecked(true);
+    optDiscrete_Click();
+    lblError->setText(QString());
+    lblError->show();
+    const core::CommandTable& commands = Config().Commands;
+    const int rows = int(core::TableRows(commands));
+    g.CancelAll = false;
+    prgGenAll->setRange(0, rows);
+    prgGenAll->setValue(0);
+    prgGenAll->show();
+    cmdCancelAll->show();
+    cmdGenAll->setEnabled(false);
+    // The walk touches every control once per pattern; the screen shows that state at a frame
+    // rate (walkYield), since painting each of thousands of patterns costs far more than making
+    // them and nobody can read faster than the screen refreshes.
+    frmIR->setUpdatesEnabled(false);
+    m_frame.invalidate();
+    // A label of fixed size changes its text without laying the whole window out again.
+    const QSize errorMin = lblError->minimumSize(), errorMax = lblError->maximumSize();
+    lblError->setFixedSize(lblError->size());
+    struct Restore {
+        IRG* w;
+        QSize min, max;
+        ~Restore() {
+            w->lblError->setMinimumSize(min);
+            w->lblError->setMaximumSize(max);
+            w->prgGenAll->hide();
+            w->cmdCancelAll->hide();
+            w->cmdGenAll->setEnabled(true);
+            w->frmIR->setUpdatesEnabled(true);
+        }
+    } restore{this, errorMin, errorMax};
+
+    for (int row = 1; row <= rows && !walkCancelled(); ++row) {
+        const core::CommandRec& r = Config().Commands.at(row);
+        cmdGen->setEnabled(false);
+        txtValue->clear();
+        txtFChex->setText(r.Cmd);
+        txtFCdec->setText(decimalText(core::HexToLong(txtFChex->text())));
+        txtOutput->clear();
+        if (r.IsList || r.IsByte) {
+            walkValues(row, file1.get(), file2.get(), kind);
+        } else if (r.IsRange && kind == 0) {
+            const QString min = r.MinText;
+            const QString max = r.MaxText;
+            const double mid = (core::Val(max) + core::Val(min)) / 2;
+            const QString middle = min.contains(u'.') ? core::CStr(mid)
+                                                      : QString::number(core::CInt(mid));
+            const QString range = QStringLiteral("Range");
+            walkPoint(row, min, QStringLiteral(") Minimum of Range="), range, file1.get(), file2.get(), kind);
+            if (!walkCancelled())
+                walkPoint(row, middle, QStringLiteral(") Middle of Range="), range, file1.get(), file2.get(), kind);
+            if (!walkCancelled())
+                walkPoint(row, max, QStringLiteral(") Maximum of Range="), range, file1.get(), file2.get(), kind);
+        } else if (r.IsInteger && kind == 0) {
+            static const std::pair<const char*, const char*> kPoints[] = {
+                {"1", "), Integer Value="},
+                {"10", "), Interger Value ="},
+                {"100", "), Interger Value="},
+                {"1000", "), Interger Value="},
+            };
+            for (const auto& [value, words] : kPoints) {
+                if (walkCancelled()) break;
+                walkPoint(row, QString::fromLatin1(value), QString::fromLatin1(words),
+                          QStringLiteral("Integer"), file1.get(), file2.get(), kind);
+            }
+        }
+        prgGenAll->setValue(row);
+    }
+    file1->close();
+    if (file2) file2->close();
+    lblError->setText(QString());
+    lblError->hide();
+    txtOutput->clear();
+    if (kind == 2 && !walkCancelled()) {
+        const QString exe = platform::AppPath() + u'/' + converterName();
+        if (!core::FileExists(platform::NativePath(exe))) {
+            platform::MessageBox(QStringLiteral("file '") + exe + QStringLiteral("' does not exist"));
+        } else if (!platform::LaunchApp(exe, {QStringLiteral("Temp$$.hex"), ccfName},
+                                        platform::AppPath())) {
+            platform::MessageBox(QStringLiteral("The converter '") + exe +
+                                 QStringLiteral("' could not be started"));
+        }
+    }
+}
+
+} // namespace telvo::ui
