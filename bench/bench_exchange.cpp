@@ -2,6 +2,7 @@
 // a ratio of what the line itself allows for those frame sizes, and CPU time per exchange.
 // Then the cost of a line in the Details box at 100 and at 100,000 lines.
 
+#include "CpuTime.h"
 #include "app/Globals.h"
 #include "app/LogView.h"
 #include "app/MajorSubs.h"
@@ -26,12 +27,6 @@
 using namespace telvo;
 
 namespace {
-
-double cpuSeconds() {
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    return u.ru_utime.tv_sec + u.ru_stime.tv_sec + (u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
 
 void benchExchange() {
     platform::ScriptedPeer peer;

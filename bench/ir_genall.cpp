@@ -2,6 +2,7 @@
 // click drives it: CPU and wall time, and the ratio to one plain write of the same bytes. Then the
 // time of one GenerateIR (the core alone) and of one pattern through the window.
 
+#include "CpuTime.h"
 #include "app/Globals.h"
 #include "app/Tools.h"
 #include "core/config/CommandRec.h"
@@ -20,12 +21,6 @@
 using namespace telvo;
 
 namespace {
-
-double cpuSeconds() {
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    return u.ru_utime.tv_sec + u.ru_stime.tv_sec + (u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
 
 // 1,000 commands: 700 lists of three values, 200 ranges, 100 integer entries.
 core::CommandTable table() {

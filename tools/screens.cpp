@@ -2,6 +2,7 @@
 // Debugger with the device's own text, and the first-run window. Run it through
 // tools/make-screens.sh, which starts it under a headless X server.
 
+#include "ScreenShot.h"
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "config/INI.h"
@@ -9,7 +10,10 @@
 #include "platform/DoEvents.h"
 #include "platform/Platform.h"
 #include "platform/PortMap.h"
+#include "settings/Layout.h"
 #include "settings/SCL.h"
+
+#include <QTest>
 
 #include <QApplication>
 #include <QDir>
@@ -20,14 +24,10 @@
 #include <QTextStream>
 
 using namespace telvo;
+using screens::save;
+using screens::waitMs;
 
 namespace {
-
-void waitMs(int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms) platform::DoEvents();
-}
 
 // The sample Telvo.ini with `system` put in place of the [SYSTEM] lines of the same keys.
 QByteArray sampleWith(const QStringList& system, bool prototype) {
@@ -46,13 +46,6 @@ QByteArray sampleWith(const QStringList& system, bool prototype) {
             for (const QString& s : system) out += s.toLatin1() + "\r\n";
     }
     return out;
-}
-
-void save(QWidget& w, const QString& path) {
-    w.raise();
-    waitMs(300);
-    w.grab().save(path);
-    QTextStream(stdout) << path << Qt::endl;
 }
 
 } // namespace
@@ -84,8 +77,21 @@ int main(int argc, char** argv) {
     ui::SetCommandLine(QStringLiteral("FRKdebugger"));
     ui::Main();
     ui::SCL& s = ui::scl();
-    s.resize(1100, s.height());
     save(s, outDir + QStringLiteral("/scl-connected.png"));
+    // A list setting's chooser open over the panels.
+    for (ui::SettingLabel* l : s.lblSettingTop)
+        if (l->accessibleName() == QLatin1String("Aspect Ratio")) {
+            QTest::mousePress(l, Qt::LeftButton, {}, QPoint(20, 8));
+            break;
+        }
+    save(s, outDir + QStringLiteral("/scl-chooser.png"));
+    s.frmSelect->hide();
+    // The beginner's window.
+    ui::Config().UserLevel = 1;
+    ui::SetUserLayout(1);
+    save(s, outDir + QStringLiteral("/scl-beginner.png"));
+    ui::Config().UserLevel = 0;
+    ui::SetUserLayout(0);
 
     ui::DBG& d = ui::dbg();
     d.show();

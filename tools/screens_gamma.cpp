@@ -2,6 +2,7 @@
 // with an edited cell, and the chart of one colour and of all three. Run under a headless X
 // server: xvfb-run -a build/bin/telvo_screens_gamma docs/screens
 
+#include "ScreenShot.h"
 #include "gamma/GMA.h"
 #include "platform/DoEvents.h"
 #include "platform/Platform.h"
@@ -13,20 +14,10 @@
 #include <QTextStream>
 
 using namespace telvo;
+using screens::save;
+using screens::waitMs;
 
 namespace {
-
-void waitMs(int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms) platform::DoEvents();
-}
-
-void save(QWidget& w, const QString& path) {
-    waitMs(300);
-    w.grab().save(path);
-    QTextStream(stdout) << path << Qt::endl;
-}
 
 } // namespace
 

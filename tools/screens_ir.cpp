@@ -2,6 +2,7 @@
 // shows the IR window alone, in each of its modes with output. Run it under a headless X server:
 //   xvfb-run -a -s "-screen 0 1280x1024x24" build/bin/telvo_screens_ir docs/screens
 
+#include "ScreenShot.h"
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "ir/IRG.h"
@@ -17,21 +18,10 @@
 #include <QTextStream>
 
 using namespace telvo;
+using screens::save;
+using screens::waitMs;
 
 namespace {
-
-void waitMs(int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms) platform::DoEvents();
-}
-
-void save(QWidget& w, const QString& path) {
-    w.raise();
-    waitMs(300);
-    w.grab().save(path);
-    QTextStream(stdout) << path << Qt::endl;
-}
 
 void select(QListWidget* list, const QString& text) {
     const auto items = list->findItems(text, Qt::MatchExactly);

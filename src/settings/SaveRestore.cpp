@@ -263,31 +263,29 @@ void RestoreSettings() {
     RestoreViewState();
 }
 
+namespace {
+// Connects when the device's state is not known; false with the status told when it is then
+// not powered.
+bool deviceReady() {
+    if (App().DeviceState != QLatin1String("?????")) return true;
+    ConnectDevice();
+    if (App().DeviceState == QLatin1String("POWERED")) return true;
+    ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
+               QStringLiteral(", ") + model() + QStringLiteral(" state = ") + App().DeviceState);
+    return false;
+}
+} // namespace
+
 void cmdSave_Click() {
-    if (App().DeviceState == QLatin1String("?????")) {
-        ConnectDevice();
-        if (App().DeviceState != QLatin1String("POWERED")) {
-            ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
-                       QStringLiteral(", ") + model() + QStringLiteral(" state = ") +
-                       App().DeviceState);
-            ldr().ResetIdle();
-            return;
-        }
+    if (!deviceReady()) {
+        ldr().ResetIdle();
+        return;
     }
     SaveSettings();
 }
 
 void cmdRestore_Click() {
-    if (App().DeviceState == QLatin1String("?????")) {
-        ConnectDevice();
-        if (App().DeviceState != QLatin1String("POWERED")) {
-            ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
-                       QStringLiteral(", ") + model() + QStringLiteral(" state = ") +
-                       App().DeviceState);
-            return;
-        }
-    }
-    RestoreSettings();
+    if (deviceReady()) RestoreSettings();
 }
 
 void cmdSaveAs_Click() {
