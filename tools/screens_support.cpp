@@ -86,5 +86,7 @@ int main(int argc, char** argv) {
 
     ui::ShowADV();
     save(ui::adv(), outDir + QStringLiteral("/adv-options.png"));
+    // The windows go before the application they belong to.
+    ui::ResetSession();
     return 0;
 }

@@ -125,7 +125,7 @@ SUP::SUP() {
     grid->addLayout(webButtons, 3, 1);
     grid->addWidget(chkIE, 4, 0);
     grid->addWidget(chkBrowser, 5, 0);
-    grid->addWidget(lblNotWorking, 2, 1, 3, 1);
+    grid->addWidget(lblNotWorking, 7, 0, 1, 2);
     grid->addWidget(Frame4, 6, 0, 1, 2);
 
     auto* bottom = new QHBoxLayout;

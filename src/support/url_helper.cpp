@@ -141,7 +141,13 @@ qint16 DownloadToFile(QString& url, QString& file) {
         dlg->setValue(int(got / 1024));
     });
 
-    while (!reply->isFinished()) platform::DoEvents();
+    while (!reply->isFinished()) {
+        platform::DoEvents();
+        if (dlg->wasCanceled() && !cancelled) {
+            cancelled = true;
+            reply->abort();
+        }
+    }
     if (!cancelled && !tooLarge && !writeFailed && reply->bytesAvailable() > 0) {
         const QByteArray rest = reply->readAll();
         received += rest.size();
@@ -153,6 +159,8 @@ qint16 DownloadToFile(QString& url, QString& file) {
     if (cancelled) rc = kDownloadCancelled;
     else if (tooLarge) rc = kDownloadTooLarge;
     else if (writeFailed) rc = kDownloadFileError;
+    // The stall limit aborts the transfer too; it is told apart from the user's Cancel.
+    else if (reply->error() == QNetworkReply::OperationCanceledError) rc = QNetworkReply::TimeoutError;
     else if (reply->error() != QNetworkReply::NoError) rc = qint16(reply->error());
     if (rc == kDownloadTooLarge)
         LogLine(QStringLiteral("Download of ") + url + QStringLiteral(" stopped: larger than ") +

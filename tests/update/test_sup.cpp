@@ -36,6 +36,7 @@ protected:
         shell = &platform::InstallScriptedShell();
         initControls();
         ui::SupportSettings().HttpTimeLimitMs = 3000;
+        ui::SupportSettings().DownloadStallLimitMs = 5000;
         ui::SupportSettings().UpdateServiceOn = true;
         ui::Config().UpdateUrl = server.url(QStringLiteral("/update.txt"));
         ui::Config().FirmwareDir = home() + QStringLiteral("/Firmware Files/");
@@ -279,7 +280,7 @@ TEST_F(SupWindow, CancelInTheProgressDialogStopsADownload) {
     std::function<void()> press = [&] {
         if (w().frmDownload->isVisible()) {
             pressed = true;
-            w().frmDownload->cancel();
+            click(w().frmDownload->findChild<QPushButton*>());
         } else {
             platform::Clock::instance().scheduleIn(100000, press);
         }
@@ -288,6 +289,16 @@ TEST_F(SupWindow, CancelInTheProgressDialogStopsADownload) {
     click(w().cndDnLdFrk);
     EXPECT_TRUE(pressed);
     EXPECT_EQ(w().lblWWW->text(), QStringLiteral("Error downloading file, Error code=5"));
+    EXPECT_FALSE(QFile::exists(fw(QStringLiteral("gorda_1_2.frk"))));
+}
+
+TEST_F(SupWindow, StalledDownloadEndsAtTheStallLimit) {
+    ui::SupportSettings().DownloadStallLimitMs = 300;
+    ui::ShowSUP();
+    server.mode = LoopbackServer::Mode::Trickle;
+    select(0);
+    click(w().cndDnLdFrk);
+    EXPECT_EQ(w().lblWWW->text(), QStringLiteral("Error downloading file, Error code=4"));
     EXPECT_FALSE(QFile::exists(fw(QStringLiteral("gorda_1_2.frk"))));
 }
 
