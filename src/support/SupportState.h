@@ -25,9 +25,9 @@ struct SupportGlobals {
 struct SupportConfig {
     bool UpdateServiceOn = UpdateServiceOnAsBuilt();
     int HttpTimeLimitMs = 30000;                 // a whole fetch, connect to close
-    qint64 HttpResponseCap = 4 * 1024 * 1024;    // characters of a page
+    qint64 HttpResponseCap = qint64(4) * 1024 * 1024;    // characters of a page
     int DownloadStallLimitMs = 30000;            // no byte for this long ends a download
-    qint64 DownloadCap = 64 * 1024 * 1024;       // bytes of a downloaded file
+    qint64 DownloadCap = qint64(64) * 1024 * 1024;      // bytes of a downloaded file
     QString HomePage = QStringLiteral(TELVO_HOME_PAGE);
     QString ForumThread = QStringLiteral(TELVO_FORUM_THREAD);
 

@@ -65,6 +65,11 @@ protected:
         return out;
     }
     void click(QWidget* b) { QTest::mouseClick(b, Qt::LeftButton); }
+    static void writeFile(const QString& path, const QByteArray& bytes) {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
     void select(int row) { w().lstResponse->setCurrentRow(row); }
     // A double click on a row, as a hand gives it: press, release, and the second press.
     void doubleClick(QListWidget* list, int row) {
@@ -228,9 +233,7 @@ TEST_F(SupWindow, DoubleClickDownloadsToo) {
 TEST_F(SupWindow, ExistingFileKeptWhenTheUserSaysNo) {
     ui::ShowSUP();
     QFile old(fw(QStringLiteral("gorda_1_2.frk")));
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-    old.write("old");
-    old.close();
+    writeFile(old.fileName(), "old");
     select(0);
     answerOverwrite(w().cmdNo);
     click(w().cndDnLdFrk);
@@ -244,9 +247,7 @@ TEST_F(SupWindow, ExistingFileKeptWhenTheUserSaysNo) {
 TEST_F(SupWindow, ExistingFileReplacedWhenTheUserSaysYes) {
     ui::ShowSUP();
     QFile old(fw(QStringLiteral("gorda_1_2.frk")));
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-    old.write("old");
-    old.close();
+    writeFile(old.fileName(), "old");
     select(0);
     answerOverwrite(w().cmdYes);
     click(w().cndDnLdFrk);
@@ -354,10 +355,7 @@ TEST_F(SupWindow, NoProgramForHtmlShowsTheThreeLines) {
 }
 
 TEST_F(SupWindow, KeptOldNotesAreShown) {
-    QFile old(fw(QStringLiteral("gorda_1_2.php")));
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-    old.write("<!-- #BeginEditable \"content\" -->old notes");
-    old.close();
+    writeFile(fw(QStringLiteral("gorda_1_2.php")), "<!-- #BeginEditable \"content\" -->old notes");
     ui::ShowSUP();
     select(0);
     answerOverwrite(w().cmdNo);
