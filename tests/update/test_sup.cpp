@@ -35,8 +35,9 @@ protected:
         platform::Clock::instance().setVirtual(false);
         shell = &platform::InstallScriptedShell();
         initControls();
-        ui::SupportSettings().HttpTimeLimitMs = 3000;
-        ui::SupportSettings().DownloadStallLimitMs = 5000;
+        // Generous for a loaded machine; the tests that wait on a limit shorten it.
+        ui::SupportSettings().HttpTimeLimitMs = 10000;
+        ui::SupportSettings().DownloadStallLimitMs = 10000;
         ui::SupportSettings().UpdateServiceOn = true;
         ui::Config().UpdateUrl = server.url(QStringLiteral("/update.txt"));
         ui::Config().FirmwareDir = home() + QStringLiteral("/Firmware Files/");
