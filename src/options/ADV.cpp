@@ -18,14 +18,6 @@ namespace telvo::ui {
 
 namespace {
 
-QPushButton* button(const QString& caption, QWidget* parent, const char* name) {
-    auto* b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    b->setAccessibleName(caption);
-    b->setAutoDefault(false);
-    return b;
-}
-
 // Unchecks every button of an exclusive group: a class or rate without a button shows none.
 void clearGroup(QButtonGroup* group) {
     group->setExclusive(false);
@@ -74,9 +66,9 @@ ADV::ADV() {
     Label17->setBuddy(txtThreadPriority);
     txtThreadPriority->setAccessibleName(QStringLiteral("Thread Priority"));
     // Arrows: the design's Wingdings 3 glyphs, as the characters every font has.
-    cmdPriUP = button(QStringLiteral("\u25B2"), frmADV, "cmdPriUP");
+    cmdPriUP = NamedButton(QStringLiteral("\u25B2"), frmADV, "cmdPriUP");
     cmdPriUP->setAccessibleName(QStringLiteral("Thread priority up"));
-    cmdPriDN = button(QStringLiteral("\u25BC"), frmADV, "cmdPriDN");
+    cmdPriDN = NamedButton(QStringLiteral("\u25BC"), frmADV, "cmdPriDN");
     cmdPriDN->setAccessibleName(QStringLiteral("Thread priority down"));
     auto* thread = new QHBoxLayout;
     thread->addWidget(Label17);
@@ -103,9 +95,9 @@ ADV::ADV() {
     chkNoFWupdate = new QCheckBox(QStringLiteral("No Firmware Update (Testing)"), frmADV);
     chkNoFWupdate->setObjectName(QStringLiteral("chkNoFWupdate"));
     chkNoFWupdate->setAccessibleName(chkNoFWupdate->text());
-    cmdDelFileList = button(QStringLiteral("Delete File List"), frmADV, "cmdDelFileList");
-    cmdSaveFileList = button(QStringLiteral("Save File List"), frmADV, "cmdSaveFileList");
-    cmdAdvDone = button(QStringLiteral("Done"), this, "cmdAdvDone");
+    cmdDelFileList = NamedButton(QStringLiteral("Delete File List"), frmADV, "cmdDelFileList");
+    cmdSaveFileList = NamedButton(QStringLiteral("Save File List"), frmADV, "cmdSaveFileList");
+    cmdAdvDone = NamedButton(QStringLiteral("Done"), this, "cmdAdvDone");
 
     grid->addWidget(Frame5, 0, 0, 2, 1);
     grid->addLayout(thread, 2, 0);

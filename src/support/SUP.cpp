@@ -33,14 +33,6 @@ const QString kCrLf = QStringLiteral("\r\n");
 constexpr int kCritical = 16;
 constexpr int kExclamation = 48;
 
-QPushButton* button(const QString& caption, QWidget* parent, const char* name) {
-    auto* b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    b->setAccessibleName(caption);
-    b->setAutoDefault(false);
-    return b;
-}
-
 QLabel* label(const QString& caption, QWidget* parent, const char* name) {
     auto* l = new QLabel(caption, parent);
     l->setObjectName(QLatin1String(name));
@@ -79,12 +71,12 @@ SUP::SUP() {
     Label1->setBuddy(lstForums);
     lstForums->setAccessibleName(QStringLiteral("Key Web Sites"));
 
-    cmdGetUPDlist = button(QStringLiteral("Show Available Files"), frmUPD, "cmdGetUPDlist");
-    cmdDnLdRN = button(QStringLiteral("Release Notes"), frmUPD, "cmdDnLdRN");
-    cndDnLdFrk = button(QStringLiteral("Download frk"), frmUPD, "cndDnLdFrk");
-    cmdTelvohome = button(QStringLiteral("Telvo Home"), frmUPD, "cmdTelvohome");
-    cmdTroubleTicket = button(QStringLiteral("Trouble Ticket"), frmUPD, "cmdTroubleTicket");
-    cmdUPDdone = button(QStringLiteral("Done"), this, "cmdUPDdone");
+    cmdGetUPDlist = NamedButton(QStringLiteral("Show Available Files"), frmUPD, "cmdGetUPDlist");
+    cmdDnLdRN = NamedButton(QStringLiteral("Release Notes"), frmUPD, "cmdDnLdRN");
+    cndDnLdFrk = NamedButton(QStringLiteral("Download frk"), frmUPD, "cndDnLdFrk");
+    cmdTelvohome = NamedButton(QStringLiteral("Telvo Home"), frmUPD, "cmdTelvohome");
+    cmdTroubleTicket = NamedButton(QStringLiteral("Trouble Ticket"), frmUPD, "cmdTroubleTicket");
+    cmdUPDdone = NamedButton(QStringLiteral("Done"), this, "cmdUPDdone");
     chkIE = new QCheckBox(QStringLiteral("Download file using IE dialog"), frmUPD);
     chkIE->setObjectName(QStringLiteral("chkIE"));
     chkIE->setAccessibleName(chkIE->text());
@@ -101,8 +93,8 @@ SUP::SUP() {
     auto* ask = new QHBoxLayout(Frame4);
     Label16 = label(QStringLiteral("File already exists in Firmware folder, Overwrite?"), Frame4,
                     "Label16");
-    cmdYes = button(QStringLiteral("Yes"), Frame4, "cmdYes");
-    cmdNo = button(QStringLiteral("No"), Frame4, "cmdNo");
+    cmdYes = NamedButton(QStringLiteral("Yes"), Frame4, "cmdYes");
+    cmdNo = NamedButton(QStringLiteral("No"), Frame4, "cmdNo");
     ask->addWidget(Label16, 1);
     ask->addWidget(cmdYes);
     ask->addWidget(cmdNo);
