@@ -8,6 +8,14 @@
 
 namespace telvo::ui {
 
+QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name) {
+    auto* b = new QPushButton(caption, parent);
+    b->setObjectName(QLatin1String(name));
+    b->setAccessibleName(caption);
+    b->setAutoDefault(false);
+    return b;
+}
+
 void CenterForm(QWidget* window) {
     window->adjustSize();
     if (QScreen* s = QApplication::primaryScreen()) {

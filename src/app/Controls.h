@@ -4,6 +4,7 @@
 
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <functional>
 
 namespace telvo::ui {
@@ -31,6 +32,9 @@ protected:
         QLabel::mouseDoubleClickEvent(e);
     }
 };
+
+// A button that carries its system name as object name and speaks its caption.
+QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name);
 
 // Puts a window in the middle of the screen: the screen's size less the window's, halved.
 void CenterForm(QWidget* window);

@@ -1,0 +1,70 @@
+#pragma once
+// The process's scheduling class and the present thread's priority, behind one small interface
+// so that tests install a scripted stand-in (a test must never make itself realtime).
+//
+// On Linux the four classes are nice values of every thread of the process (Normal 0,
+// Low (Idle) 19, High -10) and SCHED_RR for Realtime; the thread priority -15..15 moves the
+// present thread's nice (or its realtime priority) against its class. What the system refuses,
+// mostly for want of privileges, comes back as false with a message for the user.
+
+#include <QString>
+#include <memory>
+
+namespace telvo::platform {
+
+enum PriorityClassNumber : int {
+    NORMAL_PRIORITY_CLASS = 32,
+    IDLE_PRIORITY_CLASS = 64,
+    HIGH_PRIORITY_CLASS = 128,
+    REALTIME_PRIORITY_CLASS = 256,
+    BELOW_NORMAL_PRIORITY_CLASS = 16384,
+    ABOVE_NORMAL_PRIORITY_CLASS = 32768
+};
+
+class Priority {
+public:
+    virtual ~Priority() = default;
+    virtual int GetPriorityClass() = 0;
+    virtual bool SetPriorityClass(int priorityClass, QString& error) = 0;
+    virtual int GetThreadPriority() = 0;
+    virtual bool SetThreadPriority(int priority, QString& error) = 0;
+};
+
+Priority& CurrentPriority();
+void InstallPriority(std::unique_ptr<Priority> priority);
+
+class ScriptedPriority : public Priority {
+public:
+    int GetPriorityClass() override { return priorityClass; }
+    bool SetPriorityClass(int c, QString& error) override {
+        classCalls.push_back(c);
+        if (!refuse.isEmpty()) {
+            error = refuse;
+            return false;
+        }
+        priorityClass = c;
+        return true;
+    }
+    int GetThreadPriority() override { return threadPriority; }
+    bool SetThreadPriority(int p, QString& error) override {
+        threadCalls.push_back(p);
+        if (!refuse.isEmpty()) {
+            error = refuse;
+            return false;
+        }
+        threadPriority = p;
+        return true;
+    }
+
+    int priorityClass = NORMAL_PRIORITY_CLASS;
+    int threadPriority = 0;
+    QString refuse; // when set, every change fails with this message
+    std::vector<int> classCalls;
+    std::vector<int> threadCalls;
+};
+
+ScriptedPriority& InstallScriptedPriority();
+// The system's own (Linux: nice values and SCHED_RR).
+std::unique_ptr<Priority> MakeSystemPriority();
+
+} // namespace telvo::platform
