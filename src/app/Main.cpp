@@ -54,11 +54,13 @@ void Main() {
         const QString folder = platform::NativePath(c.FirmwareDir);
         if (!QDir(folder).exists()) QDir().mkpath(folder);
     }
+    // Enabled or unticked and disabled (not shown or hidden): pass 1 fills no setting rows, so
+    // the box comes up disabled and the Restore Defaults box frees it.
     if (core::TableRows(c.StateSettings) > 0) {
-        s.chkSaveRestore->show();
+        s.chkSaveRestore->setEnabled(true);
     } else {
         s.chkSaveRestore->setChecked(false);
-        s.chkSaveRestore->hide();
+        s.chkSaveRestore->setEnabled(false);
     }
     ldr().ResetIdle();
     a.DeviceState = QStringLiteral("?????");

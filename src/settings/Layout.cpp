@@ -4,6 +4,8 @@
 #include "app/Main.h"
 #include "settings/SCL.h"
 
+#include <QVBoxLayout>
+
 namespace telvo::ui {
 
 void ArrangeToolButtons() {
@@ -24,6 +26,12 @@ void clearArrangement(SCL& s) {
                        static_cast<QWidget*>(s.Frame6), s.panelArea, s.detailsArea,
                        s.statusArea})
         s.root->removeWidget(w);
+    // Columns of an earlier arrangement go; their widgets stay children of the window.
+    while (QLayoutItem* item = s.root->takeAt(0)) {
+        if (QLayout* column = item->layout())
+            while (QLayoutItem* inner = column->takeAt(0)) delete inner;
+        delete item;
+    }
     for (int r = 0; r < 6; ++r) s.root->setRowStretch(r, 0);
     for (int c = 0; c < 4; ++c) s.root->setColumnStretch(c, 0);
 }
@@ -49,13 +57,18 @@ void arrangeFull(SCL& s) {
 // and the support tools stacked on the right.
 void arrangeBeginner(SCL& s) {
     QGridLayout* g = s.root;
-    g->addWidget(s.Frame2, 0, 0);
-    g->addWidget(s.Frame6, 0, 1);
-    g->addWidget(s.detailsArea, 1, 0, 3, 1);
-    g->addWidget(s.Frame5, 1, 1);
-    g->addWidget(s.Frame4, 2, 1);
-    g->addWidget(s.statusArea, 4, 0);
-    g->setRowStretch(3, 1);
+    auto* left = new QVBoxLayout;
+    left->addWidget(s.Frame2);
+    left->addWidget(s.detailsArea, 1);
+    auto* right = new QVBoxLayout;
+    right->addWidget(s.Frame6);
+    right->addWidget(s.Frame5);
+    right->addWidget(s.Frame4);
+    right->addStretch(1);
+    g->addLayout(left, 0, 0);
+    g->addLayout(right, 0, 1);
+    g->addWidget(s.statusArea, 1, 0);
+    g->setRowStretch(0, 1);
     g->setColumnStretch(0, 1);
 }
 

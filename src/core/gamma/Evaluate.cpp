@@ -61,7 +61,7 @@ void EvalOp(EvalStacks& s) {
         if (b == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
         if (a == std::numeric_limits<qint32>::min() && b == -1)
             throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
-        result = a / b;
+        result = a / b; // NOLINT(bugprone-integer-division): whole numbers, as written
     } else if (op == QLatin1String("^")) {
         result = ClassicPow(left, right);
     }
