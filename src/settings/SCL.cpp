@@ -198,6 +198,7 @@ void SCL::wire() {
     connect(cmdGamma, &QPushButton::clicked, this, [] { Handle(ShowGMA); });
     connect(cmdSupport, &QPushButton::clicked, this, [] { Handle(ShowSUP); });
     connect(cmdAdvanced, &QPushButton::clicked, this, [] { Handle(ShowADV); });
+    connect(cmdStart, &QPushButton::clicked, this, [] { Handle(cmdStartSCL_Click); });
 }
 
 void SCL::SetTitle() {

@@ -44,6 +44,7 @@ public:
         m_proc.waitForFinished(3000);
     }
     QString path() const { return m_path; }
+    qint64 pid() const { return m_proc.processId(); }
     bool running() const { return m_proc.state() == QProcess::Running && !m_path.isEmpty(); }
 
     // "host  ...", "device  ..." and "note  ..." lines, without their time.

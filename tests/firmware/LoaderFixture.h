@@ -1,0 +1,88 @@
+#pragma once
+// The common ground of the loader's tests: a fresh run with the main window's controls, a
+// private registry file, firmware files in the program's folder, and a far end that plays a
+// boot loader by hand (bytes heard in the chunks they were written, CTS, words sent back).
+
+#include "support/Fixture.h"
+
+#include "app/Globals.h"
+#include "firmware/Firmware.h"
+#include "firmware/LDR.h"
+#include "platform/AppPath.h"
+#include "platform/SimulatedLine.h"
+#include "settings/SCL.h"
+
+#include <QDir>
+#include <QFile>
+#include <functional>
+
+namespace telvo::test {
+
+class LoaderPeer : public platform::LinePeer {
+public:
+    void bytesArrived(const QByteArray& bytes) override {
+        heard += bytes;
+        chunks << int(bytes.size());
+        if (onBytes) onBytes(bytes);
+    }
+    int baud() const override { return m_baud; }
+    void setBaud(int b) { m_baud = b; }
+    void send(const QByteArray& bytes) { m_host->peerSend(bytes); }
+    void setCts(bool on) { m_host->peerSetCts(on); }
+
+    QByteArray heard;
+    QList<int> chunks;
+    std::function<void(const QByteArray&)> onBytes;
+
+private:
+    int m_baud = 0;
+};
+
+class LoaderFixture : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        // The store of the adapter warning: a private file, never the user's own settings.
+        qputenv("TELVO_REGISTRY_FILE", homeFile(QStringLiteral("registry.ini")).toUtf8());
+        initControls();
+        ui::SCL& s = ui::scl();
+        s.DeviceModel->setText(QStringLiteral("Gorda"));
+        s.txtPort->setText(QStringLiteral("COM1"));
+        s.txtxfrspeed->setText(QStringLiteral("57600"));
+        s.txtOrigSpeed->setText(QStringLiteral("19200"));
+        s.txtCrntSpeed->setText(QStringLiteral("57600"));
+        s.chkConfirm->setChecked(false);
+    }
+    void TearDown() override {
+        RunFixture::TearDown();
+        qunsetenv("TELVO_REGISTRY_FILE");
+    }
+
+    // A file of `size` bytes counting 0, 1, 2... in the program's folder; its path.
+    QString firmware(const QString& name, int size) {
+        QByteArray bytes(size, '\0');
+        for (int i = 0; i < size; ++i) bytes[i] = char(i % 251);
+        writeHomeFile(name, bytes);
+        return homeFile(name);
+    }
+    QByteArray fileBytes(const QString& name) const { return readHomeFile(name); }
+
+    // The hand-played boot loader on COM1.
+    LoaderPeer& attachLoader(bool pacing = false) {
+        platform::PortMap::instance().attachPeer(1, &m_loader);
+        line(1)->setPacing(pacing);
+        return m_loader;
+    }
+
+    // The LDR prompt buttons, clicked as they come up (true: Continue).
+    void clickWhenShown(QPushButton* button) {
+        at(1, [this, button] {
+            if (!button->isHidden()) button->click();
+            else clickWhenShown(button);
+        });
+    }
+
+    LoaderPeer m_loader;
+};
+
+} // namespace telvo::test
