@@ -9,6 +9,7 @@
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "platform/AppPath.h"
+#include "platform/ScriptedPeer.h"
 #include "platform/SimulatedLine.h"
 #include "settings/SCL.h"
 
@@ -24,6 +25,9 @@ public:
         heard += bytes;
         chunks << int(bytes.size());
         if (onBytes) onBytes(bytes);
+        // After a load the program asks for the version: the rebooted device answers.
+        if (heard.endsWith(QByteArray("\x02" "2003A9\0\x03", 8)))
+            send(platform::DeviceFrame("21", QByteArray("A9\0" "2.00\0", 8)));
     }
     int baud() const override { return m_baud; }
     void setBaud(int b) { m_baud = b; }
