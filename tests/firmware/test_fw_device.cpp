@@ -91,7 +91,6 @@ TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboo
     EXPECT_TRUE(logHasPrefix(QStringLiteral("CTS Dropped, Fileposition= ")));
     EXPECT_TRUE(ui::G().ldrText.text().contains(QStringLiteral("Verify OK, version 2.50")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
-    EXPECT_TRUE(ui::Link().DeviceTalking);
     EXPECT_EQ(ui::ldr().cmdStart->text(), QStringLiteral("Start"));
 }
 
