@@ -137,10 +137,15 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     ui::ResetSession();
     ::kill(dev.pid(), SIGUSR1);
     ui::App().CommandLine = QStringLiteral("BootLoader");
-    events.in(500, [] {
-        ui::rs().Check1->click();
-        ui::rs().cmdReStart->click();
-    });
+    std::function<void()> restart = [&] {
+        if (ui::FirmwareWindowExists("RS") && !ui::rs().isHidden()) {
+            ui::rs().Check1->click();
+            ui::rs().cmdReStart->click();
+        } else {
+            events.in(100, restart);
+        }
+    };
+    events.in(100, restart);
     std::function<void()> done = [&] {
         if (ui::rs().isHidden() && !ui::App().RestartBusy && !ui::ldr().isHidden())
             ui::ldr().cmdEnd->click();
