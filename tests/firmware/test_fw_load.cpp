@@ -184,3 +184,43 @@ TEST_F(Load, NothingChosenIsMinusThreeWithTheDeviceUntouched) {
 }
 
 } // namespace
+
+namespace {
+
+struct WayIn {
+    const char* model;
+    const char* version;
+    bool command; // "AD" rather than the menu
+};
+
+class WaysIn : public Load, public ::testing::WithParamInterface<WayIn> {};
+
+// The device acknowledges everything and shows its banner at each Enter and at "AD".
+TEST_P(WaysIn, IntoTheLoaderByCommandOrByMenu) {
+    platform::ScriptedPeer& peer = attachPeer(1, 57600, true);
+    const QByteArray banner = "\r\nVorix FRK Boot Loader 2.10\r\nLoad frk File now.";
+    peer.on(Set("AD", "1"), AckReply() + banner, 5);
+    peer.on(Set("A2", "6"), AckReply() + banner, 5);
+    peer.on(Query("A9"), DataReply("A9", "2.00"), 5);
+    peer.on({}, AckReply(), 5);
+    s().DeviceModel->setText(QString::fromLatin1(GetParam().model));
+    s().txtFirmware->setText(QString::fromLatin1(GetParam().version));
+    ui::SetState(QStringLiteral("Idle"));
+    writeList({firmware(QStringLiteral("empty.frk"), 0)});
+    EXPECT_EQ(ui::LoadTheFiles(false), 0);
+    const QList<QByteArray> frames = peer.frames();
+    ASSERT_FALSE(frames.isEmpty());
+    if (GetParam().command) {
+        EXPECT_EQ(frames.first(), Set("AD", "1"));
+    } else {
+        EXPECT_EQ(frames.first(), Set("A2", "5")); // Menu, then the path 4,6,1
+        EXPECT_FALSE(frames.contains(Set("AD", "1")));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, WaysIn,
+                         ::testing::Values(WayIn{"Gorda", "1.10b", false}, WayIn{"Gorda", "1.11", true},
+                                           WayIn{"Gorda", "1.11Beta", true}, WayIn{"Hesta", "0.10", true},
+                                           WayIn{"Hesta", "9.99", true}));
+
+} // namespace
