@@ -181,24 +181,19 @@ qint16 XfrOneFile() {
             fw.BytesRemaining -= fw.BlockSize;
             link.DeviceTalking = false;
         }
-        if (link.LoaderFailed) {
-            if (!ConfirmOperationLDR(core::TransferFailedText(position))) {
-                l.lblWait->hide();
-                return finish(-2);
-            }
-            RestartTransfer();
-            l.StartProgress(fw.FileBytes);
-        } else if (link.LoaderAborted) {
-            if (!ConfirmOperationLDR(core::UserAbortedText(position))) {
-                s.lblWait->hide();
-                return finish(-3);
-            }
-            RestartTransfer();
-            l.StartProgress(fw.FileBytes);
-        } else if (fw.LoaderTimedOut) {
-            if (!ConfirmOperationLDR(core::LoaderTimedOutText(s.DeviceModel->text(), position))) {
-                s.lblWait->hide();
-                return finish(-4);
+        // The flags in their order of test: the first that holds asks its question.
+        const qint16 code = link.LoaderFailed    ? -2
+                            : link.LoaderAborted ? -3
+                            : fw.LoaderTimedOut  ? -4
+                                                 : 0;
+        if (code != 0) {
+            const QString question =
+                code == -2   ? core::TransferFailedText(position)
+                : code == -3 ? core::UserAbortedText(position)
+                             : core::LoaderTimedOutText(s.DeviceModel->text(), position);
+            if (!ConfirmOperationLDR(question)) {
+                (code == -2 ? l.lblWait : s.lblWait)->hide();
+                return finish(code);
             }
             RestartTransfer();
             l.StartProgress(fw.FileBytes);

@@ -6,6 +6,7 @@
 #include "support/Fixture.h"
 
 #include "app/Globals.h"
+#include "link/DeviceScript.h"
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "platform/AppPath.h"
@@ -58,9 +59,12 @@ protected:
         s.chkConfirm->setChecked(false);
     }
     void TearDown() override {
+        events.cancelAll();
         RunFixture::TearDown();
         qunsetenv("TELVO_REGISTRY_FILE");
     }
+    ui::LDR& l() { return ui::ldr(); }
+    ui::SCL& s() { return ui::scl(); }
 
     // A file of `size` bytes counting 0, 1, 2... in the program's folder; its path.
     QString firmware(const QString& name, int size) {
@@ -78,15 +82,19 @@ protected:
         return m_loader;
     }
 
-    // The LDR prompt buttons, clicked as they come up (true: Continue).
-    void clickWhenShown(QPushButton* button) {
-        at(1, [this, button] {
-            if (!button->isHidden()) button->click();
-            else clickWhenShown(button);
+    // Answers the loader window's next prompt once it stands (Continue or Cancel), keeping
+    // the prompt's text in `text`.
+    void answerPrompt(bool cont, QString* text = nullptr, int afterMs = 1) {
+        events.in(afterMs, [this, cont, text] {
+            QPushButton* b = cont ? l().cmdContinue : l().cmdCancel;
+            if (b->isHidden()) return answerPrompt(cont, text, 1);
+            if (text) *text = l().lblMessage->text();
+            b->click();
         });
     }
 
     LoaderPeer m_loader;
+    TestEvents events;
 };
 
 } // namespace telvo::test

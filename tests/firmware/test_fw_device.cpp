@@ -27,7 +27,6 @@ namespace {
 class DeviceLoad : public LoaderFixture {
 protected:
     void TearDown() override {
-        events.cancelAll();
         LoaderFixture::TearDown(); // the line goes before the device it talks to
         m_peer.reset();
     }
@@ -67,7 +66,6 @@ protected:
         return false;
     }
     std::unique_ptr<DevicePeer> m_peer;
-    TestEvents events;
 };
 
 TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboot) {
@@ -101,11 +99,7 @@ TEST_F(DeviceLoad, FailureMidImageAsksAndTheRestartLoadsTheWholeFile) {
     writeHomeFile(QStringLiteral("FileList.frl"),
                   (image(QStringLiteral("new.frk"), QStringLiteral("2.60"), 9000) + "\r\n").toUtf8());
     // Without confirmation the question answers itself; the user then confirms the prompt.
-    std::function<void()> cont = [&] {
-        if (!ui::ldr().cmdContinue->isHidden()) ui::ldr().cmdContinue->click();
-        else events.in(5, cont);
-    };
-    events.in(5, cont);
+    answerPrompt(true);
     EXPECT_EQ(ui::LoadTheFiles(false), 0);
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.60"));
     EXPECT_TRUE(logHasPrefix(QStringLiteral("Transfer Failed, ")));

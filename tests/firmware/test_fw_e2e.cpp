@@ -30,7 +30,6 @@ protected:
                      QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
     }
     void TearDown() override {
-        events.cancelAll();
         LoaderFixture::TearDown();
         m_sims.clear();
         qunsetenv("TELVO_PORTS");
@@ -73,7 +72,6 @@ protected:
         return false;
     }
     std::vector<std::unique_ptr<SimProcess>> m_sims;
-    TestEvents events;
 };
 
 TEST_F(LoadEndToEnd, ImageLoadsAtTheTransferSpeedAndTheDeviceRunsIt) {

@@ -17,12 +17,6 @@ const QString kFive = QStringLiteral("     ");
 
 class Load : public LoaderFixture {
 protected:
-    ui::LDR& l() { return ui::ldr(); }
-    ui::SCL& s() { return ui::scl(); }
-    void TearDown() override {
-        events.cancelAll();
-        LoaderFixture::TearDown();
-    }
     void writeList(const QStringList& entries) {
         QByteArray bytes;
         for (const QString& e : entries) bytes += e.toUtf8() + "\r\n";
@@ -40,7 +34,6 @@ protected:
     }
     QStringList entries;
     QStringList restartLines;
-    TestEvents events;
 };
 
 TEST_F(Load, SimulationPassesEveryEntryWithoutAByteAndDeletesTheRestartFile) {

@@ -20,13 +20,6 @@ protected:
         // The loader's text is shown (and searched) while the state says so.
         ui::SetState(QStringLiteral("OC Loading"));
     }
-    ui::LDR& l() { return ui::ldr(); }
-    ui::SCL& s() { return ui::scl(); }
-    TestEvents events;
-    void TearDown() override {
-        events.cancelAll();
-        LoaderFixture::TearDown();
-    }
 };
 
 TEST_F(Transfer, FileOf250GoesAs100And100And50) {
@@ -98,15 +91,7 @@ TEST_F(Transfer, FailureWordsInAnyCaseStopAtTheBlocksEndWithTheQuestion) {
         }
     };
     QString question;
-    std::function<void()> answer = [&] {
-        if (!l().cmdCancel->isHidden()) {
-            question = l().lblMessage->text();
-            l().cmdCancel->click();
-        } else {
-            events.in(1, answer);
-        }
-    };
-    events.in(1, answer);
+    answerPrompt(false, &question, 1);
     EXPECT_EQ(ui::XfrOneFile(), -2);
     EXPECT_TRUE(question.startsWith(QStringLiteral("Confirm Operation: Transfer Failed, ")));
     EXPECT_EQ(question, QStringLiteral("Confirm Operation: ") +
@@ -136,11 +121,7 @@ TEST_F(Transfer, CtsLowHoldsTheBlockAndTheFlagsWaitBehindIt) {
         stillWaiting = l().cmdCancel->isHidden() && ui::Link().LoaderFailed;
         peer.setCts(true);
     });
-    std::function<void()> answer = [&] {
-        if (!l().cmdCancel->isHidden()) l().cmdCancel->click();
-        else events.in(1, answer);
-    };
-    events.in(5001, answer);
+    answerPrompt(false, nullptr, 5001);
     EXPECT_EQ(ui::XfrOneFile(), -2);
     EXPECT_TRUE(stillWaiting);
     EXPECT_EQ(pendingThen, 70);
@@ -167,15 +148,7 @@ TEST_F(Transfer, FailureWinsOverTimeOut) {
         ui::tmrload_Timer();
     });
     QString question;
-    std::function<void()> answer = [&] {
-        if (!l().cmdCancel->isHidden()) {
-            question = l().lblMessage->text();
-            l().cmdCancel->click();
-        } else {
-            events.in(1, answer);
-        }
-    };
-    events.in(3001, answer);
+    answerPrompt(false, &question, 3001);
     EXPECT_EQ(ui::XfrOneFile(), -2);
     EXPECT_TRUE(ui::FW().LoaderTimedOut);
     EXPECT_TRUE(question.startsWith(QStringLiteral("Confirm Operation: Transfer Failed, 100 Bytes")));
@@ -193,15 +166,7 @@ TEST_F(Transfer, TimedOutAloneAsksWithTheModel) {
         ui::tmrload_Timer();
     });
     QString question;
-    std::function<void()> answer = [&] {
-        if (!l().cmdCancel->isHidden()) {
-            question = l().lblMessage->text();
-            l().cmdCancel->click();
-        } else {
-            events.in(1, answer);
-        }
-    };
-    events.in(3001, answer);
+    answerPrompt(false, &question, 3001);
     EXPECT_EQ(ui::XfrOneFile(), -4);
     EXPECT_EQ(question, QStringLiteral("Confirm Operation: ") +
                             core::LoaderTimedOutText(QStringLiteral("Gorda"), 100));
@@ -238,15 +203,7 @@ TEST_F(Transfer, AfterARestartTheFirstBytesAreTheFilesFirstBytes) {
     };
     // Without confirmation the question answers itself; the stop waits for the user.
     QString stop;
-    std::function<void()> cont = [&] {
-        if (!l().cmdContinue->isHidden()) {
-            stop = l().lblMessage->text();
-            l().cmdContinue->click();
-        } else {
-            events.in(1, cont);
-        }
-    };
-    events.in(1, cont);
+    answerPrompt(true, &stop);
     EXPECT_EQ(ui::XfrOneFile(), 0);
     const QByteArray file = fileBytes(QStringLiteral("a.frk"));
     const QByteArray wire = line(1)->wire();

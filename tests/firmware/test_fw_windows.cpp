@@ -22,12 +22,6 @@ namespace {
 
 class Windows : public LoaderFixture {
 protected:
-    ui::LDR& l() { return ui::ldr(); }
-    ui::SCL& s() { return ui::scl(); }
-    void TearDown() override {
-        events.cancelAll();
-        LoaderFixture::TearDown();
-    }
     void click(QAbstractButton* b) {
         // A check box takes clicks on its box and caption, at its left end.
         if (b->isVisible() && qobject_cast<QCheckBox*>(b))
@@ -43,7 +37,6 @@ protected:
         });
     }
     QString regFile() const { return homeFile(QStringLiteral("registry.ini")); }
-    TestEvents events;
 };
 
 // --- LDR
@@ -112,22 +105,14 @@ TEST_F(Windows, AbortDuringTheTransferWithConfirmationCancelledIsMinusThree) {
     writeHomeFile(QStringLiteral("FileList.frl"),
                   (firmware(QStringLiteral("a.frk"), 2000) + QStringLiteral("\r\n")).toUtf8());
     bool aborted = false;
-    QString question;
     peer.onBytes = [&](const QByteArray&) {
         if (!aborted && peer.heard.size() == 250) {
             aborted = true;
             events.in(0, [this] { l().cmdStart->click(); }); // the Abort of the running load
         }
     };
-    std::function<void()> answer = [&] {
-        if (!l().cmdCancel->isHidden()) {
-            question = l().lblMessage->text();
-            l().cmdCancel->click();
-        } else {
-            events.in(1, answer);
-        }
-    };
-    events.in(1, answer);
+    QString question;
+    answerPrompt(false, &question);
     EXPECT_EQ(ui::LoadTheFiles(true), -2);
     EXPECT_EQ(question, QStringLiteral("Confirm Operation: User aborted the transfer, 200 Bytes processed.\r\n") +
                             QString(30, QLatin1Char(' ')) +
