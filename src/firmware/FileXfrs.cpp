@@ -46,7 +46,9 @@ void showProgress() {
     const int pending = scl().P1->OutBufferCount();
     const qint64 elapsedMs = nowMs() - fw.XferStartMs;
     resumeNext([&] {
-        const qint16 elapsed = core::CInt(double(elapsedMs / 1000));
+        // Whole seconds, as the classic difference of two times counts them.
+        const qint64 wholeSeconds = elapsedMs / 1000;
+        const qint16 elapsed = core::CInt(double(wholeSeconds));
         l.lblMessage->setText(core::TransferProgressText(elapsed, App().FilePosition,
                                                          fw.BlockSize, pending,
                                                          fw.BytesRemaining));

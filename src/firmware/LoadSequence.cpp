@@ -128,8 +128,9 @@ qint16 StartFirmwareLoad(bool restart) {
         }
         const qint16 built = BuildFileList(App().DebuggerMode);
         FW().RestartIndex = 0;
-        if (built == -1 || built == -2) code = -3;
-        else if (!ConfirmOperation(QStringLiteral("Ready to load selected Firmware"))) code = -3;
+        if (built == -1 || built == -2 ||
+            !ConfirmOperation(QStringLiteral("Ready to load selected Firmware")))
+            code = -3;
     }
     if (code != -3) code = LoadTheFiles(restart);
     LoadEnded();

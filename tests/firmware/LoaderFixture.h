@@ -9,6 +9,7 @@
 #include "link/DeviceScript.h"
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
+#include "firmware/RS.h"
 #include "platform/AppPath.h"
 #include "platform/ScriptedPeer.h"
 #include "platform/SimulatedLine.h"
@@ -90,6 +91,39 @@ protected:
             if (b->isHidden()) return answerPrompt(cont, text, 1);
             if (text) *text = l().lblMessage->text();
             b->click();
+        });
+    }
+
+    // The program is killed once `cut` holds, `afterMs` later: its waits unwind as at the end.
+    void killWhen(std::function<bool()> cut, int afterMs, int pollMs) {
+        events.in(pollMs, [this, cut, afterMs, pollMs] {
+            if (!cut()) return killWhen(cut, afterMs, pollMs);
+            events.in(afterMs, [] {
+                try {
+                    platform::EndProgram();
+                } catch (const platform::ProgramEnd&) {
+                }
+            });
+        });
+    }
+    // At the next start: "Use Existing Restart File" and Restart once RS stands, and Done on
+    // the loader window once the restarted load is over, so that the start-up goes on.
+    void restartFromFileAtStart(int pollMs) {
+        events.in(pollMs, [this, pollMs] {
+            if (!ui::FirmwareWindowExists("RS") || ui::rs().isHidden())
+                return restartFromFileAtStart(pollMs);
+            ui::rs().Check1->click();
+            ui::rs().cmdReStart->click();
+        });
+        doneWhenRestarted(pollMs);
+    }
+    void doneWhenRestarted(int pollMs) {
+        events.in(pollMs, [this, pollMs] {
+            if (ui::FirmwareWindowExists("RS") && ui::rs().isHidden() && !ui::App().RestartBusy &&
+                !l().isHidden())
+                l().cmdEnd->click();
+            else
+                doneWhenRestarted(pollMs);
         });
     }
 

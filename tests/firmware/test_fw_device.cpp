@@ -113,19 +113,7 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("3.00"), 10000);
     writeHomeFile(QStringLiteral("FileList.frl"), (file + "\r\n").toUtf8());
     // The cable is cut mid-image; the program hangs in its drain wait until it is killed.
-    std::function<void()> killWhenCut = [&] {
-        if (d.lineCut()) {
-            events.in(2000, [] {
-                try {
-                    platform::EndProgram();
-                } catch (const platform::ProgramEnd&) {
-                }
-            });
-        } else {
-            events.in(10, killWhenCut);
-        }
-    };
-    events.in(10, killWhenCut);
+    killWhen([&d] { return d.lineCut(); }, 2000, 10);
     EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
     EXPECT_FALSE(d.firmwareValid());
     EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,0\r\n"));
@@ -140,17 +128,7 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     line(1)->clearWire();
     m_peer->powerCycle();
     ASSERT_EQ(d.mode(), Device::Mode::Loader);
-    events.in(50, [] {
-        ui::rs().Check1->click();
-        ui::rs().cmdReStart->click();
-    });
-    std::function<void()> done = [&] {
-        if (ui::rs().isHidden() && !ui::App().RestartBusy && !ui::ldr().isHidden())
-            ui::ldr().cmdEnd->click();
-        else
-            events.in(50, done);
-    };
-    events.in(100, done);
+    restartFromFileAtStart(50);
     ui::ResumeCutOffLoad();
     EXPECT_TRUE(d.firmwareValid());
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("3.00"));

@@ -74,17 +74,21 @@ protected:
     std::vector<std::unique_ptr<SimProcess>> m_sims;
 };
 
-TEST_F(LoadEndToEnd, ImageLoadsAtTheTransferSpeedAndTheDeviceRunsIt) {
+TEST_F(LoadEndToEnd, ThreeImagesLoadAtTheTransferSpeedAndTheDeviceRunsTheLast) {
     writeIni();
     SimProcess& dev = sim({});
     ASSERT_TRUE(dev.running());
-    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.70"), 16000);
+    QStringList files;
+    for (int i = 1; i <= 3; ++i)
+        files << image(QStringLiteral("new%1.frk").arg(i), QStringLiteral("2.7%1").arg(i), 8000);
+    // The developer's run chooses several files, until the dialog is cancelled.
+    ui::App().CommandLine = QStringLiteral("FRKdebugger");
     ui::Main();
     ui::SCL& s = ui::scl();
     ASSERT_EQ(s.txtCrntSpeed->text(), QStringLiteral("19200"));
     ASSERT_EQ(s.txtxfrspeed->text(), QStringLiteral("57600"));
     s.chkConfirm->setChecked(false);
-    scripted->paths = {file};
+    scripted->paths = {files[0], files[1], files[2]};
 
     QTest::mouseClick(s.cmdStart, Qt::LeftButton);
     ASSERT_FALSE(ui::ldr().isHidden());
@@ -92,15 +96,21 @@ TEST_F(LoadEndToEnd, ImageLoadsAtTheTransferSpeedAndTheDeviceRunsIt) {
     wall.start();
     ui::ldr().cmdStart->click(); // the whole load runs inside this click
 
-    EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.70"));
+    EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.73"));
     EXPECT_EQ(s.txtCrntSpeed->text(), QStringLiteral("19200")); // back to where it was found
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("(STX)3005AD(NUL)1(NUL)(ETX)")));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.70")));
+    QStringList verdicts;
+    int commands = 0;
+    for (const QString& l : dev.trace()) {
+        if (l.contains(QStringLiteral("Verify OK, version "))) verdicts << l.section(QStringLiteral("version "), 1).left(4);
+        commands += l.contains(QStringLiteral("host  (STX)3005AD(NUL)1(NUL)(ETX)"));
+    }
+    EXPECT_EQ(verdicts, (QStringList{QStringLiteral("2.71"), QStringLiteral("2.72"), QStringLiteral("2.73")}));
+    EXPECT_EQ(commands, 3);
     EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
-    // The drain followed the line: 16000 bytes at 5760 bytes a second take at least 2.7 s,
-    // before the 10 s of the reboot.
-    EXPECT_GE(wall.elapsed(), 12700);
+    // Each drain followed the line: 8000 bytes at 5760 bytes a second take at least 1.38 s,
+    // and each image is followed by the 10 s of the reboot.
+    EXPECT_GE(wall.elapsed(), 3 * (1380 + 10000));
 }
 
 TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
@@ -113,19 +123,7 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     scripted->paths = {file};
     QTest::mouseClick(s.cmdStart, Qt::LeftButton);
     // The cable is cut mid-image: the program hangs in its drain wait and is killed.
-    std::function<void()> kill = [&] {
-        if (traceHas(dev, QStringLiteral("line cut"))) {
-            events.in(1500, [] {
-                try {
-                    platform::EndProgram();
-                } catch (const platform::ProgramEnd&) {
-                }
-            });
-        } else {
-            events.in(100, kill);
-        }
-    };
-    events.in(100, kill);
+    killWhen([&] { return traceHas(dev, QStringLiteral("line cut")); }, 1500, 100);
     EXPECT_THROW(ui::cmdStartLDR_Click(), platform::ProgramEnd);
     EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
 
@@ -135,22 +133,7 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     ui::ResetSession();
     ::kill(dev.pid(), SIGUSR1);
     ui::App().CommandLine = QStringLiteral("BootLoader");
-    std::function<void()> restart = [&] {
-        if (ui::FirmwareWindowExists("RS") && !ui::rs().isHidden()) {
-            ui::rs().Check1->click();
-            ui::rs().cmdReStart->click();
-        } else {
-            events.in(100, restart);
-        }
-    };
-    events.in(100, restart);
-    std::function<void()> done = [&] {
-        if (ui::rs().isHidden() && !ui::App().RestartBusy && !ui::ldr().isHidden())
-            ui::ldr().cmdEnd->click();
-        else
-            events.in(100, done);
-    };
-    events.in(1000, done);
+    restartFromFileAtStart(100);
     ui::Main();
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.80"));
     EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));

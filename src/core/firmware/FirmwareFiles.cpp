@@ -54,7 +54,7 @@ QString FirstLine(const QByteArray& bytes) {
 QString TransferProgressText(qint16 elapsedS, qint32 filePosition, qint16 blockSize,
                              int outBufferCount, qint32 bytesRemaining) {
     const qint32 done = filePosition + blockSize - outBufferCount;
-    const QString head = QStringLiteral("Bytes processed=") + CStr(done);
+    QString head = QStringLiteral("Bytes processed=") + CStr(done);
     if (elapsedS < 3) return head;
     const qint32 rate = CLng(double(filePosition + blockSize) / elapsedS);
     // A rate of 0 would be a division by zero, the general run-time error.
@@ -63,8 +63,9 @@ QString TransferProgressText(qint16 elapsedS, qint32 filePosition, qint16 blockS
     if (remaining < 61)
         return head + QStringLiteral(",   Approximate Time Remaining = ") + CStr(remaining) +
                QStringLiteral(" Seconds");
-    return head + QStringLiteral(",   Approximate Time Remaining = ") +
-           CStr((remaining + 59) / 60) + QStringLiteral(" Minutes ");
+    const qint32 minutes = (remaining + 59) / 60; // whole minutes, rounded up
+    return head + QStringLiteral(",   Approximate Time Remaining = ") + CStr(minutes) +
+           QStringLiteral(" Minutes ");
 }
 
 namespace {
