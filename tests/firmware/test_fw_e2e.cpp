@@ -113,6 +113,28 @@ TEST_F(LoadEndToEnd, ThreeImagesLoadAtTheTransferSpeedAndTheDeviceRunsTheLast) {
     EXPECT_GE(wall.elapsed(), 3 * (1380 + 10000));
 }
 
+TEST_F(LoadEndToEnd, FailureWordsMidImageThenTheRestartSucceeds) {
+    writeIni();
+    SimProcess& dev = sim({QStringLiteral("--fail-at-byte"), QStringLiteral("3000")});
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.75"), 8000);
+    ui::Main();
+    ui::SCL& s = ui::scl();
+    s.chkConfirm->setChecked(false);
+    scripted->paths = {file};
+    QTest::mouseClick(s.cmdStart, Qt::LeftButton);
+    // Unconfirmed, the question answers itself; the stop waits for the user's Continue.
+    answerPrompt(true, nullptr, 100);
+    ui::ldr().cmdStart->click();
+    EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.75"));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Failure")));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.75")));
+    bool asked = false;
+    for (const QString& l : logLines()) asked |= l.startsWith(QStringLiteral("Transfer Failed, "));
+    EXPECT_TRUE(asked);
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+}
+
 TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     writeIni();
     SimProcess& dev = sim({QStringLiteral("--cut-at-byte"), QStringLiteral("6000")});
