@@ -79,7 +79,8 @@ void BootLoader::take(char c) {
     const qint64 index = m_count++;
     ++m_stats.bytes;
     ++m_stats.totalBytes;
-    if (index == f.cutAtImageByte) {
+    if (index == f.cutAtImageByte && !m_cutDone) {
+        m_cutDone = true;
         m_host.loaderCutLine();
         return;
     }

@@ -81,6 +81,7 @@ private:
     bool m_erased = false;
     bool m_stalled = false;
     int m_injected = 0; // failures injected so far
+    bool m_cutDone = false; // the cut-line fault strikes once in a device's life
     int m_spin = 0;
     QByteArray m_window; // the last bytes seen while looking for a new image
     Timers::Id m_pageAlarm = 0;

@@ -214,6 +214,8 @@ void Device::boot(int baud) {
 
 void Device::powerCycle(qint64 nowUs) {
     advance(nowUs);
+    // Someone mended the cable and switched the device off and on.
+    m_cut = false;
     m_timers.clear();
     m_loader.stop();
     resetLink();

@@ -27,6 +27,10 @@ void DevicePeer::bytesArrived(const QByteArray& bytes) {
 
 void DevicePeer::powerCycle() {
     m_device->powerCycle(Clock::instance().nowUs());
+    if (m_cutSent && m_host) {
+        m_cutSent = false;
+        m_host->peerSetCut(false);
+    }
     sync();
 }
 

@@ -24,6 +24,7 @@ void ResetOptionsWindows();
 
 // Firmware loader (src/firmware).
 void ResumeCutOffLoad();    // RestartLoader.txt found, or "BootLoader" on the command line
+void cmdStartSCL_Click();   // the main window's Load Firmware: the adapter warning, then LDR
 bool ShowExitSpeedWindow(); // false when it came back by its cancel
 void cmdDelFileList_Click();  // ADV's list buttons
 void cmdSaveFileList_Click();

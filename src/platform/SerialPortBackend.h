@@ -1,6 +1,8 @@
 #pragma once
 // A real serial port through QSerialPort. On a pseudo-terminal the modem lines cannot be read,
-// so CTS counts as high there.
+// so CTS counts as high there. The output count is the larger of what the driver reports
+// (Qt's buffer and the kernel's queue) and what the line cannot yet have carried at its rate:
+// a pty's queue, and some adapters' drivers, report nothing while the far end is far behind.
 
 #include "platform/CommBackend.h"
 
@@ -28,8 +30,12 @@ public:
     int writeTimeout() const override { return m_writeTimeoutMs; }
     qintptr handle() const override { return m_port.handle(); }
 
+    // The bytes written that the line cannot yet have carried at its rate (ten bit times each).
+    int bytesOnTheLine() const;
+
 private:
     void dropStalledOutput();
+    void forgetLine();
 
     QString m_path; // QSerialPort gives back a short name, not the path
     mutable QSerialPort m_port; // reading the modem lines is not const in Qt
@@ -38,6 +44,8 @@ private:
     bool m_ctsReadable = true;
     bool m_lastCts = true;
     QTimer m_ctsPoll;
+    qint64 m_lineFreeUs = 0; // when the line will have carried the last byte written
+    quint64 m_drainWake = 0; // a clock event at that moment, so a drain wait wakes on time
 };
 
 } // namespace telvo::platform

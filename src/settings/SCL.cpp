@@ -417,6 +417,9 @@ void SCL::wire() {
     connect(cmdRestore, &QPushButton::clicked, this, [] { Handle(cmdRestore_Click); });
     connect(cmdSaveAs, &QPushButton::clicked, this, [] { Handle(cmdSaveAs_Click); });
     connect(cmdSaveAs2, &QPushButton::clicked, this, [] { Handle(cmdSaveAs2_Click); });
+
+    // The firmware loader.
+    connect(cmdStart, &QPushButton::clicked, this, [] { Handle(cmdStartSCL_Click); });
 }
 
 bool SCL::eventFilter(QObject* watched, QEvent* e) {

@@ -49,6 +49,7 @@ public:
         m_proc.kill();
         m_proc.waitForFinished(3000);
     }
+    qint64 pid() const { return m_proc.processId(); }
     bool running() const { return m_proc.state() == QProcess::Running && !m_path.isEmpty(); }
 
     // "host  ...", "device  ..." and "note  ..." lines, without their time.

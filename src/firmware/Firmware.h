@@ -1,0 +1,65 @@
+#pragma once
+// The firmware loader's routines and module state: file lists, the load sequence, the block
+// transfer and the windows that drive them.
+
+#include <QByteArray>
+#include <QString>
+
+namespace telvo::ui {
+
+class EX;
+class RS;
+class DG;
+
+struct FirmwareGlobals {
+    QString LastFirmwareFile;
+    qint16 RestartIndex = 0;
+    bool RestartLoad = false;
+    // The transfer (FilePosition lives with the receive handler, which reports it on a CTS drop).
+    qint16 BlockSize = 100;
+    QByteArray BlockBuffer;
+    qint32 BytesRemaining = 0;
+    qint32 FileBytes = 0;
+    qint64 XferStartMs = 0;
+    bool LoaderTimedOut = false;
+    int SavedTimeouts = 0;
+    // The adapter warning's answer.
+    bool DgCancelled = false;
+};
+
+FirmwareGlobals& FW();
+
+// The windows of the loader, created on first use.
+bool FirmwareWindowExists(const char* name); // "EX", "RS", "DG"
+EX& ex();
+RS& rs();
+DG& dg();
+
+// Lists.
+QString SelectFirmwareFile(const QString& dir, const QString& title, int mode = 0);
+QString SelectFirmwareFile(const QString& dir); // the title left out
+qint16 BuildFileList(bool multiple);
+
+// The block transfer.
+qint32 FileSizeOf(const QString& path);
+qint16 XfrOneFile();
+void RestartTransfer();
+void tmrload_Timer();
+
+// The load sequence.
+void cmdStartSCL_Click();
+void cmdStartLDR_Click();
+bool CheckDeviceReady();
+qint16 StartFirmwareLoad(bool restart);
+qint16 LoadTheFiles(bool restart);
+void FinishFirmwareLoad(qint16 code);
+bool RecoverCommunications();
+void LoadEnded();
+
+// The RS window as a modal window (LDR's Restart button).
+void ShowRestartWindow();
+
+// RestartLoader.txt, written beside and renamed into place. False with the error's text.
+bool WriteRestartFile(qint16 index, QString* error);
+
+} // namespace telvo::ui

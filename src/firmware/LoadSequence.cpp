@@ -1,0 +1,303 @@
+#include "firmware/Firmware.h"
+
+#include "app/Globals.h"
+#include "app/MajorSubs.h"
+#include "config/DG.h"
+#include "config/modRegistry.h"
+#include "core/firmware/FirmwareFiles.h"
+#include "core/text/Classic.h"
+#include "firmware/LDR.h"
+#include "link/DBG.h"
+#include "link/Driver.h"
+#include "link/Navigate.h"
+#include "link/zSCL.h"
+#include "platform/AppPath.h"
+#include "platform/DoEvents.h"
+#include "platform/Platform.h"
+#include "settings/SCL.h"
+#include "settings/SaveRestore.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+namespace telvo::ui {
+
+namespace {
+
+QString model() { return scl().DeviceModel->text(); }
+QString crlf() { return QStringLiteral("\r\n"); }
+
+void clearLoaderText() {
+    G().ldrText.clear();
+    G().dbgText.clear();
+    ldr().SyncText();
+    if (WindowExists("DBG")) dbg().SyncText();
+}
+
+// The buttons of the loader window at rest.
+void buttonsBack() {
+    LDR& l = ldr();
+    l.cmdReStart->show();
+    l.cmdStart->setText(QStringLiteral("Start"));
+    l.SetStartColor(LDR::kLightGreen);
+}
+
+QString restartPath() { return platform::AppFile(QStringLiteral("RestartLoader.txt")); }
+
+} // namespace
+
+bool WriteRestartFile(qint16 index, QString* error) {
+    SCL& s = scl();
+    const core::RestartRecord r{s.txtPort->text(), s.txtOrigSpeed->text(),
+                                s.txtxfrspeed->text(), index};
+    // Written beside and renamed into place: the file is the old line or the new one, never half.
+    QSaveFile f(restartPath());
+    if (f.open(QIODevice::WriteOnly) && f.write(core::FormatRestartRecord(r)) >= 0 && f.commit())
+        return true;
+    if (error) *error = f.errorString();
+    return false;
+}
+
+void cmdStartSCL_Click() {
+    if (FirmwareWindowExists("DG") && !dg().isHidden()) return;
+    qint64 skip = 0;
+    RegRead(QStringLiteral("HKCU"), QString::fromLatin1(kDongleKey),
+            QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), skip, 0);
+    if (skip == 0) {
+        DG& w = dg();
+        w.show();
+        while (!w.isHidden()) platform::DoEvents();
+        if (FW().DgCancelled) return;
+    }
+    ldr().show();
+    ldr().raise();
+}
+
+void cmdStartLDR_Click() {
+    LDR& l = ldr();
+    core::LinkState& link = Link();
+    if (l.cmdStart->text() != QLatin1String("Abort")) {
+        if (!CheckDeviceReady()) return;
+        FW().RestartLoad = false;
+        FinishFirmwareLoad(StartFirmwareLoad(FW().RestartLoad));
+        return;
+    }
+    link.LoaderAborted = true;
+    SetState(QStringLiteral("Idle"));
+    // The state was just set to Idle, so this never holds; the flag is the abort.
+    const QString st = App().DeviceState;
+    if (st == QLatin1String("OC LOADING") || st == QLatin1String("WAITING")) {
+        platform::CommControl* P1 = scl().P1;
+        if (!P1->PortOpen()) {
+            LogLine(QStringLiteral("Loader aborting, attempted to send 'xxxxxxxx', Port is closed"));
+            ReopenPort();
+        }
+        P1->Output(QStringLiteral("xxxxxxxxxx"));
+    }
+}
+
+bool CheckDeviceReady() {
+    SCL& s = scl();
+    if (Link().PowerState != QLatin1String("ON")) ConnectDevice();
+    const QString st = App().DeviceState;
+    if (st != QLatin1String("IDLE") && st != QLatin1String("POWERED")) {
+        ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
+                   QStringLiteral(", ") + model() + QStringLiteral(" state = ") + st);
+        LoadEnded();
+        return false;
+    }
+    if (s.chkSaveRestore->isChecked()) SaveSettings();
+    clearLoaderText();
+    return true;
+}
+
+qint16 StartFirmwareLoad(bool restart) {
+    SCL& s = scl();
+    qint16 code = 0;
+    if (!restart) {
+        if (Link().PowerState != QLatin1String("ON")) ConnectDevice();
+        if (s.txtCrntSpeed->text() != s.txtxfrspeed->text()) {
+            // The text names 57600 whatever the transfer speed is.
+            if (!ConfirmOperation(model() + QStringLiteral(" Speed is ") + s.txtCrntSpeed->text() +
+                                  QStringLiteral(", Setting the ") + model() +
+                                  QStringLiteral(" baud rate to 57600"))) {
+                LoadEnded();
+                return -3;
+            }
+            SetGordaBaudRate(s.txtxfrspeed->text());
+        }
+        const qint16 built = BuildFileList(App().DebuggerMode);
+        FW().RestartIndex = 0;
+        if (built == -1 || built == -2 ||
+            !ConfirmOperation(QStringLiteral("Ready to load selected Firmware")))
+            code = -3;
+    }
+    if (code != -3) code = LoadTheFiles(restart);
+    LoadEnded();
+    return code;
+}
+
+qint16 LoadTheFiles(bool restart) {
+    SCL& s = scl();
+    LDR& l = ldr();
+    FirmwareGlobals& fw = FW();
+    l.cmdReStart->hide();
+    l.cmdStart->setText(QStringLiteral("Abort"));
+    l.SetStartColor(LDR::kRed);
+
+    QFile listFile(platform::AppFile(QStringLiteral("FileList.frl")));
+    if (!listFile.open(QIODevice::ReadOnly)) {
+        ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening file 'FileList.frl' ") +
+                     listFile.errorString());
+        buttonsBack();
+        return -1;
+    }
+    const QStringList lines = core::ParseFileList(listFile.readAll());
+    listFile.close();
+    qsizetype next = 0;
+
+    while (next < lines.size()) {
+        // The skip runs on every pass, not only the first.
+        next += fw.RestartIndex;
+        // A list that ends inside the skip ends the loop as its own end would.
+        if (next >= lines.size()) break;
+        qint16 index = fw.RestartIndex;
+        QString error;
+        if (!WriteRestartFile(index, &error)) {
+            ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening Loader Restart file for output; ") +
+                         error);
+            buttonsBack();
+            return -1;
+        }
+        s.lblWait->show();
+        l.txtFileName->setText(core::TrimBlank(lines.at(next++)));
+        if (s.chkSim->isChecked()) {
+            SetState(QStringLiteral("Idle"));
+            continue;
+        }
+        clearLoaderText();
+        qint16 code = 0;
+        if (!restart) code = EnterFirmwareUpdateMode() ? 0 : -5;
+        if (code == 0) {
+            SetState(QStringLiteral("OC Loading"));
+            code = XfrOneFile();
+        }
+        const auto fail = [&](const QString& text, qint16 result) {
+            ShowAlertLDR(text);
+            SetState(QStringLiteral("Firmware"));
+            buttonsBack();
+            return result;
+        };
+        switch (code) {
+        case 0: break;
+        case -1:
+            return fail(QStringLiteral("Could not set up the file transfer, Problems opening file(s)"), -1);
+        case -2:
+            return fail(QStringLiteral("Device unable to load firmware, possible line problem or corrupt file"), -2);
+        case -3:
+            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"), -2);
+        case -4:
+            return fail(QStringLiteral("Load process timed out during the Firmware load process, "
+                                       "possible line problem or currupt file"), -2);
+        case -5:
+            return fail(QStringLiteral("Could not set the Firmware update mode"), -1);
+        default:
+            SetState(QStringLiteral("Idle"));
+            continue;
+        }
+        Link().DeviceTalking = true;
+        index = core::AddInt(index, 1);
+        if (!WriteRestartFile(index, &error)) {
+            platform::MessageBox(QStringLiteral("LoadTheFiles: error opening file for output") +
+                                 crlf() + restartPath() + crlf() + error);
+            buttonsBack();
+            return -1;
+        }
+        ShowStatusLDR(QStringLiteral("Waiting 10 seconds while ") + model() + QStringLiteral(" reboots"));
+        Pause(10000);
+        l.lblMessage->setText(QString());
+        ReadFirmware();
+        SetState(QStringLiteral("Idle"));
+    }
+    QFile::remove(restartPath());
+    buttonsBack();
+    return 0;
+}
+
+void FinishFirmwareLoad(qint16 code) {
+    SCL& s = scl();
+    const bool talking = Link().DeviceTalking;
+    const auto critical = [] {
+        platform::MessageBox(QStringLiteral("Critical Situation") + crlf() + QStringLiteral("The ") +
+                             model() + QStringLiteral(" no longer appears to have valid firmware loaded.") +
+                             crlf() + QStringLiteral("A load must be performed now using 'RESTART'"));
+    };
+    switch (code) {
+    case -2:
+        if (talking) ShowStatus(QStringLiteral("The Load failed, but the firmware in the device still may be valid."));
+        else critical();
+        return;
+    case -1:
+        if (talking)
+            ShowStatus(QStringLiteral("Load could not start, file problems. The ") + model() +
+                       QStringLiteral(" may have to be power cycled"));
+        else critical();
+        return;
+    case 0: break;
+    default: return;
+    }
+    if (!ConfirmOperation(QStringLiteral("Load complete, Ready to start search for ") + model() +
+                          QStringLiteral(" after reboot, speed should be 57600")))
+        return;
+    if (RecoverCommunications()) {
+        if (s.chkDefaults->isChecked() && !s.chkSim->isChecked() && !CommandRestartMode()) {
+            Navigate(QStringLiteral("4,5"));
+            if (s.chkNoFWupdate->isChecked()) {
+                ShowStatus(QStringLiteral("Sending Navigation Command: 'Exit'"));
+                SetDevice(QStringLiteral("A2"), QStringLiteral("7"), 2);
+                Pause(250);
+            } else {
+                ShowStatus(QStringLiteral("Sending Navigation Command: 'Enter'"));
+                SetDevice(QStringLiteral("A2"), QStringLiteral("6"), 2);
+            }
+        }
+    }
+    if (s.chkSaveRestore->isChecked()) RestoreSettings();
+}
+
+bool RecoverCommunications() {
+    SCL& s = scl();
+    platform::Timer* t = s.tmrFindGorda;
+    t->setEnabled(false);
+    t->setInterval(30000);
+    t->setEnabled(true);
+    bool found = false;
+    while (t->Enabled() && !found) found = FindDevice(11);
+    t->setEnabled(false);
+    if (!found) {
+        ShowAlert(QStringLiteral("Communications was not re-established with the ") + model());
+        SetState(QStringLiteral("?????"));
+        return false;
+    }
+    if (s.txtOrigSpeed->text() != s.txtCrntSpeed->text() &&
+        ConfirmOperation(QStringLiteral("Should the Baud rate be Back to the original from ") +
+                         s.txtCrntSpeed->text() + QStringLiteral(" baud")))
+        SetGordaBaudRate(s.txtOrigSpeed->text());
+    SetState(QStringLiteral("Idle"));
+    LogLine(QStringLiteral("Communications re-established with the ") + model());
+    return true;
+}
+
+void LoadEnded() {
+    LDR& l = ldr();
+    l.cmdStart->setText(QStringLiteral("Start"));
+    l.SetStartColor(LDR::kLightGreen);
+    l.cmdContinue->hide();
+    l.cmdCancel->hide();
+    l.txtFileName->setText(QString());
+    l.cmdEnd->setEnabled(true);
+    l.EndProgress();
+    scl().lblWait->hide();
+}
+
+} // namespace telvo::ui

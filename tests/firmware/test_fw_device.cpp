@@ -1,0 +1,142 @@
+// Whole loads against the emulated device on the in-process line, under the virtual clock: the
+// update command, the boot loader's banner, page stalls with CTS, the verdict and the reboot;
+// and a load cut off mid-image, taken up again from RestartLoader.txt at the next start.
+
+#include "LoaderFixture.h"
+
+#include "Device.h"
+#include "DevicePeer.h"
+#include "Firmware.h"
+
+#include "app/Tools.h"
+#include "config/IniLoader.h"
+#include "core/config/IniFile.h"
+#include "firmware/RS.h"
+#include "link/DeviceScript.h"
+#include "link/Driver.h"
+#include "platform/DoEvents.h"
+
+using namespace telvo;
+using namespace telvo::test;
+using vorix::sim::Device;
+using vorix::sim::DeviceOptions;
+using vorix::sim::DevicePeer;
+
+namespace {
+
+class DeviceLoad : public LoaderFixture {
+protected:
+    void TearDown() override {
+        LoaderFixture::TearDown(); // the line goes before the device it talks to
+        m_peer.reset();
+    }
+    Device& attachDevice(DeviceOptions o) {
+        o.model = QStringLiteral("Gorda");
+        o.firmware = QStringLiteral("1.24");
+        o.baud = 57600;
+        m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
+            core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
+        platform::PortMap::instance().attachPeer(1, m_peer.get());
+        line(1)->setPacing(true);
+        openPort(1, 57600);
+        prepare();
+        return m_peer->device();
+    }
+    // The controls as a connection at 57600 leaves them.
+    void prepare() {
+        ui::SCL& s = ui::scl();
+        s.DeviceModel->setText(QStringLiteral("Gorda"));
+        s.txtFirmware->setText(QStringLiteral("1.24"));
+        s.txtPort->setText(QStringLiteral("COM1"));
+        s.txtCrntSpeed->setText(QStringLiteral("57600"));
+        s.txtxfrspeed->setText(QStringLiteral("57600"));
+        s.txtOrigSpeed->setText(QStringLiteral("57600"));
+        s.lstPort->clear();
+        s.lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1")});
+        ui::Link().PowerState = QStringLiteral("ON");
+        ui::SetState(QStringLiteral("Idle"));
+    }
+    QString image(const QString& name, const QString& version, qint64 size) {
+        writeHomeFile(name, vorix::sim::MakeFirmwareImage(version, size));
+        return homeFile(name);
+    }
+    bool logHasPrefix(const QString& prefix) const {
+        for (const QString& l : logLines())
+            if (l.startsWith(prefix)) return true;
+        return false;
+    }
+    std::unique_ptr<DevicePeer> m_peer;
+};
+
+TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboot) {
+    Device& d = attachDevice({});
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 12000) + "\r\n").toUtf8());
+    int ctsDrops = 0;
+    QObject::connect(line(1), &platform::SimulatedLine::ctsChanged, [&] {
+        if (!line(1)->cts()) ++ctsDrops;
+    });
+    EXPECT_EQ(ui::LoadTheFiles(false), 0);
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.50"));
+    EXPECT_TRUE(d.firmwareValid());
+    EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.50"));
+    // The update command, then the image byte for byte, then the version query.
+    const QByteArray wire = line(1)->wire();
+    EXPECT_TRUE(wire.startsWith(Set("AD", "1")));
+    EXPECT_TRUE(wire.contains(readHomeFile(QStringLiteral("new.frk"))));
+    EXPECT_TRUE(wire.endsWith(Query("A9")));
+    EXPECT_GE(ctsDrops, 11); // a page every 1024 bytes
+    EXPECT_TRUE(logHasPrefix(QStringLiteral("CTS Dropped, Fileposition= ")));
+    EXPECT_TRUE(ui::G().ldrText.text().contains(QStringLiteral("Verify OK, version 2.50")));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    EXPECT_EQ(ui::ldr().cmdStart->text(), QStringLiteral("Start"));
+}
+
+TEST_F(DeviceLoad, FailureMidImageAsksAndTheRestartLoadsTheWholeFile) {
+    DeviceOptions o;
+    o.faults.failAtImageByte = 3000;
+    Device& d = attachDevice(o);
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("2.60"), 9000) + "\r\n").toUtf8());
+    // Without confirmation the question answers itself; the user then confirms the prompt.
+    answerPrompt(true);
+    EXPECT_EQ(ui::LoadTheFiles(false), 0);
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.60"));
+    EXPECT_TRUE(logHasPrefix(QStringLiteral("Transfer Failed, ")));
+    EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.60"));
+}
+
+TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
+    DeviceOptions o;
+    o.faults.cutAtImageByte = 4000;
+    Device& d = attachDevice(o);
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("3.00"), 10000);
+    writeHomeFile(QStringLiteral("FileList.frl"), (file + "\r\n").toUtf8());
+    // The cable is cut mid-image; the program hangs in its drain wait until it is killed.
+    killWhen([&d] { return d.lineCut(); }, 2000, 10);
+    EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
+    EXPECT_FALSE(d.firmwareValid());
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,0\r\n"));
+
+    // The next start: a fresh run; the device was switched off and on and waits in its loader.
+    events.cancelAll();
+    platform::ResetProgramEnded();
+    ui::ResetSession();
+    initControls();
+    prepare();
+    ui::Link().PowerState.clear();
+    line(1)->clearWire();
+    m_peer->powerCycle();
+    ASSERT_EQ(d.mode(), Device::Mode::Loader);
+    restartFromFileAtStart(50);
+    ui::ResumeCutOffLoad();
+    EXPECT_TRUE(d.firmwareValid());
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("3.00"));
+    EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("3.00"));
+    EXPECT_TRUE(line(1)->wire().startsWith(readHomeFile(QStringLiteral("new.frk")).left(100)));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("Using Restart file to restart the loader")));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+}
+
+} // namespace
