@@ -92,6 +92,46 @@ TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboo
     EXPECT_EQ(ui::ldr().cmdStart->text(), QStringLiteral("Start"));
 }
 
+TEST_F(DeviceLoad, SettingsAreSavedBeforeTheLoadAndRestoredAfterIt) {
+    // The sample's setting rows, read as the start-up reads them.
+    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+    ui::ReadIniFile(1);
+    ui::ReadIniFile(2);
+    Device& d = attachDevice({}); // a load wipes the device's settings
+    d.settings().set("4C", "1");
+    d.settings().set("B1", "17");
+    d.settings().set("D3", "3");
+    ui::SCL& s = ui::scl();
+    s.chkSaveRestore->setChecked(true);
+    // Both routines end at a breakpoint: go on at each.
+    std::function<void()> goOn = [&] {
+        if (!s.cmdContinue->isHidden() && s.cmdCancel->isHidden()) s.cmdContinue->click();
+        events.in(5, goOn);
+    };
+    events.in(5, goOn);
+    ASSERT_TRUE(ui::CheckDeviceReady());
+    EXPECT_TRUE(readHomeFile(QStringLiteral("Settings.txt"))
+                    .contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B117\r\n"));
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    const qint16 code = ui::LoadTheFiles(false);
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.50"));
+    d.settings().set("4C", "1");
+    EXPECT_NE(d.settings().query("B1").value, QByteArray("17")); // wiped by the load
+    const int before = int(logLines().size());
+    ui::FinishFirmwareLoad(code);
+    // The saved values go back to the device after the load, state by state.
+    const QStringList after = logLines().mid(before);
+    const int input1 = int(after.indexOf(QStringLiteral("Sent: (STX)30054C(NUL)1(NUL)(ETX) on COM1 @ 57600")));
+    ASSERT_GE(input1, 0);
+    EXPECT_EQ(after.mid(input1 + 1).filter(QStringLiteral("Sent: ")).value(0),
+              QStringLiteral("Sent: (STX)3006B1(NUL)17(NUL)(ETX) on COM1 @ 57600"));
+    EXPECT_EQ(d.settings().query("D3").value, QByteArray("3"));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
+}
+
 TEST_F(DeviceLoad, FailureMidImageAsksAndTheRestartLoadsTheWholeFile) {
     DeviceOptions o;
     o.faults.failAtImageByte = 3000;
