@@ -31,9 +31,12 @@ build-test: deps
 test: build-test
 	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
 
-# The lint CI runs: clang-tidy with the project's checks over the program and the emulator.
+# The lint CI runs: clang-tidy with the project's checks over every source file of the program and
+# the emulator that the compile database knows (so no folder is ever missed).
 lint: build-test
-	find src sim -name "*.cpp" | sort | xargs -P$(JOBS) -n4 clang-tidy -p $(TEST_BUILD) --quiet --extra-arg=-Wno-error \
+	sed -n 's/^ *"file": "\(.*\)",*$$/\1/p' $(TEST_BUILD)/compile_commands.json | \
+	  grep -E '^$(CURDIR)/(src|sim)/.*\.cpp$$' | sort -u | \
+	  xargs -P$(JOBS) -n4 clang-tidy -p $(TEST_BUILD) --quiet --extra-arg=-Wno-error \
 	  --warnings-as-errors='*' 2>/dev/null
 
 demo: build

@@ -100,8 +100,10 @@ bool EnterFirmwareUpdateMode() {
         ShowStatusLDR(QStringLiteral("Command failed, using Menu Navigation to set ") + model() +
                       QStringLiteral(" into Firmware Update Mode"));
         Navigate(QStringLiteral("4,6,1"));
-        // The loader window's test box: walk the menu, then leave it instead of entering.
-        if (ldr().chkNoFWupdate->isChecked()) {
+        // The main window's box, as everywhere else: the loader's "Test" box only quiets its
+        // status line. The box can't be ticked here (the command is only tried when it is
+        // clear), so the menu is entered; the test and its words stand as designed.
+        if (scl().chkNoFWupdate->isChecked()) {
             LogLine(QStringLiteral("Not navigating to firmware update, debug set so exiting"));
             SetDevice(QStringLiteral("A2"), QStringLiteral("7"), 2);
             Pause(250);
