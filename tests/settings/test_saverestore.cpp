@@ -8,6 +8,11 @@
 #include "settings/Panels.h"
 #include "settings/SaveRestore.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
+#include <cstdio>
+
 using namespace telvo;
 using namespace telvo::test;
 
@@ -199,6 +204,51 @@ TEST_F(SaveRestore, FileStaysWholeWhileTheSaveRuns) {
     EXPECT_EQ(m_seen, QByteArray("SetParameter=Earlier, D11\r\n"));
     EXPECT_GE(m_prompts.size(), 10);
     EXPECT_FALSE(settingsLines().filter(QStringLiteral("SetParameter=OSD Timeout, D1")).isEmpty());
+}
+
+// The half of the next test that runs in a child process: a save that stops at a question
+// half-way through, with lines already written, and waits there until it is killed.
+TEST_F(SaveRestore, ChildSavesUntilKilled) {
+    if (qEnvironmentVariableIsEmpty("TELVO_SAVE_CHILD")) GTEST_SKIP() << "the child of KilledSave";
+    vorix::sim::Device& dev = attachDevice();
+    writeHomeFile(QStringLiteral("Settings.txt"), "SetParameter=Earlier, D11\r\n");
+    dev.options().faults.errorFor.insert("B2", 4);
+    s().chkConfirm->setChecked(true); // the question then waits for an answer that never comes
+    std::function<void()> tell = [&] {
+        if (!s().cmdCancel->isHidden()) {
+            std::printf("waiting %s\n", qPrintable(home()));
+            std::fflush(stdout);
+            return;
+        }
+        at(5, tell);
+    };
+    at(5, tell);
+    ui::SaveSettings();
+}
+
+TEST(KilledSave, LeavesThePreviousFileWhole) {
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("TELVO_SAVE_CHILD"), QStringLiteral("1"));
+    child.setProcessEnvironment(env);
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--gtest_filter=SaveRestore.ChildSavesUntilKilled")});
+    ASSERT_TRUE(child.waitForStarted(10000));
+    QString homeDir;
+    while (homeDir.isEmpty() && child.waitForReadyRead(60000)) {
+        while (child.canReadLine()) {
+            const QString line = QString::fromLocal8Bit(child.readLine()).trimmed();
+            if (line.startsWith(QLatin1String("waiting "))) homeDir = line.mid(8);
+        }
+    }
+    ASSERT_FALSE(homeDir.isEmpty()) << "the child never reached its question";
+    child.kill(); // SIGKILL: no handler, no clean-up
+    child.waitForFinished(10000);
+    QFile f(QDir(homeDir).filePath(QStringLiteral("Settings.txt")));
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(f.readAll(), QByteArray("SetParameter=Earlier, D11\r\n"));
+    f.close();
+    QDir(homeDir).removeRecursively();
 }
 
 TEST_F(SaveRestore, RefusedReadAsksWithTheSystemsWords) {
