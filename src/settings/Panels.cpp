@@ -105,7 +105,7 @@ void BuildPanels() {
 QString FormatAnswer(const QString& reply) {
     SCL& s = scl();
     bool unknown = false;
-    const QString text = core::FormatAnswerText(Config().Commands, reply, s.DeviceModel->text(),
+    QString text = core::FormatAnswerText(Config().Commands, reply, s.DeviceModel->text(),
                                                 s.txtFirmware->text(), &unknown);
     if (unknown)
         ShowAlert(QStringLiteral("Device returned an un-recognized command code(1). Reply was '") +

@@ -80,7 +80,7 @@ void txtValEnter_KeyPress(int keyAscii) {
     SCL& s = scl();
     QString text = s.txtValEnter->text();
     if (text.isEmpty()) return;
-    const core::CommandRec rec = selected();
+    const core::CommandRec& rec = selected();
     if (rec.IsRange && rec.Decimals > 0) {
         text = core::PadToDecimals(text, rec.Decimals);
         s.txtValEnter->setText(text);
@@ -96,7 +96,7 @@ void lstSelect_Click() {
     SCL& s = scl();
     const int index = s.lstSelect->currentRow();
     if (index == -1) return;
-    const core::CommandRec rec = selected();
+    const core::CommandRec& rec = selected();
     if (index + 1 >= rec.Values.size()) {
         s.frmSelect->hide();
         return;

@@ -64,7 +64,7 @@ QString FormatAnswerText(const CommandTable& commands, const QString& reply,
         return QString();
     }
     const CommandRec& rec = commands.at(index);
-    const QString value = AnswerValue(reply);
+    QString value = AnswerValue(reply);
     if (SameText(code, QStringLiteral("A8"))) return modelText;
     if (SameText(code, QStringLiteral("A9"))) return firmwareText;
     if (rec.IsByte || rec.IsInteger || rec.IsRange) return value;
