@@ -7,7 +7,7 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean
+.PHONY: all deps build build-test run test lint bench demo clean fuzz
 
 all: build
 
@@ -30,6 +30,24 @@ build-test: deps
 
 test: build-test
 	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# Not part of `make test`: libFuzzer over every fuzz target, FUZZ_SECONDS each, with clang. The
+# libraries under test are instrumented too (fuzzer-no-link), under ASan and UBSan.
+FUZZ_BUILD   ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+fuzz: deps
+	@missing=""; for p in $(FUZZ_PACKAGES); do \
+	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:$$missing"; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq $$missing; fi
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug \
+	  -DCMAKE_CXX_FLAGS="-O1" -DTELVO_SANITIZE=ON \
+	  -DTELVO_LIBFUZZER=ON >/dev/null
+	cmake --build $(FUZZ_BUILD) --target telvo_fuzz_all -j$(JOBS)
+	FUZZ_SECONDS=$(FUZZ_SECONDS) bash tools/run-fuzz.sh $(FUZZ_BUILD)
 
 # The lint CI runs: clang-tidy with the project's checks over every source file of the program and
 # the emulator that the compile database knows (so no folder is ever missed).

@@ -15,7 +15,18 @@ FP::FP() {
     Label1 = new QLabel(QStringLiteral("Number of Com Ports Found = 100"), this);
     Label1->setMinimumWidth(320);
     root->addWidget(Label1);
+    Label2 = new QLabel(this);
+    Label2->setObjectName(QStringLiteral("Label2"));
+    Label2->setWordWrap(true);
+    Label2->hide();
+    root->addWidget(Label2);
     CenterForm(this);
+}
+
+void FP::setProblem(const QString& text) {
+    Label2->setText(text);
+    Label2->setAccessibleName(text);
+    Label2->setVisible(!text.isEmpty());
 }
 
 } // namespace telvo::ui

@@ -11,6 +11,11 @@ class FP : public QWidget {
 public:
     FP();
     QLabel* Label1;
+    // Why no port opened, under Label1; hidden while empty.
+    QLabel* Label2;
+    void setProblem(const QString& text);
+    // What the scan learnt of the first port that was there but refused (empty: none was).
+    QString RefusedReason;
 };
 
 } // namespace telvo::ui

@@ -14,6 +14,7 @@
 #include "settings/SCL.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace telvo::ui {
 
@@ -34,6 +35,8 @@ void EnumeratePorts() {
     G().driver.lstComPorts.clear();
     FP& f = fp();
     f.Label1->setText(QString());
+    f.RefusedReason.clear();
+    f.setProblem(QString());
     f.show();
     int count = 0;
     for (int n = 1; n <= Config().MaxPorts; ++n) {
@@ -47,8 +50,13 @@ void EnumeratePorts() {
         if (P1->ErrNumber() != 0)
             continue;
         P1->setPortOpen(true);
-        if (P1->ErrNumber() != 0)
+        if (P1->ErrNumber() != 0) {
+            // A port there but refused says why none may be found; the first one is told.
+            const QString why = platform::OpenFailureReason(P1->ErrNumber(), P1->ErrDevice());
+            if (f.RefusedReason.isEmpty())
+                f.RefusedReason = why;
             continue;
+        }
         ++count;
         G().driver.lstComPorts << QStringLiteral("COM") + QString::number(n);
         P1->setPortOpen(false);
@@ -69,6 +77,11 @@ void BuildPortList() {
             platform::MessageBox(text);
         } else {
             fp().Label1->setText(text);
+            // The cause, where the user looks and on standard error for one who started us there.
+            const QString why = fp().RefusedReason;
+            fp().setProblem(why);
+            if (!why.isEmpty())
+                std::fprintf(stderr, "%s\n", qPrintable(why));
             Pause(5000);
         }
         platform::EndProgram();

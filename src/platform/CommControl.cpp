@@ -35,6 +35,14 @@ CommControl::~CommControl() {
 void CommControl::setError(int number, const QString& description) {
     m_errNumber = number;
     m_errDescription = description;
+    m_errDevice.clear();
+}
+
+QString OpenFailureReason(int errNumber, const QString& path) {
+    if (errNumber != 8010)
+        return QString();
+    return path + QStringLiteral(": permission denied: add your user to the dialout group and log "
+                                 "in again");
 }
 
 void CommControl::ClearError() { setError(0, QString()); }
@@ -108,6 +116,8 @@ void CommControl::setPortOpen(bool open) {
     const int rc = backend->open(lineSettings(Baud(), m_handshaking), &error);
     if (rc != 0) {
         setError(rc, error);
+        if (target.kind != PortTarget::Simulated)
+            m_errDevice = target.path;
         m_owned.reset();
         return;
     }

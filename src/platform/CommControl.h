@@ -47,6 +47,8 @@ public:
 
     int ErrNumber() const { return m_errNumber; }
     QString ErrDescription() const { return m_errDescription; }
+    // The device file whose open failed last (empty for the in-process line or no open error).
+    QString ErrDevice() const { return m_errDevice; }
     void ClearError();
 
     int Baud() const; // the rate of Settings
@@ -71,7 +73,13 @@ private:
     std::unique_ptr<CommBackend> m_owned;
     int m_errNumber = 0;
     QString m_errDescription;
+    QString m_errDevice;
 };
+
+// What a user can do about a port that would not open, naming the device file: for a refused
+// permission (8010) "<path>: permission denied: add your user to the dialout group and log in
+// again"; empty for any other error.
+QString OpenFailureReason(int errNumber, const QString& path);
 
 // Parses "19200,n,8,1"; 0 when the text is no valid setting.
 int ParseSettingsBaud(const QString& settings);

@@ -35,11 +35,17 @@ struct Sink : ReceiveSink {
     void PromptSeen() override {}
 };
 
+// The device half needs the sample ini; a run without it would fuzz only half, so it stops loudly.
 QStringList& sampleIni() {
     static QStringList lines = [] {
-        QFile f(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/data/Telvo.ini"));
-        if (!f.open(QIODevice::ReadOnly))
-            return QStringList();
+        QString root = qEnvironmentVariable("TELVO_SOURCE_DIR");
+        if (root.isEmpty())
+            root = QStringLiteral(TELVO_SOURCE_ROOT);
+        QFile f(root + QStringLiteral("/data/Telvo.ini"));
+        if (!f.open(QIODevice::ReadOnly)) {
+            std::fprintf(stderr, "fuzz_receive: cannot read %s\n", qPrintable(f.fileName()));
+            std::abort();
+        }
         return SplitTextLines(f.readAll());
     }();
     return lines;
@@ -73,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                     ldr.text().contains(QStringLiteral("frk file now"), Qt::CaseInsensitive),
                 "ready mark agrees with the box");
     }
-    if (!sampleIni().isEmpty()) {
+    {
         vorix::sim::Device device(sampleIni());
         qint64 now = 0;
         for (qsizetype i = 0; i < bytes.size(); i += 7) {

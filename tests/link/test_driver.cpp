@@ -18,6 +18,11 @@
 
 #include <QTest>
 
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace telvo;
 using namespace telvo::test;
 
@@ -129,6 +134,51 @@ TEST_F(Driver, NoPortFoundShowsTextInScanWindowForFiveSecondsThenEnds) {
               QStringLiteral("There were no Com Ports found on this machine."));
     // 2 s for the count, 5 s for the text.
     EXPECT_GE(platform::Clock::instance().nowMs() - t0, 7000);
+}
+
+TEST_F(Driver, NoPortFoundWithoutARefusedPortAddsNoReason) {
+    ports(4, {});
+    EXPECT_THROW(ui::BuildPortList(), platform::ProgramEnd);
+    EXPECT_TRUE(ui::fp().Label2->text().isEmpty());
+    EXPECT_TRUE(ui::fp().Label2->isHidden());
+}
+
+TEST(OpenFailureReason, PermissionNamesTheDeviceAndTheGroup) {
+    EXPECT_EQ(platform::OpenFailureReason(8010, QStringLiteral("/dev/ttyS0")),
+              QStringLiteral("/dev/ttyS0: permission denied: add your user to the dialout group "
+                             "and log in again"));
+}
+
+TEST(OpenFailureReason, OtherErrorsHaveNoReason) {
+    for (int n : {0, 8002, 8005, 8015})
+        EXPECT_TRUE(platform::OpenFailureReason(n, QStringLiteral("/dev/ttyS0")).isEmpty()) << n;
+}
+
+// A device file the user may not open: the scan still ends with the same text, and says why
+// under it and on standard error.
+TEST_F(Driver, RefusedDeviceFileIsNamedWithItsReasonUnderNoPortText) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root opens any device file; the permission check needs a plain user";
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(::grantpt(master), 0);
+    ASSERT_EQ(::unlockpt(master), 0);
+    const QString slave = QString::fromLocal8Bit(::ptsname(master));
+    ASSERT_EQ(::chmod(::ptsname(master), 0), 0);
+    platform::PortMap::instance().setPorts({slave, QStringLiteral("/nonexistent/telvo-port-2")});
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(ui::BuildPortList(), platform::ProgramEnd);
+    const std::string err = testing::internal::GetCapturedStderr();
+    ::close(master);
+    const QString why =
+        slave + QStringLiteral(": permission denied: add your user to the dialout group and log "
+                               "in again");
+    EXPECT_EQ(ui::fp().Label1->text(),
+              QStringLiteral("There were no Com Ports found on this machine."));
+    EXPECT_EQ(ui::fp().Label2->text(), why);
+    EXPECT_FALSE(ui::fp().Label2->isHidden());
+    EXPECT_EQ(ui::fp().Label2->accessibleName(), why);
+    EXPECT_NE(err.find(why.toStdString() + "\n"), std::string::npos) << err;
 }
 
 TEST_F(Driver, ConfiguredPortAndRateAreSelectedIgnoringCase) {
