@@ -17,10 +17,6 @@ using namespace telvo;
 using screens::save;
 using screens::waitMs;
 
-namespace {
-
-} // namespace
-
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");

@@ -36,6 +36,18 @@ protected:
 // A button that carries its system name as object name and speaks its caption.
 QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name);
 
+// Shows a window that loads on its first showing and is activated on every one.
+template <typename W> void ShowLoadedWindow(W& w, bool& loaded) {
+    if (!loaded) {
+        loaded = true;
+        w.Form_Load();
+    }
+    w.show();
+    w.raise();
+    w.activateWindow();
+    w.Form_Activate();
+}
+
 // Puts a window in the middle of the screen: the screen's size less the window's, halved.
 void CenterForm(QWidget* window);
 

@@ -1,3 +1,4 @@
+#include "app/Controls.h"
 #include "app/Tools.h"
 
 #include "options/ADV.h"
@@ -28,14 +29,7 @@ ADV& adv() {
 void ShowADV() {
     auto& m = module();
     ADV& w = adv();
-    if (!m.loaded) {
-        m.loaded = true;
-        w.Form_Load();
-    }
-    w.show();
-    w.raise();
-    w.activateWindow();
-    w.Form_Activate();
+    ShowLoadedWindow(w, m.loaded);
 }
 
 void ResetOptionsWindows() {

@@ -1,3 +1,4 @@
+#include "app/Controls.h"
 #include "app/Tools.h"
 
 #include "support/SUP.h"
@@ -37,14 +38,7 @@ bool SupExists() { return bool(module()->window); }
 void ShowSUP() {
     auto& m = *module();
     SUP& w = sup();
-    if (!m.loaded) {
-        m.loaded = true;
-        w.Form_Load();
-    }
-    w.show();
-    w.raise();
-    w.activateWindow();
-    w.Form_Activate();
+    ShowLoadedWindow(w, m.loaded);
 }
 
 void ResetSupportWindows() {
