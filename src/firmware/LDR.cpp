@@ -147,11 +147,7 @@ void LDR::SetStartColor(int classicColor) {
 }
 
 void LDR::SyncText() {
-    const core::ConsoleText& t = G().ldrText;
-    if (t.revision() == m_shownRevision) return;
-    m_shownRevision = t.revision();
-    Text1->setPlainText(t.text());
-    Text1->moveCursor(QTextCursor::End);
+    m_box.Sync(Text1, G().ldrText);
 }
 
 void LDR::ResetIdle() {

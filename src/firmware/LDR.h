@@ -3,6 +3,7 @@
 // progress, its own status line and prompts.
 
 #include "app/Controls.h"
+#include "link/ConsoleBox.h"
 #include "platform/Timer.h"
 
 #include <QCheckBox>
@@ -58,7 +59,7 @@ protected:
     void showEvent(QShowEvent* e) override;
 
 private:
-    quint64 m_shownRevision = ~0ull;
+    ConsoleBox m_box;
     int m_startColor = kLightGreen;
     bool m_centred = false;
 };

@@ -59,11 +59,7 @@ DBG::DBG() {
 }
 
 void DBG::SyncText() {
-    const core::ConsoleText& t = G().dbgText;
-    if (t.revision() == m_shownRevision) return;
-    m_shownRevision = t.revision();
-    Text1->setPlainText(t.text());
-    Text1->moveCursor(QTextCursor::End);
+    m_box.Sync(Text1, G().dbgText);
 }
 
 void DBG::MoveCursorToEnd() { Text1->moveCursor(QTextCursor::End); }

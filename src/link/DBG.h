@@ -1,6 +1,8 @@
 #pragma once
 // "System Debugger": a plain terminal on the device's own debugger.
 
+#include "link/ConsoleBox.h"
+
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -38,7 +40,7 @@ public:
     void cmdExit_Click();
 
 private:
-    quint64 m_shownRevision = ~0ull;
+    ConsoleBox m_box;
 };
 
 } // namespace telvo::ui

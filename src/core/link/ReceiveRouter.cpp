@@ -2,6 +2,8 @@
 
 #include "core/text/Classic.h"
 
+#include <algorithm>
+
 namespace telvo::core {
 
 namespace {
@@ -18,6 +20,8 @@ bool tailIs(const QString& text, const QString& word) {
 void ConsoleText::setText(const QString& text) {
     m_text = text;
     ++m_revision;
+    m_setRevision = m_revision;
+    m_cuts.clear();
     rescan();
 }
 
@@ -31,8 +35,18 @@ void ConsoleText::removeLast() {
     if (m_text.isEmpty()) return;
     m_text.chop(1);
     ++m_revision;
+    while (!m_cuts.isEmpty() && m_cuts.constLast().length >= m_text.size()) m_cuts.removeLast();
+    m_cuts.append({m_revision, m_text.size()});
     // A mark can only vanish when its last character goes; look again then.
     if (m_hasFailure || m_hasRestart || m_hasReady) rescan();
+}
+
+qsizetype ConsoleText::keptSince(quint64 revision) const {
+    if (revision < m_setRevision) return 0;
+    // The first cut after `revision` is the shortest of those after it.
+    const auto it = std::upper_bound(m_cuts.cbegin(), m_cuts.cend(), revision,
+                                     [](quint64 r, const Cut& c) { return r < c.revision; });
+    return it == m_cuts.cend() ? m_text.size() : it->length;
 }
 
 void ConsoleText::rescan() {

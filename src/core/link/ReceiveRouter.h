@@ -2,6 +2,7 @@
 // The receive handler of the serial line as a state machine fed characters: it sorts what the
 // device says into reply packets and boot-loader or console text, and keeps the link's flags.
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -48,12 +49,26 @@ public:
     bool holdsReady() const { return m_hasReady; }
     // Counts every change, so a window can tell when to repaint.
     quint64 revision() const { return m_revision; }
+    // How many leading characters have stayed untouched since `revision` (0 when the whole text
+    // was set since): a window that showed that revision need only redo what lies beyond, and
+    // a long session costs no more per line than a short one. The count may pass the length
+    // the text had then; the caller bounds it by what it showed.
+    qsizetype keptSince(quint64 revision) const;
 
 private:
     void rescan();
     void scanTail();
 
+    // A backspace: the text was cut to `length` at `revision`. Only cuts shorter than every
+    // later one are kept, so lengths rise with revisions and the list stays short.
+    struct Cut {
+        quint64 revision;
+        qsizetype length;
+    };
+
     QString m_text;
+    QList<Cut> m_cuts;      // since the last setText
+    quint64 m_setRevision = 0;
     bool m_hasFailure = false;
     bool m_hasRestart = false;
     bool m_hasReady = false;

@@ -1,0 +1,130 @@
+// The console boxes (DBG and LDR) follow the line by redoing only the tail that changed; what
+// they show stays exactly what re-setting the whole box would show.
+
+#include "support/Fixture.h"
+
+#include "core/link/ReceiveRouter.h"
+#include "firmware/LDR.h"
+#include "link/DBG.h"
+
+#include <random>
+
+using namespace telvo;
+using namespace telvo::test;
+
+namespace {
+
+class NoSink : public core::ReceiveSink {
+public:
+    void EchoReceived(const QString&) override {}
+    void ReplyReceived() override {}
+    void PromptSeen() override { ui::dbg().MoveCursorToEnd(); }
+};
+
+// What a box given `text` at once shows.
+QString setAtOnce(const QString& text) {
+    QPlainTextEdit box;
+    box.setPlainText(text);
+    return box.toPlainText();
+}
+
+class ConsoleBoxes : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        ui::Link().ConsoleActive = true;
+    }
+    // One receive event, as the port's handler routes it.
+    void receive(const QString& input, bool syncLdr = true, bool syncDbg = true) {
+        NoSink sink;
+        core::RouteReceived(input, true, ui::Link(), ui::G().ldrText, ui::G().dbgText, sink);
+        if (syncLdr) ui::ldr().SyncText();
+        if (syncDbg) ui::dbg().SyncText();
+    }
+    QString dbgShown() { return ui::dbg().Text1->toPlainText(); }
+    QString ldrShown() { return ui::ldr().Text1->toPlainText(); }
+};
+
+TEST(ConsoleText, KeptSinceCountsTheUntouchedHead) {
+    core::ConsoleText t;
+    t.setText(QStringLiteral("abc"));
+    const quint64 r = t.revision();
+    t.append(QLatin1Char('d'));
+    EXPECT_EQ(t.keptSince(r), 4);
+    t.removeLast();
+    t.removeLast();
+    t.append(QLatin1Char('x'));
+    EXPECT_EQ(t.keptSince(r), 2);
+    EXPECT_EQ(t.keptSince(t.revision()), 3);
+    t.setText(QStringLiteral("abx"));
+    EXPECT_EQ(t.keptSince(r), 0);
+    EXPECT_EQ(t.keptSince(t.revision()), 3);
+}
+
+TEST_F(ConsoleBoxes, BackspaceAcrossALineBreakShowsAsBefore) {
+    receive(QStringLiteral("ab\r"));
+    receive(QStringLiteral("\n"));
+    EXPECT_EQ(dbgShown(), QStringLiteral("ab\n"));
+    receive(QStringLiteral("\b"));
+    EXPECT_EQ(dbgShown(), QStringLiteral("ab\n"));
+    receive(QStringLiteral("\bc\r\r\n"));
+    EXPECT_EQ(dbgShown(), QStringLiteral("abc\n\n"));
+    EXPECT_EQ(ldrShown(), dbgShown());
+}
+
+// Random traffic with line ends split across events, backspaces, clears and boxes that skip
+// events: after every event each box shows what setting it at once would.
+TEST_F(ConsoleBoxes, RandomTrafficShowsWhatSettingAtOnceShows) {
+    const QString alphabet = QStringLiteral("ab> |-\r\n\b\b\r\n") + QChar(0x2029) + QChar(0xE9) +
+                             QString::fromUtf16(u"\U0001F600");
+    std::mt19937 rng(7);
+    for (int event = 0; event < 1500; ++event) {
+        if (rng() % 200 == 0) {
+            ui::G().dbgText.clear();
+            ui::G().ldrText.clear();
+        }
+        QString input;
+        for (int n = int(rng() % 6) + 1; n > 0; --n) input += alphabet.at(int(rng() % alphabet.size()));
+        const bool syncLdr = rng() % 4 != 0;
+        const bool syncDbg = rng() % 3 != 0;
+        receive(input, syncLdr, syncDbg);
+        if (syncDbg) {
+            ASSERT_EQ(dbgShown(), setAtOnce(ui::G().dbgText.text())) << "event " << event;
+        }
+        if (syncLdr) {
+            ASSERT_EQ(ldrShown(), setAtOnce(ui::G().ldrText.text())) << "event " << event;
+        }
+    }
+}
+
+// A megabyte session: lines, prompts, spinners wiped by backspaces, CR and LF in separate
+// events. Both boxes end exactly as the text they were fed.
+TEST_F(ConsoleBoxes, MegabyteSessionShowsExactlyItsText) {
+    QString expected;
+    int line = 0;
+    while (expected.size() < 1024 * 1024) {
+        const QString text = QStringLiteral("line %1: status 0x%2 ok").arg(line).arg(line * 7, 4, 16,
+                                                                                   QLatin1Char('0'));
+        ui::Link().SpinnerCount = 0; // a 16-bit count, as the loader restarts it
+        receive(text + QStringLiteral("|\b/\b-\b\\\b"));
+        if (line % 3 == 0) {
+            receive(QStringLiteral("\r"));
+            receive(QStringLiteral("\n> "));
+        } else {
+            receive(QStringLiteral("\r\n> "));
+        }
+        expected += text + QStringLiteral("\r\n> ");
+        ++line;
+    }
+    ASSERT_EQ(ui::G().dbgText.text(), expected);
+    ASSERT_EQ(ui::G().ldrText.text(), expected);
+    QString visible = expected;
+    visible.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    EXPECT_EQ(dbgShown(), visible);
+    EXPECT_EQ(ldrShown(), visible);
+    EXPECT_EQ(dbgShown(), setAtOnce(expected));
+    EXPECT_EQ(ui::dbg().Text1->textCursor().position(),
+              ui::dbg().Text1->document()->characterCount() - 1);
+}
+
+} // namespace
