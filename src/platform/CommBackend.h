@@ -1,5 +1,6 @@
 #pragma once
-// What the serial control needs of a line: a real port (QSerialPort) or the in-process line.
+// What the serial control needs of a line: a real port (QSerialPort), a port served over the
+// network, or the in-process line.
 
 #include <QByteArray>
 #include <QObject>
@@ -35,6 +36,8 @@ public:
 Q_SIGNALS:
     void received();
     void ctsChanged();
+    // A line for the log about the port itself (a network port's address, a setting refused).
+    void note(const QString& text);
 };
 
 } // namespace telvo::platform

@@ -1,5 +1,6 @@
 #include "platform/CommControl.h"
 
+#include "platform/NetworkPortBackend.h"
 #include "platform/PortMap.h"
 #include "platform/SerialPortBackend.h"
 #include "platform/SimulatedLine.h"
@@ -109,8 +110,15 @@ void CommControl::setPortOpen(bool open) {
     if (target.kind == PortTarget::Simulated) {
         backend = target.line;
     } else {
-        m_owned = std::make_unique<SerialPortBackend>(target.path);
+        if (target.kind == PortTarget::Network)
+            m_owned = std::make_unique<NetworkPortBackend>(target.path);
+        else
+            m_owned = std::make_unique<SerialPortBackend>(target.path);
         backend = m_owned.get();
+        connect(backend, &CommBackend::note, this, [this](const QString& text) {
+            Q_EMIT Note(QStringLiteral("COM") + QString::number(m_commPort) +
+                        QStringLiteral(": ") + text);
+        });
     }
     QString error;
     const int rc = backend->open(lineSettings(Baud(), m_handshaking), &error);

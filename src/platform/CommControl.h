@@ -56,6 +56,8 @@ public:
 Q_SIGNALS:
     // The classic OnComm event: CommEvent tells a receive (2) or a change of CTS (3).
     void OnComm();
+    // A line for the log about the port: "COM1: connected to rfc2217://host:4001".
+    void Note(const QString& text);
 
 private:
     void setError(int number, const QString& description);

@@ -1,5 +1,6 @@
 #include "platform/PortMap.h"
 
+#include "core/link/Rfc2217.h"
 #include "platform/SimulatedLine.h"
 
 #include <QFileInfo>
@@ -78,6 +79,11 @@ PortTarget PortMap::resolve(int comPort) {
     if (entry.compare(QLatin1String("sim"), Qt::CaseInsensitive) == 0) {
         t.line = simulatedLine(comPort);
         if (t.line) t.kind = PortTarget::Simulated;
+        return t;
+    }
+    if (core::ParseNetworkAddress(entry).kind != core::NetworkAddress::None) {
+        t.kind = PortTarget::Network;
+        t.path = entry;
         return t;
     }
 #ifndef Q_OS_WIN

@@ -1,6 +1,7 @@
 #pragma once
 // "COM" and a number stays the system's name for a port. TELVO_PORTS (comma-separated device
-// paths, or the word "sim") maps COM1, COM2, ... in order; without it COMn maps to the
+// paths, "rfc2217://HOST:PORT" or "socket://HOST:PORT" for a port served over the network, or
+// the word "sim") maps COM1, COM2, ... in order; without it COMn maps to the
 // platform's serial devices in a fixed order (see defaultPath).
 
 #include <QString>
@@ -15,8 +16,8 @@ class SimulatedLine;
 class LinePeer;
 
 struct PortTarget {
-    enum Kind { Missing, Device, Simulated } kind = Missing;
-    QString path;
+    enum Kind { Missing, Device, Simulated, Network } kind = Missing;
+    QString path; // the device file, or the network address
     SimulatedLine* line = nullptr;
 };
 

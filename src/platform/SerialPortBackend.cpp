@@ -1,8 +1,5 @@
 #include "platform/SerialPortBackend.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
-
 #include <QFileInfo>
 
 #ifdef Q_OS_UNIX
@@ -28,16 +25,7 @@ SerialPortBackend::SerialPortBackend(const QString& path) : m_path(path) {
     });
 }
 
-SerialPortBackend::~SerialPortBackend() {
-    close();
-    forgetLine();
-}
-
-void SerialPortBackend::forgetLine() {
-    m_lineFreeUs = 0;
-    if (m_drainWake) Clock::instance().cancel(m_drainWake);
-    m_drainWake = 0;
-}
+SerialPortBackend::~SerialPortBackend() { close(); }
 
 static QSerialPort::FlowControl flowOf(Handshake h) {
     switch (h) {
@@ -84,7 +72,7 @@ void SerialPortBackend::close() {
     // for a line with nothing on it.
     if (m_writeTimeoutMs > 0) m_port.clear(QSerialPort::Output);
     m_port.close();
-    forgetLine();
+    m_pacer.forget();
 }
 
 void SerialPortBackend::apply(const LineSettings& s) {
@@ -96,28 +84,19 @@ void SerialPortBackend::apply(const LineSettings& s) {
 qint64 SerialPortBackend::write(const QByteArray& bytes) {
     const qint64 n = m_port.write(bytes);
     if (m_writeTimeoutMs > 0) m_writeWatch.start(m_writeTimeoutMs);
-    if (n > 0) {
-        Clock& clock = Clock::instance();
-        const qint64 byteUs = SimulatedLine::byteTimeUs(int(m_port.baudRate()));
-        m_lineFreeUs = qMax(clock.nowUs(), m_lineFreeUs) + n * byteUs;
-        if (m_drainWake) clock.cancel(m_drainWake);
-        m_drainWake = clock.schedule(m_lineFreeUs, [this] { m_drainWake = 0; });
-    }
+    m_pacer.sent(n, int(m_port.baudRate()));
     return n;
 }
 
 void SerialPortBackend::dropStalledOutput() {
     if (m_port.isOpen() && outBufferCount() > 0) {
         m_port.clear(QSerialPort::Output);
-        forgetLine();
+        m_pacer.forget();
     }
 }
 
 int SerialPortBackend::bytesOnTheLine() const {
-    const qint64 byteUs = SimulatedLine::byteTimeUs(int(m_port.baudRate()));
-    const qint64 left = m_lineFreeUs - Clock::instance().nowUs();
-    if (byteUs <= 0 || left <= 0) return 0;
-    return int((left + byteUs - 1) / byteUs);
+    return m_pacer.bytesOnTheLine(int(m_port.baudRate()));
 }
 
 bool SerialPortBackend::cts() const {

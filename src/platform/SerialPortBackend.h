@@ -5,6 +5,7 @@
 // a pty's queue, and some adapters' drivers, report nothing while the far end is far behind.
 
 #include "platform/CommBackend.h"
+#include "platform/LinePacer.h"
 
 #include <QSerialPort>
 #include <QTimer>
@@ -35,7 +36,6 @@ public:
 
 private:
     void dropStalledOutput();
-    void forgetLine();
 
     QString m_path; // QSerialPort gives back a short name, not the path
     mutable QSerialPort m_port; // reading the modem lines is not const in Qt
@@ -44,8 +44,7 @@ private:
     bool m_ctsReadable = true;
     bool m_lastCts = true;
     QTimer m_ctsPoll;
-    qint64 m_lineFreeUs = 0; // when the line will have carried the last byte written
-    quint64 m_drainWake = 0; // a clock event at that moment, so a drain wait wakes on time
+    LinePacer m_pacer;
 };
 
 } // namespace telvo::platform

@@ -96,6 +96,7 @@ SCL::SCL() {
     setObjectName(QStringLiteral("SCL"));
     setWindowTitle(QStringLiteral("Telvo Utility Program"));
     P1 = new platform::CommControl(this);
+    connect(P1, &platform::CommControl::Note, this, [](const QString& text) { WriteLogFile(text); });
     T1 = new platform::Timer(this, 250);
     tmrdelay = new platform::Timer(this);
     tmrmessage = new platform::Timer(this, 250);

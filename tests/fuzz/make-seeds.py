@@ -79,8 +79,31 @@ fw_files = {
     "restart-big": b"COM12,57600,115200,70000\r\n",
 }
 
+IAC, SB, SE, WILL, WONT, DO, DONT = 255, 250, 240, 251, 252, 253, 254
+
+
+def sub(command, *value):
+    esc = b"".join(bytes([v, v]) if v == IAC else bytes([v]) for v in value)
+    return bytes([IAC, SB, 44, command]) + esc + bytes([IAC, SE])
+
+
+def verb(v, option):
+    return bytes([IAC, v, option])
+
+
+rfc2217 = {
+    # What a COM port server says when a client connects and sets its port, then a reply frame.
+    "open": verb(WILL, 3) + verb(DO, 3) + verb(WILL, 1) + verb(DONT, 1) + verb(DO, 0)
+    + verb(WILL, 0) + verb(DO, 44) + sub(107, 0) + sub(112, 3) + sub(101, 0, 0, 0x4B, 0)
+    + sub(102, 8) + sub(103, 1) + sub(104, 1) + sub(105, 3) + reply(b"A1", b"1"),
+    "data-with-iac": STX + b"21" + bytes([IAC, IAC, 0, IAC, IAC]) + ETX + sub(107, 0x11)
+    + sub(101, 0, 0, IAC, 0),
+    "refused": verb(DONT, 44) + verb(WONT, 0) + verb(DONT, 0) + b"plain bytes\r\n",
+    "broken-sub": bytes([IAC, SB, 44, 101, 1, IAC, 7]) + b"after" + bytes([IAC, SB, 24, 1, IAC, SE]),
+}
+
 for target, seeds in {"receive": receive, "inifile": inifile, "update": update,
-                      "fw_files": fw_files}.items():
+                      "fw_files": fw_files, "rfc2217": rfc2217}.items():
     out = os.path.join(root, target)
     os.makedirs(out, exist_ok=True)
     for name, data in seeds.items():

@@ -1,0 +1,195 @@
+#include "core/link/Rfc2217.h"
+
+#include <QRegularExpression>
+
+namespace telvo::core {
+
+using namespace telnet;
+
+NetworkAddress ParseNetworkAddress(const QString& text) {
+    static const QRegularExpression re(
+        QStringLiteral("^(rfc2217|socket)://(\\[[^\\]]+\\]|[^:/\\[\\]]+):([0-9]{1,5})/?$"),
+        QRegularExpression::CaseInsensitiveOption);
+    NetworkAddress a;
+    const auto m = re.match(text.trimmed());
+    if (!m.hasMatch()) return a;
+    const uint port = m.captured(3).toUInt();
+    if (port == 0 || port > 65535) return a;
+    a.kind = m.captured(1).compare(QLatin1String("socket"), Qt::CaseInsensitive) == 0
+                 ? NetworkAddress::Socket
+                 : NetworkAddress::Rfc2217;
+    a.host = m.captured(2);
+    if (a.host.startsWith(QLatin1Char('['))) a.host = a.host.mid(1, a.host.size() - 2);
+    a.port = quint16(port);
+    return a;
+}
+
+QByteArray TelnetEscape(const QByteArray& data) {
+    if (!data.contains(char(IAC))) return data;
+    QByteArray out;
+    out.reserve(data.size() + 8);
+    for (const char c : data) {
+        out += c;
+        if (static_cast<unsigned char>(c) == IAC) out += c;
+    }
+    return out;
+}
+
+QByteArray ComPortCommand(unsigned char command, const QByteArray& value) {
+    QByteArray out;
+    out += char(IAC);
+    out += char(SB);
+    out += char(COM_PORT);
+    out += char(command);
+    out += TelnetEscape(value);
+    out += char(IAC);
+    out += char(SE);
+    return out;
+}
+
+QByteArray SetBaudrateCommand(quint32 baud) {
+    QByteArray v(4, '\0');
+    for (int i = 0; i < 4; ++i) v[i] = char((baud >> (8 * (3 - i))) & 0xFF);
+    return ComPortCommand(comport::SetBaudrate, v);
+}
+
+QByteArray ComPortByteCommand(unsigned char command, unsigned char value) {
+    return ComPortCommand(command, QByteArray(1, char(value)));
+}
+
+QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>* events) {
+    QByteArray data;
+    data.reserve(bytes.size());
+    for (const char ch : bytes) {
+        const auto c = static_cast<unsigned char>(ch);
+        switch (m_state) {
+        case Data:
+            if (c == IAC) m_state = Iac;
+            else data += ch;
+            break;
+        case Iac:
+            if (c == IAC) {
+                data += ch;
+                m_state = Data;
+            } else if (c >= WILL && c <= DONT) {
+                m_verb = c;
+                m_state = Verb;
+            } else if (c == SB) {
+                m_sub.clear();
+                m_subOverflow = false;
+                m_state = Sub;
+            } else {
+                // NOP, GA, BRK and the like carry nothing a serial line needs.
+                m_state = Data;
+            }
+            break;
+        case Verb: {
+            TelnetEvent e;
+            e.kind = TelnetEvent::Option;
+            e.verb = m_verb;
+            e.option = c;
+            if (events) events->push_back(std::move(e));
+            m_state = Data;
+            break;
+        }
+        case Sub:
+            if (c == IAC) m_state = SubIac;
+            else if (m_sub.size() < kMaxSub) m_sub += ch;
+            else m_subOverflow = true;
+            break;
+        case SubIac:
+            if (c == IAC) {
+                if (m_sub.size() < kMaxSub) m_sub += ch;
+                else m_subOverflow = true;
+                m_state = Sub;
+            } else if (c == SE) {
+                if (!m_subOverflow && m_sub.size() >= 2 &&
+                    static_cast<unsigned char>(m_sub[0]) == COM_PORT && events) {
+                    TelnetEvent e;
+                    e.kind = TelnetEvent::ComPort;
+                    e.option = COM_PORT;
+                    e.command = static_cast<unsigned char>(m_sub[1]);
+                    e.value = m_sub.mid(2);
+                    events->push_back(std::move(e));
+                }
+                m_sub.clear();
+                m_state = Data;
+            } else {
+                // IAC and anything but SE inside a sub-negotiation: the sender broke it off.
+                m_sub.clear();
+                m_state = Data;
+            }
+            break;
+        }
+    }
+    return data;
+}
+
+bool TelnetNegotiator::weWant(unsigned char option) {
+    return option == BINARY || option == SGA || option == COM_PORT;
+}
+
+bool TelnetNegotiator::theyMay(unsigned char option) { return option == BINARY || option == SGA; }
+
+static QByteArray verbBytes(unsigned char verb, unsigned char option) {
+    QByteArray out;
+    out += char(IAC);
+    out += char(verb);
+    out += char(option);
+    return out;
+}
+
+QByteArray TelnetNegotiator::start() {
+    m_started = true;
+    QByteArray out;
+    for (const unsigned char o : {BINARY, SGA, COM_PORT}) {
+        m_us[o] = WantYes;
+        out += verbBytes(WILL, o);
+    }
+    for (const unsigned char o : {BINARY, SGA}) {
+        m_him[o] = WantYes;
+        out += verbBytes(DO, o);
+    }
+    return out;
+}
+
+QByteArray TelnetNegotiator::answer(unsigned char verb, unsigned char option) {
+    switch (verb) {
+    case WILL:
+        if (m_him[option] == No) {
+            if (!theyMay(option)) return verbBytes(DONT, option);
+            m_him[option] = Yes;
+            return verbBytes(DO, option);
+        }
+        // An answer to our DO, or an echo of what already holds: nothing more is said.
+        if (m_him[option] == WantYes) m_him[option] = Yes;
+        else if (m_him[option] == WantNo) m_him[option] = No;
+        return {};
+    case WONT:
+        if (m_him[option] == Yes) {
+            m_him[option] = No;
+            return verbBytes(DONT, option);
+        }
+        m_him[option] = No;
+        return {};
+    case DO:
+        if (m_us[option] == No) {
+            if (!weWant(option)) return verbBytes(WONT, option);
+            m_us[option] = Yes;
+            return verbBytes(WILL, option);
+        }
+        if (m_us[option] == WantYes) m_us[option] = Yes;
+        else if (m_us[option] == WantNo) m_us[option] = No;
+        return {};
+    case DONT:
+        if (m_us[option] == Yes) {
+            m_us[option] = No;
+            return verbBytes(WONT, option);
+        }
+        m_us[option] = No;
+        return {};
+    default: return {};
+    }
+}
+
+} // namespace telvo::core
