@@ -107,10 +107,7 @@ void NetworkPortBackend::apply(const LineSettings& s) {
     }
     const LineSettings before = m_settings;
     m_settings = s;
-    if (m_lost) {
-        m_lineBaud = s.baud;
-        return;
-    }
+    if (m_lost) return;
     if (s.baud == before.baud && s.handshake == before.handshake) return;
     sendSettings(s, false);
     awaitAnswers();
@@ -182,10 +179,8 @@ void NetworkPortBackend::send(const QByteArray& bytes) {
 }
 
 qint64 NetworkPortBackend::write(const QByteArray& bytes) {
-    if (!m_open) return -1;
-    // A cut line takes the bytes and carries them nowhere.
-    if (!m_lost)
-        send(m_addr.kind == NetworkAddress::Rfc2217 ? TelnetEscape(bytes) : bytes);
+    if (!isOpen()) return -1;
+    send(m_addr.kind == NetworkAddress::Rfc2217 ? TelnetEscape(bytes) : bytes);
     m_pacer.sent(bytes.size(), m_lineBaud);
     if (m_writeTimeoutMs > 0) m_writeWatch.start(m_writeTimeoutMs);
     return bytes.size();
@@ -199,8 +194,8 @@ QByteArray NetworkPortBackend::readAll() {
 }
 
 int NetworkPortBackend::outBufferCount() const {
-    if (!m_open) return 0;
-    const int queued = m_lost ? 0 : int(m_socket.bytesToWrite());
+    if (!isOpen()) return 0;
+    const int queued = int(m_socket.bytesToWrite());
     return qMax(queued, m_pacer.bytesOnTheLine(m_lineBaud));
 }
 

@@ -4,8 +4,9 @@
 // server's CTS is ours) or "socket://HOST:PORT" (plain bytes at the server's fixed rate).
 // Everything runs on the one thread: the waits for the connection and for the server's
 // answers are bounded blocking waits on the socket, so no routine can re-enter meanwhile.
-// A connection that drops is a cut line: the port stays open, what is written goes nowhere
-// at the line's rate and nothing comes back, until the port is closed and opened again.
+// A connection that drops is a cut line that the program can see: the port reads as closed (as
+// a local adapter pulled out), so a job's closed-port path runs, and the next open connects
+// again.
 
 #include "core/link/Rfc2217.h"
 #include "platform/CommBackend.h"
@@ -31,7 +32,7 @@ public:
 
     int open(const LineSettings& s, QString* error) override;
     void close() override;
-    bool isOpen() const override { return m_open; }
+    bool isOpen() const override { return m_open && !m_lost; }
     void apply(const LineSettings& s) override;
     qint64 write(const QByteArray& bytes) override;
     QByteArray readAll() override;

@@ -1,0 +1,159 @@
+// End to end over the network: vorix-sim on a pseudo-terminal served by the real ser2net on
+// loopback, COM1 pointed at rfc2217:// or socket://. ser2net sets the terminal's rate as the
+// program asks (RFC 2217) and vorix-sim hears only what comes at its own rate, so a wrong rate
+// reads as noise. These run on the wall clock, as the emulator and the server do.
+
+#include "support/Fixture.h"
+
+#include "SimProcess.h"
+#include "Ser2Net.h"
+#include "app/Main.h"
+#include "link/Driver.h"
+#include "link/zSCL.h"
+#include "settings/SaveRestore.h"
+#include "settings/SCL.h"
+
+#include <QTest>
+
+using namespace telvo;
+using namespace telvo::test;
+
+namespace {
+
+const QString kFive = QStringLiteral("     ");
+
+QString query(const QString& id) { return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)"); }
+
+class NetEndToEnd : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        platform::Clock::instance().setVirtual(false);
+        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
+        if (Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+    }
+    void TearDown() override {
+        RunFixture::TearDown();
+        m_server.reset();
+        m_sim.reset();
+        qunsetenv("TELVO_PORTS");
+        platform::Clock::instance().setVirtual(true);
+    }
+    ui::SCL& s() { return ui::scl(); }
+
+    // The sample Telvo.ini with `system` in place of its port, rate and start-up lines.
+    void writeIni(const QByteArray& system) {
+        QByteArray ini;
+        for (QByteArray line : sampleIni().split('\n')) {
+            if (line.endsWith('\r')) line.chop(1);
+            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
+            if (line.contains('=') && (key == "PORT" || key == "BAUD" || key == "MAXPORTS" ||
+                                       key == "AUTOSTART" || key == "CONFIRMOPERATIONS"))
+                continue;
+            ini += line + "\r\n";
+            if (line.trimmed() == "[SYSTEM]") ini += system;
+        }
+        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+    }
+    // The device, its server, and COM1 pointed at the server.
+    void serve(const QStringList& simOptions, Ser2Net::Kind kind) {
+        QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
+        m_sim = std::make_unique<SimProcess>(home(), QStringLiteral("dev"), args + simOptions);
+        ASSERT_TRUE(m_sim->running());
+        m_server = std::make_unique<Ser2Net>(home(), m_sim->path(), kind);
+        ASSERT_TRUE(m_server->running());
+        qputenv("TELVO_PORTS", m_server->address().toUtf8());
+        platform::PortMap::instance().loadFromEnvironment();
+    }
+    QStringList heard(int from = 0) const {
+        QStringList out;
+        for (const QString& f : m_sim->frames())
+            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+        return out.mid(from);
+    }
+    QStringList notes() const {
+        QStringList out;
+        for (const QString& l : m_sim->trace())
+            if (l.startsWith(QLatin1String("note"))) out << l.mid(6);
+        return out;
+    }
+    // Goes on at every breakpoint and answers every question with Continue.
+    void keepGoing() {
+        at(20, [this] {
+            if (!s().cmdContinue->isHidden()) QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
+            keepGoing();
+        });
+    }
+    // Refresh, then a setting changed, saved, changed again and restored.
+    void refreshSaveRestore() {
+        const qsizetype before = heard().size();
+        QTest::mouseClick(s().cmdRefreshAll, Qt::LeftButton);
+        EXPECT_TRUE(heard(int(before)).contains(query(QStringLiteral("4C"))));
+        ui::SetDevice(QStringLiteral("B1"), QStringLiteral("17"));
+        keepGoing();
+        ui::SaveSettings();
+        EXPECT_TRUE(logLines().contains(
+            QStringLiteral("Breakpoint: All settings have been saved from the Gorda")));
+        EXPECT_TRUE(QString::fromLatin1(readHomeFile(QStringLiteral("Settings.txt")))
+                        .contains(QStringLiteral("B1")));
+        ui::SetDevice(QStringLiteral("B1"), QStringLiteral("3"));
+        const int restoreFrom = int(heard().size());
+        ui::RestoreSettings();
+        // The saved value went back to the device, and the device took it.
+        const QString setB1 = QStringLiteral("(STX)3006B1(NUL)17(NUL)(ETX)");
+        EXPECT_TRUE(heard(restoreFrom).contains(setB1));
+        const QStringList frames = m_sim->frames();
+        const qsizetype at = frames.lastIndexOf(QStringLiteral("host  ") + setB1);
+        ASSERT_GE(at, 0);
+        ASSERT_LT(at + 1, frames.size());
+        EXPECT_TRUE(frames.at(at + 1).startsWith(QStringLiteral("device  (STX)01"))) << qPrintable(frames.at(at + 1));
+    }
+
+    std::unique_ptr<SimProcess> m_sim;
+    std::unique_ptr<Ser2Net> m_server;
+};
+
+TEST_F(NetEndToEnd, OverRfc2217TheFullSearchFindsTheDeviceAtItsRateThenEveryJobWorks) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    serve({QStringLiteral("--baud"), QStringLiteral("38400")}, Ser2Net::Rfc2217);
+
+    ui::Main();
+
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    EXPECT_EQ(s().txtPort->text(), QStringLiteral("COM1"));
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("38400"));
+    const QStringList log = logLines();
+    EXPECT_TRUE(log.contains(QStringLiteral("COM1: connected to ") + m_server->address()));
+    EXPECT_TRUE(log.contains(QStringLiteral("Sent: (STX)2003A1(NUL)(ETX) on COM1 @ 19200")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Gorda Found on COM1 Operating @ 38400 baud") + kFive));
+    // The probe at 19200 reached the device as noise: the first frame it made out is at 38400.
+    ASSERT_FALSE(heard().isEmpty());
+    EXPECT_EQ(heard().first(), query(QStringLiteral("A1")));
+
+    refreshSaveRestore();
+
+    ui::SetGordaBaudRate(QStringLiteral("57600"));
+    EXPECT_EQ(s().P1->Baud(), 57600);
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("57600"));
+    ui::SetGordaBaudRate(QStringLiteral("38400"));
+    EXPECT_EQ(s().P1->Baud(), 38400);
+    EXPECT_TRUE(notes().contains(QStringLiteral("rate 57600")));
+    EXPECT_TRUE(notes().contains(QStringLiteral("rate 38400")));
+    // Answered at the rate both now share.
+    ui::QueryDevice(QStringLiteral("A3"));
+    EXPECT_EQ(ui::Link().ReportedSpeedCode, QStringLiteral("5"));
+}
+
+TEST_F(NetEndToEnd, OverAPlainSocketRefreshAndSaveWorkAtTheServersRate) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    serve({}, Ser2Net::Socket);
+
+    ui::Main();
+
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("19200"));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: connected to ") + m_server->address()));
+    refreshSaveRestore();
+}
+
+} // namespace
