@@ -9,6 +9,7 @@
 #include "config/modRegistry.h"
 #include "firmware/RS.h"
 #include "link/DeviceScript.h"
+#include "link/Ser2Net.h"
 #include "link/SimProcess.h"
 
 #include <QElapsedTimer>
@@ -159,6 +160,98 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     ui::Main();
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.80"));
     EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+}
+
+// ---- the same over the network: ser2net serves the device's terminal as rfc2217:// -------------
+
+class NetLoadEndToEnd : public LoadEndToEnd {
+protected:
+    void SetUp() override {
+        LoadEndToEnd::SetUp();
+        if (!IsSkipped() && Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+    }
+    void TearDown() override {
+        m_server.reset();
+        LoadEndToEnd::TearDown();
+    }
+    // COM1 is the server in front of the device.
+    void serve(SimProcess& dev) {
+        m_server = std::make_unique<Ser2Net>(home(), dev.path(), Ser2Net::Rfc2217);
+        ASSERT_TRUE(m_server->running());
+        qputenv("TELVO_PORTS", m_server->address().toUtf8());
+        platform::PortMap::instance().loadFromEnvironment();
+    }
+    std::unique_ptr<Ser2Net> m_server;
+};
+
+TEST_F(NetLoadEndToEnd, SixtyFourKilobyteImageLoadsAndTheDeviceRunsIt) {
+    writeIni();
+    SimProcess& dev = sim({});
+    ASSERT_TRUE(dev.running());
+    serve(dev);
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.76"), 65536);
+    ui::Main();
+    ui::SCL& s = ui::scl();
+    ASSERT_EQ(s.txtState->text(), QStringLiteral("Powered"));
+    s.chkConfirm->setChecked(false);
+    scripted->paths = {file};
+    QTest::mouseClick(s.cmdStart, Qt::LeftButton);
+    ui::ldr().cmdStart->click();
+    EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.76"));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.76")));
+    EXPECT_FALSE(traceHas(dev, QStringLiteral("Failure")));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+}
+
+TEST_F(NetLoadEndToEnd, ServerGoneMidLoadFailsItAndTheNextStartResumesThroughTheSameAddress) {
+    writeIni();
+    SimProcess& dev = sim({});
+    ASSERT_TRUE(dev.running());
+    serve(dev);
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.81"), 16000);
+    ui::Main();
+    ui::SCL& s = ui::scl();
+    ASSERT_EQ(s.txtState->text(), QStringLiteral("Powered"));
+    scripted->paths = {file};
+    QTest::mouseClick(s.cmdStart, Qt::LeftButton);
+    // The server dies a third of the way in; the question that follows is asked (confirmation
+    // on) and answered Cancel.
+    QString question;
+    std::function<void()> watch = [&] {
+        if (ui::App().FilePosition < 5000) return events.in(20, watch);
+        s.chkConfirm->setChecked(true);
+        m_server->kill();
+        answerPrompt(false, &question);
+    };
+    events.in(20, watch);
+    ui::ldr().cmdStart->click();
+    EXPECT_TRUE(question.startsWith(
+        QStringLiteral("Confirm Operation: Gorda Boot Loader timed out and aborted, ")))
+        << qPrintable(question);
+    EXPECT_TRUE(logLines().contains(QStringLiteral("Load process timed out during the Firmware load "
+                                                   "process, possible line problem or currupt file     ")));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("XFRoneFile attempted to send a file block, Port is closed")));
+    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() +
+                                    QStringLiteral(": connection lost")));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+
+    const qsizetype connects = logLines().count(QStringLiteral("COM1: connected to ") + m_server->address());
+    // The server is back, the device switched off and on; the program starts again.
+    m_server->start();
+    ASSERT_TRUE(m_server->running());
+    events.cancelAll();
+    platform::ResetProgramEnded();
+    ui::ResetSession();
+    ::kill(dev.pid(), SIGUSR1);
+    ui::App().CommandLine = QStringLiteral("BootLoader");
+    restartFromFileAtStart(100);
+    ui::Main();
+    // Through the same address again.
+    EXPECT_GT(logLines().count(QStringLiteral("COM1: connected to ") + m_server->address()), connects);
+    EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.81"));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
 
