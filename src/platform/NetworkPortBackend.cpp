@@ -187,7 +187,12 @@ qint64 NetworkPortBackend::write(const QByteArray& bytes) {
 }
 
 QByteArray NetworkPortBackend::readAll() {
+    // What has come in is taken now; telling of it here would re-enter the reader.
+    const bool told = m_toldPending;
+    ++m_waiting;
     pump();
+    --m_waiting;
+    m_toldPending = told;
     QByteArray out;
     out.swap(m_in);
     return out;
@@ -208,7 +213,7 @@ void NetworkPortBackend::pump() {
     } else {
         std::vector<TelnetEvent> events;
         data = m_parser.feed(raw, &events);
-        for (const TelnetEvent& e : events) handle(e);
+        for (const TelnetEvent& e : events) take(e);
     }
     if (data.isEmpty()) return;
     m_in += data;
@@ -216,7 +221,7 @@ void NetworkPortBackend::pump() {
     else Q_EMIT received();
 }
 
-void NetworkPortBackend::handle(const TelnetEvent& e) {
+void NetworkPortBackend::take(const TelnetEvent& e) {
     if (e.kind == TelnetEvent::Option) {
         send(m_negotiator.answer(e.verb, e.option));
         return;

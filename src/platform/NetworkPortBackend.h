@@ -50,7 +50,7 @@ public:
 
 private:
     void pump();
-    void handle(const core::TelnetEvent& e);
+    void take(const core::TelnetEvent& e);
     void send(const QByteArray& bytes);
     void sendSettings(const LineSettings& s, bool all);
     // Waits until every command sent has its answer, or the time limit; false on the limit.

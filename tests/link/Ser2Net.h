@@ -48,13 +48,14 @@ public:
         const QString config = QDir(m_folder).filePath(QStringLiteral("ser2net.yaml"));
         QFile f(config);
         if (f.open(QIODevice::WriteOnly)) {
-            const QString accepter = m_kind == Rfc2217 ? QStringLiteral("telnet(rfc2217),tcp")
-                                                       : QStringLiteral("tcp");
+            const QString accepter = m_kind == Rfc2217 ? QStringLiteral("telnet(rfc2217),tcp(nodelay)")
+                                                       : QStringLiteral("tcp(nodelay)");
             f.write(QStringLiteral("connection: &dev\n"
                                    "  accepter: %1,127.0.0.1,%2\n"
                                    "  connector: serialdev,%3,%4,local\n"
                                    "  options:\n"
-                                   "    kickolduser: true\n")
+                                   "    kickolduser: true\n"
+                                   "    chardelay: false\n")
                         .arg(accepter)
                         .arg(m_port)
                         .arg(m_pty, m_rate)
