@@ -193,8 +193,6 @@ void RS_cmdReStart_Click() {
 
 void RS_cmdCancel_Click() {
     QFile::remove(platform::AppFile(QStringLiteral("RestartLoader.txt")));
-    // The settings saved for the abandoned load go with its restart information.
-    QFile::remove(LoadSettingsPath());
     rs().hide();
 }
 

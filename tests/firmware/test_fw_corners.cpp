@@ -5,6 +5,7 @@
 
 #include "app/Tools.h"
 #include "core/config/IniFile.h"
+#include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
 #include "link/DeviceScript.h"
 #include "link/Driver.h"
@@ -254,6 +255,43 @@ TEST_F(Corners, CheckedBoxAfterALoadThatSavedNothingRestoresNothing) {
     EXPECT_TRUE(logLines().contains(
         QStringLiteral("No settings were saved before this load, so none are restored     ")));
     for (const QString& line : logLines()) EXPECT_FALSE(line.startsWith(QStringLiteral("Restoring ")));
+}
+
+// --- what the review found weak
+
+TEST_F(Corners, EmptyListRunsTheRecoveryAndAFailedSearchEndsAfterThirtySeconds) {
+    attachLoader(); // a boot loader that never answers a command frame
+    writeList({});
+    const qint64 start = platform::Clock::instance().nowMs();
+    ui::FinishFirmwareLoad(ui::StartFirmwareLoad(true));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Load complete, Ready to start search for Gorda after reboot, speed should be 57600") + kFive));
+    EXPECT_GE(platform::Clock::instance().nowMs() - start, 30000);
+    EXPECT_EQ(s().lblMessage->text(), QStringLiteral("Communications was not re-established with the Gorda") + kFive);
+    EXPECT_EQ(s().txtState->text(), QStringLiteral("?????"));
+    EXPECT_FALSE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+}
+
+TEST_F(Corners, FailureWordsStopTheTransferAtTheEndOfTheBlockTheyArriveIn) {
+    LoaderPeer& peer = attachLoader();
+    ui::SetState(QStringLiteral("OC Loading"));
+    s().chkConfirm->setChecked(true);
+    l().txtFileName->setText(firmware(QStringLiteral("a.frk"), 1000));
+    bool said = false;
+    peer.onBytes = [&](const QByteArray&) {
+        // The words come while the second block arrives.
+        if (!said && peer.heard.size() > 100) {
+            said = true;
+            peer.send("\r\nFailure: bad image. Please restart.\r\n");
+        }
+    };
+    QString question;
+    answerPrompt(false, &question, 1);
+    EXPECT_EQ(ui::XfrOneFile(), -2);
+    // The second block went whole and counts (the words came in its last yield); no third.
+    EXPECT_EQ(peer.heard.size(), 200);
+    EXPECT_EQ(ui::App().FilePosition, 200);
+    EXPECT_EQ(question, QStringLiteral("Confirm Operation: ") + core::TransferFailedText(200));
 }
 
 } // namespace
