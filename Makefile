@@ -7,7 +7,7 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth ser2net
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean fuzz
+.PHONY: all deps build build-test run test lint bench demo clean fuzz sweep
 
 all: build
 
@@ -30,6 +30,14 @@ build-test: deps
 
 test: build-test
 	cd $(TEST_BUILD) && ctest --output-on-failure -j$(JOBS)
+
+# Not part of `make test` (a short subset of it is): the firmware loader's cut sweep, every cut
+# point and way, in SWEEP_JOBS processes; the table goes to docs/firmware-sweep.txt.
+SWEEP_JOBS ?= $(JOBS)
+sweep: deps
+	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
+	cmake --build $(TEST_BUILD) --target sweep_fw -j$(JOBS)
+	bash tools/run-sweep.sh $(TEST_BUILD) $(SWEEP_JOBS) docs/firmware-sweep.txt
 
 # Not part of `make test`: libFuzzer over every fuzz target, FUZZ_SECONDS each, with clang. The
 # libraries under test are instrumented too (fuzzer-no-link), under ASan and UBSan.

@@ -92,6 +92,7 @@ void Main() {
     if (!c.AutoOpen && c.UserLevel != 1) {
         EnableControls(QStringLiteral("OPEN END"));
     } else if (ConnectDevice()) {
+        RestoreSettingsOfCutOffLoad();
         RefreshPanels(7);
         s.lblWait->hide();
     }

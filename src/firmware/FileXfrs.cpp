@@ -126,13 +126,23 @@ qint16 XfrOneFile() {
                      (name.isEmpty() ? QStringLiteral("Bad file name or number") : file.errorString()));
         return -1;
     }
+    // A port text without a number ("", "?????") names no port: the control would keep the
+    // last one it held, and the image would go where the user never chose.
+    const int port = int(core::Val(core::Mid(s.txtPort->text(), 4)));
+    if (port < 1) {
+        ShowAlertLDR(QStringLiteral("XfrOneFile: No COM port chosen to send the firmware to; '") +
+                     s.txtPort->text() + QLatin1Char('\''));
+        return -1;
+    }
     wireWatchdog();
+    // Flags of an earlier transfer don't end this one.
+    link.LoaderFailed = false;
+    link.LoaderAborted = false;
 
     if (P1->PortOpen()) P1->setPortOpen(false);
     P1->setHandshaking(2);
     P1->setSettings(s.txtxfrspeed->text() + QStringLiteral(",n,8,1"));
-    // A port text without a number is refused by the control (380) and the last port stays.
-    P1->setCommPort(int(core::Val(core::Mid(s.txtPort->text(), 4))));
+    P1->setCommPort(port);
     P1->setRThreshold(1);
     P1->setSThreshold(0);
     P1->setPortOpen(true);

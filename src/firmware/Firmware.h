@@ -51,6 +51,8 @@ void cmdStartSCL_Click();
 void cmdStartLDR_Click();
 bool CheckDeviceReady();
 qint16 StartFirmwareLoad(bool restart);
+// StartFirmwareLoad then FinishFirmwareLoad, whatever ends the load (a run-time error too).
+void RunFirmwareLoad(bool restart);
 qint16 LoadTheFiles(bool restart);
 void FinishFirmwareLoad(qint16 code);
 bool RecoverCommunications();
@@ -58,6 +60,9 @@ void LoadEnded();
 
 // The RS window as a modal window (LDR's Restart button).
 void ShowRestartWindow();
+
+// The copy of the settings a load saved before it began (kept until they are restored).
+QString LoadSettingsPath();
 
 // RestartLoader.txt, written beside and renamed into place. False with the error's text.
 bool WriteRestartFile(qint16 index, QString* error);

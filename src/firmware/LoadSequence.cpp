@@ -1,7 +1,9 @@
 #include "firmware/Firmware.h"
 
+#include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "app/Tools.h"
 #include "config/DG.h"
 #include "config/modRegistry.h"
 #include "core/firmware/FirmwareFiles.h"
@@ -19,6 +21,7 @@
 
 #include <QFile>
 #include <QSaveFile>
+#include <exception>
 
 namespace telvo::ui {
 
@@ -44,7 +47,18 @@ void buttonsBack() {
 
 QString restartPath() { return platform::AppFile(QStringLiteral("RestartLoader.txt")); }
 
+// The load's own copy of the settings it saved: the restore after the load (or after its
+// resumption at a later start) reads only this, never a Settings.txt another save wrote since.
+bool keepLoadSettings() {
+    QFile from(platform::AppFile(QStringLiteral("Settings.txt")));
+    QSaveFile to(LoadSettingsPath());
+    return from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) &&
+           to.write(from.readAll()) >= 0 && to.commit();
+}
+
 } // namespace
+
+QString LoadSettingsPath() { return platform::AppFile(QStringLiteral("LoadSettings.txt")); }
 
 bool WriteRestartFile(qint16 index, QString* error) {
     SCL& s = scl();
@@ -79,7 +93,7 @@ void cmdStartLDR_Click() {
     if (l.cmdStart->text() != QLatin1String("Abort")) {
         if (!CheckDeviceReady()) return;
         FW().RestartLoad = false;
-        FinishFirmwareLoad(StartFirmwareLoad(FW().RestartLoad));
+        RunFirmwareLoad(FW().RestartLoad);
         return;
     }
     link.LoaderAborted = true;
@@ -106,9 +120,36 @@ bool CheckDeviceReady() {
         LoadEnded();
         return false;
     }
-    if (s.chkSaveRestore->isChecked()) SaveSettings();
+    // A copy from an earlier load is not this load's: it would restore settings of another time.
+    QFile::remove(LoadSettingsPath());
+    if (s.chkSaveRestore->isChecked() && (!SaveSettings() || !keepLoadSettings())) {
+        // The device is still untouched: better no load than one whose settings can't come back.
+        ShowAlertLDR(QStringLiteral("The settings could not be saved whole: the load is stopped, "
+                                    "nothing was sent to the ") +
+                     model());
+        QFile::remove(LoadSettingsPath());
+        LoadEnded();
+        return false;
+    }
     clearLoaderText();
     return true;
+}
+
+void RunFirmwareLoad(bool restart) {
+    qint16 code = 0;
+    try {
+        code = StartFirmwareLoad(restart);
+    } catch (const core::RuntimeError&) {
+        // A run-time error ends the load like a failure: the window at rest, the error told,
+        // the Critical Situation rule; RestartLoader.txt stays for the restart.
+        const std::exception_ptr error = std::current_exception();
+        buttonsBack();
+        LoadEnded();
+        SetState(QStringLiteral("Firmware"));
+        Handle([&error] { std::rethrow_exception(error); });
+        code = -2;
+    }
+    FinishFirmwareLoad(code);
 }
 
 qint16 StartFirmwareLoad(bool restart) {
@@ -156,6 +197,8 @@ qint16 LoadTheFiles(bool restart) {
     listFile.close();
     qsizetype next = 0;
 
+    // A damaged or hand-edited index below 0 reads as 0: never an entry before the list.
+    if (fw.RestartIndex < 0) fw.RestartIndex = 0;
     while (next < lines.size()) {
         // The skip runs on every pass, not only the first.
         next += fw.RestartIndex;
@@ -262,7 +305,23 @@ void FinishFirmwareLoad(qint16 code) {
             }
         }
     }
-    if (s.chkSaveRestore->isChecked()) RestoreSettings();
+    // Only what this load (or the cut-off load it took up) saved goes back.
+    if (QFile::exists(LoadSettingsPath())) {
+        RestoreSettingsFrom(LoadSettingsPath());
+        QFile::remove(LoadSettingsPath());
+    } else if (s.chkSaveRestore->isChecked()) {
+        ShowStatus(QStringLiteral("No settings were saved before this load, so none are restored"));
+    }
+}
+
+void RestoreSettingsOfCutOffLoad() {
+    // With RestartLoader.txt still there, the resumed load does it after its success.
+    if (!QFile::exists(LoadSettingsPath()) || QFile::exists(restartPath())) return;
+    if (ConfirmOperation(QStringLiteral("The settings saved before the last firmware load were not "
+                                        "put back, Restore them to the ") +
+                         model()))
+        RestoreSettingsFrom(LoadSettingsPath());
+    QFile::remove(LoadSettingsPath());
 }
 
 bool RecoverCommunications() {

@@ -95,6 +95,18 @@ void RS::showEvent(QShowEvent* e) {
                                   Qt::QueuedConnection);
     }
     Check1->setVisible(restartFileExists(QStringLiteral("Restartloader.txt")));
+    if (Check1->isHidden()) untickCheck1();
+}
+
+void RS::hideEvent(QHideEvent* e) {
+    untickCheck1();
+    QWidget::hideEvent(e);
+}
+
+void RS::untickCheck1() {
+    if (!Check1->isChecked()) return;
+    Check1->setChecked(false);
+    RS_Check1_Click();
 }
 
 void RS_Check1_Click() {
@@ -171,7 +183,7 @@ void RS_cmdReStart_Click() {
         App().RestartBusy = false;
     };
     try {
-        FinishFirmwareLoad(StartFirmwareLoad(fw.RestartLoad));
+        RunFirmwareLoad(fw.RestartLoad);
     } catch (...) {
         done();
         throw;

@@ -28,8 +28,11 @@ public:
 
 protected:
     void showEvent(QShowEvent* e) override;
+    void hideEvent(QHideEvent* e) override;
 
 private:
+    // A box that is not on screen is not ticked: Browse and the list come back with it.
+    void untickCheck1();
     bool m_loaded = false;
 };
 

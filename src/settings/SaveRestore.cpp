@@ -50,14 +50,14 @@ bool askAfterBeeps(const QString& text) {
 
 } // namespace
 
-void SaveSettings() {
+bool SaveSettings() {
     SCL& s = scl();
     const QList<core::StateSettingRow>& rows = Config().StateSettings;
     if (core::TableRows(rows) == 0) {
         ShowAlert(QStringLiteral(
             "Unable to save current settings as no settings data was provided in INI file."));
         s.chkSaveRestore->setChecked(false);
-        return;
+        return false;
     }
     SaveViewState();
     QSaveFile file(settingsPath());
@@ -106,16 +106,19 @@ void SaveSettings() {
             }
         }
     }
+    bool whole = !cancelled;
     if (cancelled) {
         // The earlier file stays whole.
         file.cancelWriting();
     } else {
-        if (!file.flush() || !file.commit())
+        whole = file.flush() && file.commit();
+        if (!whole)
             ShowAlert(QStringLiteral("Could not write ") + settingsPath() + QStringLiteral(": ") +
                       file.errorString());
         Breakpoint(QStringLiteral("All settings have been saved from the ") + model());
     }
     RestoreViewState();
+    return whole;
 }
 
 void ApplyParameter(const QString& stateType, const QString& parameter, const QString& state,
@@ -240,8 +243,10 @@ struct RestoreRun {
 
 } // namespace
 
-void RestoreSettings() {
-    QFile file(settingsPath());
+void RestoreSettings() { RestoreSettingsFrom(settingsPath()); }
+
+void RestoreSettingsFrom(const QString& path) {
+    QFile file(path);
     if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
         ShowAlert(QStringLiteral("There is no 'Settings' file (settings.txt) to restore from"));
         return;

@@ -5,8 +5,11 @@
 
 namespace telvo::ui {
 
-void SaveSettings();
+// True when the save ended whole: every row read and Settings.txt replaced.
+bool SaveSettings();
 void RestoreSettings();
+// The same restore from another file of the same format (a load's own copy).
+void RestoreSettingsFrom(const QString& path);
 void ApplyParameter(const QString& stateType, const QString& parameter, const QString& state,
                     const QString& item);
 

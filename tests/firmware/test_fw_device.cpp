@@ -65,6 +65,12 @@ protected:
             if (l.startsWith(prefix)) return true;
         return false;
     }
+    // Save and restore end at a breakpoint each: go on at each.
+    void goOnAtEachStop() {
+        if (!ui::scl().cmdContinue->isHidden() && ui::scl().cmdCancel->isHidden())
+            ui::scl().cmdContinue->click();
+        events.in(5, [this] { goOnAtEachStop(); });
+    }
     std::unique_ptr<DevicePeer> m_peer;
 };
 
@@ -177,6 +183,73 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Using Restart file to restart the loader")));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+}
+
+const QString kBrightness17 = QStringLiteral("Sent: (STX)3006B1(NUL)17(NUL)(ETX) on COM1 @ 57600");
+
+TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
+    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+    ui::ReadIniFile(1);
+    ui::ReadIniFile(2);
+    Device& d = attachDevice({});
+    d.settings().set("4C", "1");
+    d.settings().set("B1", "17");
+    ui::SCL& s = ui::scl();
+    s.chkSaveRestore->setChecked(true);
+    goOnAtEachStop();
+    ASSERT_TRUE(ui::CheckDeviceReady());
+    // Another save (another session's) replaces Settings.txt while the load runs.
+    QByteArray other = readHomeFile(QStringLiteral("Settings.txt"));
+    other.replace("B117", "B142");
+    writeHomeFile(QStringLiteral("Settings.txt"), other);
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    const qint16 code = ui::LoadTheFiles(false);
+    ASSERT_EQ(code, 0);
+    ui::FinishFirmwareLoad(code);
+    EXPECT_TRUE(logLines().contains(kBrightness17));
+    EXPECT_FALSE(logLines().contains(QStringLiteral("Sent: (STX)3006B1(NUL)42(NUL)(ETX) on COM1 @ 57600")));
+    EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
+}
+
+TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
+    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+    ui::ReadIniFile(1);
+    ui::ReadIniFile(2);
+    DeviceOptions o;
+    o.faults.cutAtImageByte = 2500;
+    Device& d = attachDevice(o);
+    d.settings().set("4C", "1");
+    d.settings().set("B1", "17");
+    ui::scl().chkSaveRestore->setChecked(true);
+    goOnAtEachStop();
+    ASSERT_TRUE(ui::CheckDeviceReady());
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("3.10"), 6000) + "\r\n").toUtf8());
+    killWhen([&d] { return d.lineCut(); }, 2000, 10);
+    EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
+    const QByteArray restartLine = readHomeFile(QStringLiteral("RestartLoader.txt"));
+    EXPECT_EQ(restartLine, QByteArray("COM1,57600,57600,0\r\n")); // as the load writes it
+
+    // The next start: the box is clear (as the ini leaves it) and the device was power-cycled.
+    events.cancelAll();
+    platform::ResetProgramEnded();
+    ui::ResetSession();
+    initControls();
+    ui::ReadIniFile(1);
+    ui::ReadIniFile(2);
+    prepare();
+    ui::Link().PowerState.clear();
+    m_peer->powerCycle();
+    ui::scl().chkSaveRestore->setChecked(false); // this run's user did not tick it
+    goOnAtEachStop();
+    restartFromFileAtStart(50);
+    ui::ResumeCutOffLoad();
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("3.10"));
+    EXPECT_TRUE(logLines().contains(kBrightness17));
+    EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
 }
 
 } // namespace
