@@ -1,0 +1,291 @@
+// telvo-cli as a program, against vorix-sim processes on pseudo-terminals: every command's
+// output, every exit code, --json parsed back, prompts, --trace and several ports in one run.
+
+#include "support/Fixture.h"
+
+#include "CliRun.h"
+#include "link/SimProcess.h"
+
+#include <QFile>
+#include <QJsonObject>
+
+using namespace telvo;
+using namespace telvo::test;
+
+namespace {
+
+class CliEndToEnd : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
+            GTEST_SKIP() << "vorix-sim or telvo-cli not built";
+        writeIni({});
+    }
+    void TearDown() override {
+        RunFixture::TearDown();
+        m_sims.clear();
+        m_empty.clear();
+    }
+    // The sample Telvo.ini with `system` lines added to its [SYSTEM] section (replacing theirs).
+    void writeIni(const QStringList& system) {
+        QByteArray out;
+        for (QByteArray line : sampleIni().split('\n')) {
+            if (line.endsWith('\r')) line.chop(1);
+            const QString key = QString::fromLatin1(line.left(line.indexOf('=')))
+                                    .remove(QLatin1Char(' '))
+                                    .toUpper();
+            bool replaced = false;
+            for (const QString& s : system)
+                if (line.contains('=') &&
+                    s.left(s.indexOf(QLatin1Char('='))).remove(QLatin1Char(' ')).toUpper() == key)
+                    replaced = true;
+            if (replaced) continue;
+            out += line + "\r\n";
+            if (line.trimmed() == "[SYSTEM]")
+                for (const QString& l : system) out += l.toLatin1() + "\r\n";
+        }
+        writeHomeFile(QStringLiteral("Telvo.ini"), out);
+    }
+    SimProcess& sim(const QString& name, const QStringList& options = {}) {
+        QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
+        args << options;
+        m_sims.push_back(std::make_unique<SimProcess>(home(), name, args));
+        return *m_sims.back();
+    }
+    QString emptyPort() {
+        m_empty.push_back(std::make_unique<EmptyPty>());
+        return m_empty.back()->path();
+    }
+    CliResult cli(const QStringList& args) { return RunCli(home(), args); }
+    CliResult on(SimProcess& dev, const QStringList& args) {
+        return cli(QStringList{QStringLiteral("--port"), dev.path()} + args);
+    }
+    QStringList hostFrames(SimProcess& dev) {
+        QStringList out;
+        for (const QString& f : dev.frames())
+            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+        return out;
+    }
+
+    std::vector<std::unique_ptr<SimProcess>> m_sims;
+    std::vector<std::unique_ptr<EmptyPty>> m_empty;
+};
+
+TEST_F(CliEndToEnd, InfoTellsTheDeviceAndItsJsonParsesBack) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult text = on(dev, {QStringLiteral("info")});
+    ASSERT_EQ(text.exit, 0) << text.err.toStdString();
+    EXPECT_EQ(text.lines(),
+              (QStringList{QStringLiteral("Model:          Gorda"),
+                           QStringLiteral("Firmware:       1.24"),
+                           QStringLiteral("Options:        SDI"),
+                           QStringLiteral("Port:           COM1 (") + dev.path() + QLatin1Char(')'),
+                           QStringLiteral("Speed:          19200"),
+                           QStringLiteral("Original speed: 19200"),
+                           QStringLiteral("Transfer speed: 57600"),
+                           QStringLiteral("State:          Powered")}));
+    const CliResult json = on(dev, {QStringLiteral("--json"), QStringLiteral("info")});
+    ASSERT_EQ(json.exit, 0);
+    const QList<QJsonObject> objects = json.objects();
+    ASSERT_EQ(objects.size(), 1);
+    const QJsonObject o = objects.first();
+    EXPECT_EQ(o.value(QStringLiteral("command")).toString(), QStringLiteral("info"));
+    EXPECT_EQ(o.value(QStringLiteral("port")).toString(), dev.path());
+    EXPECT_EQ(o.value(QStringLiteral("model")).toString(), QStringLiteral("Gorda"));
+    EXPECT_EQ(o.value(QStringLiteral("firmware")).toString(), QStringLiteral("1.24"));
+    EXPECT_EQ(o.value(QStringLiteral("com")).toString(), QStringLiteral("COM1"));
+    EXPECT_EQ(o.value(QStringLiteral("device")).toString(), dev.path());
+    EXPECT_EQ(o.value(QStringLiteral("speed")).toString(), QStringLiteral("19200"));
+    EXPECT_EQ(o.value(QStringLiteral("state")).toString(), QStringLiteral("Powered"));
+    // The connection as the start-up makes it: the power query first.
+    EXPECT_EQ(hostFrames(dev).value(0), QStringLiteral("(STX)2003A1(NUL)(ETX)"));
+}
+
+TEST_F(CliEndToEnd, SetSendsThroughTheChooserAndPrintsWhatTheDeviceAnswers) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult r = on(dev, {QStringLiteral("set"), QStringLiteral("Red Gain=1.5"),
+                                 QStringLiteral("Noise Reduction=medium"),
+                                 QStringLiteral("Audio Delay=120")});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    EXPECT_EQ(r.lines(), (QStringList{QStringLiteral("Red Gain=1.50"),
+                                      QStringLiteral("Noise Reduction=Medium"),
+                                      QStringLiteral("Audio Delay=120")}));
+    const QStringList sent = hostFrames(dev);
+    EXPECT_TRUE(sent.contains(QStringLiteral("(STX)300867(NUL)1.50(NUL)(ETX)")));
+    const CliResult g = on(dev, {QStringLiteral("--json"), QStringLiteral("get"),
+                                 QStringLiteral("red gain"), QStringLiteral("Noise Reduction")});
+    ASSERT_EQ(g.exit, 0);
+    ASSERT_EQ(g.objects().size(), 2);
+    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("name")).toString(), QStringLiteral("Red Gain"));
+    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("value")).toString(), QStringLiteral("1.50"));
+    EXPECT_EQ(g.objects().at(1).value(QStringLiteral("value")).toString(), QStringLiteral("Medium"));
+    // A list value by its number is the same choice.
+    const CliResult n = on(dev, {QStringLiteral("set"), QStringLiteral("Input=3")});
+    EXPECT_EQ(n.lines(), QStringList{QStringLiteral("Input=S-Vid-1")});
+}
+
+TEST_F(CliEndToEnd, RefusedValueIsExit1WithTheDevicesFailureText) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult r = on(dev, {QStringLiteral("set"), QStringLiteral("Brightness=9999")});
+    EXPECT_EQ(r.exit, 1);
+    EXPECT_EQ(QString::fromLocal8Bit(r.err).trimmed(),
+              QStringLiteral("telvo-cli: ") + dev.path() +
+                  QStringLiteral(": Brightness: Range Error. Attempt to modify a device setting "
+                                 "with vlaue out of range"));
+    // The label still shows what the device has.
+    EXPECT_TRUE(r.out.isEmpty());
+}
+
+TEST_F(CliEndToEnd, UsageErrorsAreExit2) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult bad = cli({QStringLiteral("info"), QStringLiteral("--colour")});
+    EXPECT_EQ(bad.exit, 2);
+    EXPECT_TRUE(bad.err.startsWith("telvo-cli: unknown option --colour\n\nNAME\n"));
+    EXPECT_EQ(cli({QStringLiteral("fly")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("set"), QStringLiteral("Brightness")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("get"), QStringLiteral("Sharpness Level 9")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("diff")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("set"), QStringLiteral("Input=Video-9")}).exit, 2);
+    // None of them reached the device but the two that name a setting after connecting.
+    const CliResult help = cli({QStringLiteral("set"), QStringLiteral("--help")});
+    EXPECT_EQ(help.exit, 0);
+    EXPECT_TRUE(help.out.startsWith("NAME\n       telvo-cli set\n"));
+}
+
+TEST_F(CliEndToEnd, NoDeviceIsExit3) {
+    const CliResult r = cli({QStringLiteral("--port"), emptyPort(), QStringLiteral("info")});
+    EXPECT_EQ(r.exit, 3);
+    EXPECT_TRUE(r.err.contains("no device found"));
+    EXPECT_TRUE(r.out.isEmpty());
+}
+
+TEST_F(CliEndToEnd, FileThatCannotBeReadOrWrittenIsExit4) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult r = on(dev, {QStringLiteral("restore"), QStringLiteral("/nonexistent/s.txt")});
+    EXPECT_EQ(r.exit, 4);
+    EXPECT_TRUE(r.err.contains("could not read /nonexistent/s.txt"));
+    EXPECT_EQ(on(dev, {QStringLiteral("diff"), QStringLiteral("/nonexistent/s.txt")}).exit, 4);
+    // No Telvo.ini in the folder: nothing to go on.
+    QFile::remove(homeFile(QStringLiteral("Telvo.ini")));
+    EXPECT_EQ(on(dev, {QStringLiteral("info")}).exit, 4);
+}
+
+TEST_F(CliEndToEnd, PromptStopsTheJobWithItsTextUnlessYesAnswersIt) {
+    writeIni({QStringLiteral("Confirm Operations = True")});
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult stopped = on(dev, {QStringLiteral("info")});
+    EXPECT_EQ(stopped.exit, 5);
+    EXPECT_EQ(QString::fromLocal8Bit(stopped.err).trimmed(),
+              QStringLiteral("telvo-cli: ") + dev.path() +
+                  QStringLiteral(": stopped at a prompt (give --yes to answer it): Confirm "
+                                 "Operation: The Gorda will be checked to be on port COM1 @ "
+                                 "19200 Baud"));
+    EXPECT_TRUE(stopped.out.isEmpty());
+    // Stopped before anything went out.
+    EXPECT_TRUE(dev.frames().isEmpty());
+    const CliResult yes = on(dev, {QStringLiteral("--yes"), QStringLiteral("info")});
+    EXPECT_EQ(yes.exit, 0) << yes.err.toStdString();
+    EXPECT_TRUE(yes.err.contains("Confirm Operation: Gorda Found on COM1"));
+    EXPECT_EQ(yes.lines().value(0), QStringLiteral("Model:          Gorda"));
+}
+
+TEST_F(CliEndToEnd, TwoDevicesOnTwoPortsInOneRunAndTheWorstExitCode) {
+    SimProcess& a = sim(QStringLiteral("a"));
+    SimProcess& b = sim(QStringLiteral("b"));
+    ASSERT_TRUE(a.running() && b.running());
+    const QString none = emptyPort();
+    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--port"), a.path(),
+                             QStringLiteral("--port"), none, QStringLiteral("--port"), b.path(),
+                             QStringLiteral("set"), QStringLiteral("Audio Delay=40")});
+    EXPECT_EQ(r.exit, 3);
+    const QList<QJsonObject> o = r.objects();
+    ASSERT_EQ(o.size(), 3);
+    EXPECT_EQ(o.at(0).value(QStringLiteral("port")).toString(), a.path());
+    EXPECT_EQ(o.at(0).value(QStringLiteral("value")).toString(), QStringLiteral("40"));
+    EXPECT_EQ(o.at(1).value(QStringLiteral("port")).toString(), none);
+    EXPECT_EQ(o.at(1).value(QStringLiteral("exit")).toInt(), 3);
+    EXPECT_EQ(o.at(2).value(QStringLiteral("port")).toString(), b.path());
+    EXPECT_EQ(o.at(2).value(QStringLiteral("value")).toString(), QStringLiteral("40"));
+    for (SimProcess* dev : {&a, &b})
+        EXPECT_TRUE(hostFrames(*dev).contains(QStringLiteral("(STX)30066E(NUL)40(NUL)(ETX)")));
+    // In text each line names its port.
+    const CliResult t = cli({QStringLiteral("--port"), a.path(), QStringLiteral("--port"),
+                             b.path(), QStringLiteral("get"), QStringLiteral("Audio Delay")});
+    EXPECT_EQ(t.exit, 0);
+    EXPECT_EQ(t.lines(), (QStringList{a.path() + QStringLiteral(": Audio Delay=40"),
+                                      b.path() + QStringLiteral(": Audio Delay=40")}));
+}
+
+TEST_F(CliEndToEnd, TraceCopiesTheLogLinesAndQuietKeepsRemarksOff) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString trace = homeFile(QStringLiteral("trace.txt"));
+    const CliResult r = on(dev, {QStringLiteral("--trace"), trace, QStringLiteral("--quiet"),
+                                 QStringLiteral("save")});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    QFile f(trace);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(f.readAll(), readHomeFile(QStringLiteral("LogFile.txt")));
+    EXPECT_TRUE(readHomeFile(QStringLiteral("LogFile.txt"))
+                    .contains("Gorda Found on COM1 Operating @ 19200 baud"));
+    // The breakpoint at the end of the save is a remark: --quiet keeps it off.
+    EXPECT_FALSE(r.err.contains("All settings have been saved"));
+}
+
+TEST_F(CliEndToEnd, SaveDiffAndRestoreRoundTrip) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString file = homeFile(QStringLiteral("rack-7.txt"));
+    const CliResult saved = on(dev, {QStringLiteral("save"), file});
+    ASSERT_EQ(saved.exit, 0) << saved.err.toStdString();
+    EXPECT_EQ(saved.lines(), QStringList{QStringLiteral("Saved the settings to ") + file});
+    // The folder's own Settings.txt was not touched by a save elsewhere.
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Settings.txt"))));
+    const QByteArray bytes = readHomeFile(QStringLiteral("rack-7.txt"));
+    EXPECT_TRUE(bytes.contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B10\r\n"));
+    EXPECT_TRUE(on(dev, {QStringLiteral("diff"), file}).out.isEmpty());
+    ASSERT_EQ(on(dev, {QStringLiteral("set"), QStringLiteral("Brightness=33")}).exit, 0);
+    const CliResult diff = on(dev, {QStringLiteral("--json"), QStringLiteral("diff"), file});
+    ASSERT_EQ(diff.exit, 0);
+    ASSERT_EQ(diff.objects().size(), 1);
+    EXPECT_EQ(diff.objects().first().value(QStringLiteral("setting")).toString(),
+              QStringLiteral("Input Video 1 / Brightness"));
+    EXPECT_EQ(diff.objects().first().value(QStringLiteral("file")).toString(), QStringLiteral("B10"));
+    EXPECT_EQ(diff.objects().first().value(QStringLiteral("device")).toString(),
+              QStringLiteral("B133"));
+    const CliResult restored = on(dev, {QStringLiteral("restore"), file});
+    ASSERT_EQ(restored.exit, 0) << restored.err.toStdString();
+    EXPECT_TRUE(on(dev, {QStringLiteral("diff"), file}).out.isEmpty());
+    EXPECT_EQ(on(dev, {QStringLiteral("get"), QStringLiteral("Brightness")}).lines(),
+              QStringList{QStringLiteral("Brightness=0")});
+}
+
+TEST_F(CliEndToEnd, PortsListsWhatOpensAndProbeFindsTheDevice) {
+    SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--baud"), QStringLiteral("38400")});
+    ASSERT_TRUE(dev.running());
+    const QString none = emptyPort();
+    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--port"), dev.path(),
+                             QStringLiteral("--port"), none, QStringLiteral("ports"),
+                             QStringLiteral("--probe")});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    const QList<QJsonObject> o = r.objects();
+    ASSERT_EQ(o.size(), 2);
+    EXPECT_EQ(o.at(0).value(QStringLiteral("device")).toString(), dev.path());
+    EXPECT_TRUE(o.at(0).value(QStringLiteral("answers")).toBool());
+    EXPECT_EQ(o.at(0).value(QStringLiteral("rate")).toInt(), 38400);
+    EXPECT_EQ(o.at(1).value(QStringLiteral("device")).toString(), none);
+    EXPECT_FALSE(o.at(1).value(QStringLiteral("answers")).toBool());
+    EXPECT_EQ(cli({QStringLiteral("--port"), QStringLiteral("/nonexistent/tty"),
+                   QStringLiteral("ports")})
+                  .exit,
+              3);
+}
+
+} // namespace
