@@ -10,7 +10,7 @@ QStringList valueOptionsOf(const QString& command) {
         return {QStringLiteral("--source"), QStringLiteral("--scalar"),
                 QStringLiteral("--reference")};
     if (command == QLatin1String("ir"))
-        return {QStringLiteral("--value"), QStringLiteral("--key"), QStringLiteral("--code")};
+        return {QStringLiteral("--value"), QStringLiteral("--key")};
     return {};
 }
 
@@ -34,7 +34,8 @@ bool flagOf(const QString& command, const QString& word, Options& o) {
 QStringList CommandNames() {
     return {QStringLiteral("ports"),   QStringLiteral("info"),    QStringLiteral("get"),
             QStringLiteral("set"),     QStringLiteral("save"),    QStringLiteral("restore"),
-            QStringLiteral("diff")};
+            QStringLiteral("diff"),    QStringLiteral("load"),
+            QStringLiteral("ir"),      QStringLiteral("gamma")};
 }
 
 QString NamedValue(const Options& o, const QString& name) {

@@ -132,8 +132,8 @@ void PromptWatcher::answer(QWidget* button) {
     static_cast<QPushButton*>(button)->click();
 }
 
-Heartbeat::Heartbeat(const QString& traceFile, QObject* parent)
-    : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile) {
+Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
+    : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile), m_progress(progress) {
     std::signal(SIGINT, onSigint);
     connect(m_timer, &QTimer::timeout, this, &Heartbeat::beat);
     m_timer->start(50);
@@ -141,6 +141,7 @@ Heartbeat::Heartbeat(const QString& traceFile, QObject* parent)
 
 Heartbeat::~Heartbeat() {
     beat();
+    if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
     std::signal(SIGINT, SIG_DFL);
 }
 
@@ -148,6 +149,15 @@ void Heartbeat::beat() {
     if (g_interrupted) {
         g_interrupted = 0;
         StopJob(kInterrupted, QStringLiteral("interrupted"));
+    }
+    if (m_progress) {
+        const QString line = JobProgress();
+        if (line != m_shown) {
+            // Redrawn in place; a finished bar keeps its line.
+            if (!line.isEmpty()) Err(QStringLiteral("\r\x1b[K") + line);
+            else if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
+            m_shown = line;
+        }
     }
     if (m_trace.isEmpty()) return;
     QFile log(ui::LogFilePath());

@@ -12,6 +12,10 @@
 
 class QTimer;
 
+namespace telvo::ui {
+class IRG;
+}
+
 namespace telvo::cli {
 
 // Why the job unwound, when it was not the routine's own end.
@@ -57,7 +61,7 @@ void StopJob(int code, const QString& text);
 // Ctrl-C and the --trace copy, looked at every few milliseconds from the event loop.
 class Heartbeat : public QObject {
 public:
-    Heartbeat(const QString& traceFile, QObject* parent);
+    Heartbeat(const QString& traceFile, bool progress, QObject* parent);
     ~Heartbeat() override;
     void beat();
 
@@ -65,6 +69,16 @@ private:
     QTimer* m_timer;
     QString m_trace;
     qint64 m_offset = 0;
+    bool m_progress;
+    QString m_shown; // the progress line last drawn
 };
+
+// The load's bar on a terminal: "[####      ]  42%  6720 / 16000 bytes, 5700 B/s, 2 s left",
+// redrawn in place; an empty text when the loader shows no transfer.
+QString ProgressLine(int percent, const QString& rate);
+// What the loader window or a Gen ALL walk shows now, as one line; empty when neither runs.
+QString JobProgress();
+// The IR window whose Gen ALL walk is counted (nullptr: none).
+void WatchGenAll(ui::IRG* window);
 
 } // namespace telvo::cli

@@ -64,9 +64,10 @@ const Page kPages[] = {
      "The device's debug console on the terminal, raw, until Ctrl-] ends it."},
     {"ir",
      "telvo-cli ir code COMMAND [--value V]\n"
-     "telvo-cli ir code --key KEY | --code CODE\n"
+     "telvo-cli ir code --key KEY\n"
      "telvo-cli ir gen-all OUT.txt|OUT.hex|OUT.ccf",
-     "The Pronto hex of a device command and value, of a remote key or of a typed code; "
+     "The Pronto hex of a device command and value (a list value by its text or number), or "
+     "of a remote key; "
      "gen-all writes the whole command table as the IR tool's Gen ALL does, with a counter on "
      "standard error when it is a terminal."},
     {"gamma",

@@ -294,7 +294,8 @@ int JobOutcome() {
     const QString alert = App().AlertText.simplified();
     if (!alert.isEmpty()) return rep().fail(kDeviceFailed, alert);
     for (const QString& told : Stopped().told)
-        if (told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")))
+        if (told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
+            told.startsWith(QLatin1String("Critical Situation")))
             return rep().fail(kDeviceFailed, told);
     return kDone;
 }
@@ -302,6 +303,8 @@ int JobOutcome() {
 int RunCommand(const Options& o) {
     const QString& c = o.command;
     if (c == QLatin1String("ports")) return PortsJob(o);
+    if (c == QLatin1String("ir")) return IrJob(o);
+    if (c == QLatin1String("gamma")) return GammaJob(o);
     if ((c == QLatin1String("get") || c == QLatin1String("set")) && o.words.isEmpty())
         return rep().fail(kUsage, c + QStringLiteral(" needs at least one setting"));
     if ((c == QLatin1String("save") || c == QLatin1String("restore")) && o.words.size() > 1)
@@ -310,6 +313,7 @@ int RunCommand(const Options& o) {
         return rep().fail(kUsage, QStringLiteral("diff takes one FILE"));
     if (c == QLatin1String("info") && !o.words.isEmpty())
         return rep().fail(kUsage, QStringLiteral("info takes no words"));
+    if (c == QLatin1String("load")) return LoadJob(o);
     const int connected = Connect();
     if (connected != kDone) return connected;
     App().AlertText.clear();

@@ -101,6 +101,8 @@ int Connect() {
 int RunJob(const Options& o, const QString& port) {
     const QString com = UsePort(port);
     Report::instance().setPort(port.isEmpty() ? QString() : port);
+    // The gamma tool needs neither the device nor Telvo.ini.
+    if (o.command == QLatin1String("gamma")) return RunCommand(o);
     const int prepared = PrepareRun(o, com);
     if (prepared != kDone) return prepared;
     return RunCommand(o);

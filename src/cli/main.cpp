@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <unistd.h>
 
 using namespace telvo;
 using namespace telvo::cli;
@@ -41,6 +42,7 @@ int runOn(const Options& o, const QString& port) {
             QString text = QStringLiteral("interrupted");
             if (o.command == QLatin1String("load"))
                 text += QStringLiteral("; RestartLoader.txt is kept: run \"telvo-cli") +
+                        (o.home.isEmpty() ? QString() : QStringLiteral(" --home ") + o.home) +
                         (port.isEmpty() ? QString() : QStringLiteral(" --port ") + port) +
                         QStringLiteral(" load --resume\" to finish the load");
             return Report::instance().fail(kInterrupted, text);
@@ -89,9 +91,16 @@ int main(int argc, char** argv) {
     // The log of this run, as the start-up begins it.
     QFile::remove(ui::LogFilePath());
     {
-        Heartbeat beat(o.trace, nullptr);
+        // A bar for a person watching; none in a pipe or a log.
+        const bool progress = (o.command == QLatin1String("load") || o.command == QLatin1String("ir")) &&
+                              !o.quiet && isatty(2) != 0;
+        Heartbeat beat(o.trace, progress, nullptr);
         const QStringList ports = o.ports.isEmpty() ? QStringList{QString()} : o.ports;
-        for (const QString& port : ports) report.keep(runOn(o, port));
+        for (const QString& port : ports) {
+            report.keep(runOn(o, port));
+            // Ctrl-C ends the run, not just the device in hand.
+            if (report.exitCode() == kInterrupted) break;
+        }
         ui::ResetSession();
     }
     return report.exitCode();

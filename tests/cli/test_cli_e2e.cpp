@@ -6,8 +6,12 @@
 #include "CliRun.h"
 #include "link/SimProcess.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonObject>
+#include <QThread>
+#include <csignal>
+#include <functional>
 
 using namespace telvo;
 using namespace telvo::test;
@@ -286,6 +290,152 @@ TEST_F(CliEndToEnd, PortsListsWhatOpensAndProbeFindsTheDevice) {
                    QStringLiteral("ports")})
                   .exit,
               3);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(CliEndToEnd, IrCodeOfACommandValueAndOfARemoteKey) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const CliResult list = on(dev, {QStringLiteral("--json"), QStringLiteral("ir"),
+                                    QStringLiteral("code"), QStringLiteral("Noise Reduction"),
+                                    QStringLiteral("--value"), QStringLiteral("medium")});
+    ASSERT_EQ(list.exit, 0) << list.err.toStdString();
+    ASSERT_EQ(list.objects().size(), 1);
+    const QString pronto = list.objects().first().value(QStringLiteral("pronto")).toString();
+    EXPECT_TRUE(pronto.startsWith(QStringLiteral("0000 006C "))) << pronto.toStdString();
+    // The same value by its number gives the same pattern.
+    const CliResult number = on(dev, {QStringLiteral("ir"), QStringLiteral("code"),
+                                      QStringLiteral("Noise Reduction"), QStringLiteral("--value"),
+                                      QStringLiteral("2")});
+    EXPECT_EQ(number.lines(), QStringList{pronto});
+    const CliResult range = on(dev, {QStringLiteral("ir"), QStringLiteral("code"),
+                                     QStringLiteral("Brightness"), QStringLiteral("--value"),
+                                     QStringLiteral("12")});
+    ASSERT_EQ(range.exit, 0) << range.err.toStdString();
+    EXPECT_EQ(range.lines().size(), 1);
+    EXPECT_NE(range.lines().value(0), pronto);
+    const CliResult key = on(dev, {QStringLiteral("ir"), QStringLiteral("code"),
+                                   QStringLiteral("--key"), QStringLiteral("Menu")});
+    ASSERT_EQ(key.exit, 0) << key.err.toStdString();
+    EXPECT_TRUE(key.lines().value(0).startsWith(QStringLiteral("0000 006C ")));
+    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Warp")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Noise Reduction"),
+                       QStringLiteral("--value"), QStringLiteral("Extreme")})
+                  .exit,
+              2);
+    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("fly")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("gen-all"),
+                       QStringLiteral("/nonexistent/all.txt")})
+                  .exit,
+              4);
+}
+
+class CliLoad : public CliEndToEnd {
+protected:
+    QString image(const QString& name, const QString& version, qint64 size) {
+        QProcess p;
+        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name),
+                              QStringLiteral("--version"), version, QStringLiteral("--size"),
+                              QString::number(size)});
+        p.waitForFinished(10000);
+        return homeFile(name);
+    }
+    bool traceHas(SimProcess& p, const QString& text) {
+        for (const QString& l : p.trace())
+            if (l.contains(text)) return true;
+        return false;
+    }
+    // Waits on a state the other processes reach; false when it never comes.
+    static bool waitFor(const std::function<bool()>& cond, int limitMs = 120000) {
+        QElapsedTimer t;
+        t.start();
+        while (!cond()) {
+            if (t.elapsed() > limitMs) return false;
+            QThread::msleep(20);
+        }
+        return true;
+    }
+};
+
+TEST_F(CliLoad, ImageLoadsAndTheDeviceRunsIt) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.81"), 8000);
+    const CliResult r = on(dev, {QStringLiteral("--json"), QStringLiteral("load"), file});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    ASSERT_EQ(r.objects().size(), 1);
+    EXPECT_EQ(r.objects().first().value(QStringLiteral("firmware")).toString(),
+              QStringLiteral("2.81"));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    // Standard error is no terminal here: no bar.
+    EXPECT_FALSE(r.err.contains("bytes"));
+}
+
+TEST_F(CliLoad, ListLoadsEachImageInTurn) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString a = image(QStringLiteral("a.frk"), QStringLiteral("2.91"), 4000);
+    const QString b = image(QStringLiteral("b.frk"), QStringLiteral("2.92"), 4000);
+    writeHomeFile(QStringLiteral("two.frl"), (a + QStringLiteral("\r\n") + b + QStringLiteral("\r\n")).toUtf8());
+    const CliResult r = on(dev, {QStringLiteral("load"), homeFile(QStringLiteral("two.frl"))});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.91")));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.92")));
+    EXPECT_EQ(r.lines().value(0).section(QStringLiteral("; "), 1),
+              QStringLiteral("the firmware is now 2.92"));
+}
+
+TEST_F(CliLoad, UsageAndFiles) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.81"), 4000);
+    EXPECT_EQ(on(dev, {QStringLiteral("load"), file, QStringLiteral("--save-settings"),
+                       QStringLiteral("--restore-defaults")})
+                  .exit,
+              2);
+    EXPECT_EQ(on(dev, {QStringLiteral("load")}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("load"), QStringLiteral("--resume"), file}).exit, 2);
+    EXPECT_EQ(on(dev, {QStringLiteral("load"), homeFile(QStringLiteral("none.frk"))}).exit, 4);
+    // Nothing was cut off: nothing to resume.
+    const CliResult r = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
+    EXPECT_EQ(r.exit, 4);
+    EXPECT_TRUE(r.err.contains("there is no cut-off load to resume"));
+    EXPECT_TRUE(dev.frames().isEmpty());
+}
+
+TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.80"), 32000);
+    QProcess p;
+    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
+    // Interrupted once the device sits in its boot loader with the load under way.
+    ASSERT_TRUE(waitFor([&] {
+        return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))) &&
+               traceHas(dev, QStringLiteral("boot loader at"));
+    }));
+    ::kill(pid_t(p.processId()), SIGINT);
+    const CliResult cut = Finish(p);
+    EXPECT_EQ(cut.exit, 130);
+    EXPECT_EQ(QString::fromLocal8Bit(cut.err).trimmed(),
+              QStringLiteral("telvo-cli: ") + dev.path() +
+                  QStringLiteral(": interrupted; RestartLoader.txt is kept: run \"telvo-cli "
+                                 "--home ") +
+                  home() + QStringLiteral(" --port ") + dev.path() +
+                  QStringLiteral(" load --resume\" to finish the load"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_FALSE(traceHas(dev, QStringLiteral("Verify OK")));
+
+    const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
+    ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
+    EXPECT_EQ(resumed.lines(),
+              QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.80")});
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include "CliRun.h"
 #include "app/Main.h"
+#include "firmware/LDR.h"
+#include "ir/IRG.h"
 #include "link/SimProcess.h"
 #include "settings/SCL.h"
 
@@ -57,6 +59,12 @@ protected:
     }
     CliResult throughCli(SimProcess& dev, const QStringList& args) {
         return RunCli(m_cliHome.path(), QStringList{QStringLiteral("--port"), dev.path()} + args);
+    }
+    // The connection alone, as telvo-cli makes it before any job.
+    QStringList connectionFrames() {
+        SimProcess& probe = sim(QStringLiteral("probe"));
+        if (!probe.running() || throughCli(probe, {QStringLiteral("info")}).exit != 0) return {};
+        return probe.frames();
     }
     static QByteArray read(const QString& path) {
         QFile f(path);
@@ -111,15 +119,8 @@ TEST_F(SameJob, Restore) {
 }
 
 TEST_F(SameJob, Set) {
-    // The connection alone, as telvo-cli makes it for any job.
-    QStringList connection;
-    {
-        SimProcess& probe = sim(QStringLiteral("probe"));
-        ASSERT_TRUE(probe.running());
-        ASSERT_EQ(throughCli(probe, {QStringLiteral("info")}).exit, 0);
-        connection = probe.frames();
-        ASSERT_FALSE(connection.isEmpty());
-    }
+    const QStringList connection = connectionFrames();
+    ASSERT_FALSE(connection.isEmpty());
     SimProcess& w = sim(QStringLiteral("windows"));
     SimProcess& c = sim(QStringLiteral("cli"));
     ASSERT_TRUE(w.running() && c.running());
@@ -148,6 +149,69 @@ TEST_F(SameJob, Set) {
     const QStringList job = cli.mid(connection.size());
     ASSERT_EQ(job.size(), 4); // the set, its answer, the query, its answer
     EXPECT_EQ(windows.mid(before), job);
+}
+
+TEST_F(SameJob, IrGenAll) {
+    const QStringList connection = connectionFrames();
+    ASSERT_FALSE(connection.isEmpty());
+    SimProcess& w = sim(QStringLiteral("windows"));
+    SimProcess& c = sim(QStringLiteral("cli"));
+    ASSERT_TRUE(w.running() && c.running());
+    int before = 0;
+    throughWindows(w, [&] {
+        before = int(w.frames().size());
+        QTest::mouseClick(ui::scl().cmdDecodeIR, Qt::LeftButton);
+        ASSERT_FALSE(ui::irg().isHidden());
+        for (const char* name : {"all.txt", "all.hex"}) {
+            scripted->paths = {homeFile(QLatin1String(name))};
+            QTest::mouseClick(ui::irg().cmdGenAll, Qt::LeftButton);
+        }
+    });
+    for (const char* name : {"all.txt", "all.hex"}) {
+        const CliResult r = throughCli(c, {QStringLiteral("ir"), QStringLiteral("gen-all"),
+                                           cliFile(QLatin1String(name))});
+        ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+        const QByteArray windowsFile = readHomeFile(QLatin1String(name));
+        EXPECT_GT(windowsFile.count('\n'), 40) << name;
+        EXPECT_EQ(read(cliFile(QLatin1String(name))), windowsFile) << name;
+    }
+    // Gen ALL asks the device nothing: after the connection, neither run sent a frame.
+    EXPECT_EQ(w.frames().size(), before);
+    EXPECT_EQ(c.frames(), connection + connection);
+}
+
+TEST_F(SameJob, Load) {
+    QString image = homeFile(QStringLiteral("new.frk"));
+    {
+        QProcess p;
+        p.start(SimBinary(), {QStringLiteral("--make-firmware"), image, QStringLiteral("--version"),
+                              QStringLiteral("2.84"), QStringLiteral("--size"),
+                              QStringLiteral("6000")});
+        ASSERT_TRUE(p.waitForFinished(10000));
+    }
+    const QStringList connection = connectionFrames();
+    SimProcess& w = sim(QStringLiteral("windows"));
+    SimProcess& c = sim(QStringLiteral("cli"));
+    ASSERT_TRUE(w.running() && c.running());
+    int before = 0;
+    throughWindows(w, [&] {
+        before = int(w.frames().size());
+        scripted->paths = {image};
+        ui::ldr().show();
+        QTest::mouseClick(ui::ldr().cmdStart, Qt::LeftButton);
+        EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.84"));
+    });
+    const CliResult r = throughCli(c, {QStringLiteral("load"), image});
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    const QStringList cli = c.frames();
+    ASSERT_EQ(cli.mid(0, connection.size()), connection);
+    const QStringList job = cli.mid(connection.size());
+    EXPECT_GT(job.size(), 6);
+    EXPECT_EQ(w.frames().mid(before), job);
+    // The working list, the same file in both folders.
+    EXPECT_EQ(read(cliFile(QStringLiteral("filelist.frl"))),
+              readHomeFile(QStringLiteral("filelist.frl")));
+    EXPECT_FALSE(read(cliFile(QStringLiteral("filelist.frl"))).isEmpty());
 }
 
 } // namespace
