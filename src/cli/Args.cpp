@@ -35,7 +35,7 @@ QStringList CommandNames() {
     return {QStringLiteral("ports"),   QStringLiteral("info"),    QStringLiteral("get"),
             QStringLiteral("set"),     QStringLiteral("save"),    QStringLiteral("restore"),
             QStringLiteral("diff"),    QStringLiteral("load"),
-            QStringLiteral("ir"),      QStringLiteral("gamma")};
+            QStringLiteral("console"), QStringLiteral("ir"),      QStringLiteral("gamma")};
 }
 
 QString NamedValue(const Options& o, const QString& name) {

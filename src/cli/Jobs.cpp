@@ -324,6 +324,7 @@ int RunCommand(const Options& o) {
     if (c == QLatin1String("save")) return saveJob(o);
     if (c == QLatin1String("restore")) return restoreJob(o);
     if (c == QLatin1String("diff")) return diffJob(o);
+    if (c == QLatin1String("console")) return ConsoleJob(o);
     return rep().fail(kUsage, QStringLiteral("unknown command ") + c);
 }
 

@@ -65,6 +65,11 @@ protected:
     CliResult on(SimProcess& dev, const QStringList& args) {
         return cli(QStringList{QStringLiteral("--port"), dev.path()} + args);
     }
+    bool traceHas(SimProcess& p, const QString& text) {
+        for (const QString& l : p.trace())
+            if (l.contains(text)) return true;
+        return false;
+    }
     QStringList hostFrames(SimProcess& dev) {
         QStringList out;
         for (const QString& f : dev.frames())
@@ -333,6 +338,60 @@ TEST_F(CliEndToEnd, IrCodeOfACommandValueAndOfARemoteKey) {
               4);
 }
 
+TEST_F(CliEndToEnd, ConsoleSendsEachLineAndShowsTheDebuggersAnswers) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    QProcess p;
+    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("console")});
+    p.write("ver\nmodel\n");
+    p.closeWriteChannel();
+    const CliResult r = Finish(p);
+    ASSERT_EQ(r.exit, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.startsWith("Vorix debugger, firmware 1.24\r\n>")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(">ver\r\n1.24\r\n>")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(">model\r\nVorix Gorda\r\n>")) << r.out.toStdString();
+    // Opened with "debug" and closed again, as the window's ON and Exit do.
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("debugger on")));
+    EXPECT_TRUE(traceHas(dev, QStringLiteral("debugger off")));
+    EXPECT_EQ(on(dev, {QStringLiteral("console"), QStringLiteral("now")}).exit, 2);
+}
+
+TEST_F(CliEndToEnd, GammaMakeAndExportWriteTheToolsFiles) {
+    const QString gma = homeFile(QStringLiteral("tv.gma"));
+    const CliResult made = cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
+                                QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("2.2"), gma});
+    ASSERT_EQ(made.exit, 0) << made.err.toStdString();
+    EXPECT_EQ(made.lines(), QStringList{QStringLiteral("Wrote ") + gma + QStringLiteral(" (gamma 2.2)")});
+    const QByteArray bytes = readHomeFile(QStringLiteral("tv.gma"));
+    EXPECT_TRUE(bytes.startsWith("Scalar Gamma=2.2\r\n")) << bytes.left(80).toStdString();
+    EXPECT_TRUE(bytes.contains("UseRefData=0"));
+    const QString cube = homeFile(QStringLiteral("tv.cube"));
+    const CliResult exported = cli({QStringLiteral("--json"), QStringLiteral("gamma"),
+                                    QStringLiteral("export"), gma, cube});
+    ASSERT_EQ(exported.exit, 0) << exported.err.toStdString();
+    EXPECT_EQ(exported.objects().value(0).value(QStringLiteral("file")).toString(), cube);
+    const QByteArray lut = readHomeFile(QStringLiteral("tv.cube"));
+    EXPECT_TRUE(lut.startsWith("TITLE \"tv\"\nLUT_1D_SIZE 1024\n")) << lut.left(80).toStdString();
+    EXPECT_EQ(lut.count('\n'), 4 + 1024);
+    EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"), gma,
+                   homeFile(QStringLiteral("tv.cal"))}).exit, 0);
+    EXPECT_TRUE(readHomeFile(QStringLiteral("tv.cal")).startsWith("CAL\n"));
+    // A reference file of formulas.
+    writeHomeFile(QStringLiteral("lcd.txt"),
+                  "FunctionRED=X^2.2\r\nFunctionGreen=CopyRed\r\nFunctionBlue=CopyRed\r\n");
+    const CliResult ref = cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
+                               QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("1.0"),
+                               QStringLiteral("--reference"), homeFile(QStringLiteral("lcd.txt")),
+                               homeFile(QStringLiteral("lcd.gma"))});
+    ASSERT_EQ(ref.exit, 0) << ref.err.toStdString();
+    EXPECT_TRUE(readHomeFile(QStringLiteral("lcd.gma")).contains("UseRefData=1"));
+    EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("make"), gma}).exit, 2);
+    EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"), gma,
+                   homeFile(QStringLiteral("x.png"))}).exit, 2);
+    EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"),
+                   homeFile(QStringLiteral("none.gma")), cube}).exit, 4);
+}
+
 class CliLoad : public CliEndToEnd {
 protected:
     QString image(const QString& name, const QString& version, qint64 size) {
@@ -342,11 +401,6 @@ protected:
                               QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
-    }
-    bool traceHas(SimProcess& p, const QString& text) {
-        for (const QString& l : p.trace())
-            if (l.contains(text)) return true;
-        return false;
     }
     // Waits on a state the other processes reach; false when it never comes.
     static bool waitFor(const std::function<bool()>& cond, int limitMs = 120000) {
