@@ -33,6 +33,7 @@ Run runOnce(const QStringList& args) {
     words.push_back(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"));
     for (const QString& a : args) words.push_back(a.toLocal8Bit());
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (QByteArray& w : words) argv.push_back(w.data());
     argv.push_back(nullptr);
     QElapsedTimer t;
