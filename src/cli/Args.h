@@ -1,0 +1,48 @@
+#pragma once
+// The command line of telvo-cli: the common options, the command and its own words. Parsing is
+// pure, so that every usage error can be tested without a device.
+
+#include <QString>
+#include <QStringList>
+
+namespace telvo::cli {
+
+// The exit codes, worst last (a run over several ports ends with the highest).
+enum ExitCode {
+    kDone = 0,
+    kDeviceFailed = 1,
+    kUsage = 2,
+    kNoDevice = 3,
+    kFileError = 4,
+    kStoppedAtPrompt = 5,
+    kInterrupted = 130,
+};
+
+struct Options {
+    QString command;      // "ports", "info", ...; empty with --help or --version alone
+    QStringList words;    // the command's own words (names, files, the ir sub-command...)
+    QStringList ports;    // --port, in the order given
+    QString baud;         // --baud
+    QString home;         // --home
+    QString trace;        // --trace
+    bool json = false;
+    bool quiet = false;
+    bool yes = false;
+    bool help = false;
+    bool version = false;
+    bool probe = false;           // ports --probe
+    bool saveSettings = false;    // load --save-settings
+    bool restoreDefaults = false; // load --restore-defaults
+    bool resume = false;          // load --resume
+    // Gamma's and the IR tool's named values (--source 2.2, --reference FILE, ...).
+    QStringList named;
+    QString error; // set when the line is not usable: the text told with exit code 2
+};
+
+// The commands, as --help lists them.
+QStringList CommandNames();
+Options ParseArguments(const QStringList& args);
+// The value of a command's named option (--source G), empty when absent.
+QString NamedValue(const Options& o, const QString& name);
+
+} // namespace telvo::cli

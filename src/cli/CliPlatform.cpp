@@ -1,0 +1,182 @@
+#include "cli/CliPlatform.h"
+
+#include "app/MajorSubs.h"
+#include "cli/Args.h"
+#include "cli/Report.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QFile>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+#include <csignal>
+
+namespace telvo::cli {
+
+namespace {
+
+volatile std::sig_atomic_t g_interrupted = 0;
+
+extern "C" void onSigint(int) { g_interrupted = 1; }
+
+// The windows whose showing is a wait for an answer only a person can give.
+bool isModalWait(const QObject* o) {
+    static const QStringList names{QStringLiteral("INI"), QStringLiteral("MDL"),
+                                   QStringLiteral("FWR"), QStringLiteral("DG"),
+                                   QStringLiteral("RS"),  QStringLiteral("EX")};
+    return names.contains(o->objectName());
+}
+
+// The words of a status line without its "(Click 'Continue' ...)" tail.
+QString promptText(const QString& label) {
+    QString text = label;
+    const int click = text.indexOf(QLatin1String("(Click"));
+    if (click >= 0) text.truncate(click);
+    return text.simplified();
+}
+
+} // namespace
+
+StopState& Stopped() {
+    static StopState s;
+    return s;
+}
+
+void ClearStopped() { Stopped() = StopState(); }
+
+namespace {
+// The first reason stands: a prompt met while unwinding from Ctrl-C is not the cause.
+void markStop(int code, const QString& text) {
+    StopState& s = Stopped();
+    if (s.code != 0) return;
+    s.code = code;
+    s.text = text;
+}
+} // namespace
+
+void StopJob(int code, const QString& text) {
+    markStop(code, text);
+    try {
+        platform::EndProgram();
+    } catch (const platform::ProgramEnd&) {
+        // Unwound by the routine's next yield, which sees the program ended.
+    }
+}
+
+int CliPlatform::MessageBox(const QString& text, int buttons, const QString&) {
+    const int kind = buttons & 7;
+    Report::instance().note(text);
+    Stopped().told << text;
+    if (kind == platform::vbOKOnly) return platform::vbOK;
+    if (!m_yes) {
+        markStop(kStoppedAtPrompt, text);
+        platform::EndProgram();
+    }
+    return kind == platform::vbYesNo || kind == platform::vbYesNoCancel ? platform::vbYes
+                                                                        : platform::vbOK;
+}
+
+QString CliPlatform::OpenFileDialog(const QString& title, const QString&, const QString&) {
+    if (!paths.empty()) {
+        QString p = paths.front();
+        paths.pop_front();
+        return p;
+    }
+    markStop(kStoppedAtPrompt, title);
+    platform::EndProgram();
+}
+
+QString CliPlatform::SaveFileDialog(const QString& title, const QString& dir,
+                                    const QString& filter) {
+    return OpenFileDialog(title, dir, filter);
+}
+
+void CliPlatform::HideEverything() {
+    for (QWidget* w : QApplication::topLevelWidgets()) w->hide();
+}
+
+PromptWatcher::PromptWatcher(bool yes) : m_yes(yes) {}
+
+bool PromptWatcher::eventFilter(QObject* watched, QEvent* e) {
+    // ShowToParent comes with show() even while the window around the button stays hidden.
+    if (e->type() == QEvent::ShowToParent &&
+        watched->objectName() == QLatin1String("cmdContinue")) {
+        auto* button = static_cast<QWidget*>(watched);
+        QTimer::singleShot(0, this, [this, button] { answer(button); });
+    } else if (e->type() == QEvent::Show && isModalWait(watched) &&
+               static_cast<QWidget*>(watched)->isWindow()) {
+        const QString title = static_cast<QWidget*>(watched)->windowTitle();
+        QTimer::singleShot(0, this, [title] {
+            StopJob(kStoppedAtPrompt, QStringLiteral("the window \"") + title +
+                                          QStringLiteral("\" waits for an answer"));
+        });
+    }
+    return false;
+}
+
+void PromptWatcher::answer(QWidget* button) {
+    if (button->isHidden()) return;
+    QWidget* window = button->window();
+    auto* label = window->findChild<QLabel*>(QStringLiteral("lblMessage"));
+    auto* cancel = window->findChild<QPushButton*>(QStringLiteral("cmdCancel"));
+    const QString text = promptText(label ? label->text() : QString());
+    const bool choice = cancel && !cancel->isHidden();
+    if (choice && !m_yes) {
+        StopJob(kStoppedAtPrompt, text);
+        return;
+    }
+    Report::instance().note(text);
+    Stopped().told << text;
+    static_cast<QPushButton*>(button)->click();
+}
+
+Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
+    : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile), m_progress(progress) {
+    std::signal(SIGINT, onSigint);
+    connect(m_timer, &QTimer::timeout, this, &Heartbeat::beat);
+    m_timer->start(50);
+}
+
+Heartbeat::~Heartbeat() {
+    beat();
+    if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
+    std::signal(SIGINT, SIG_DFL);
+}
+
+void Heartbeat::beat() {
+    if (g_interrupted) {
+        g_interrupted = 0;
+        StopJob(kInterrupted, QStringLiteral("interrupted"));
+    }
+    if (m_progress) {
+        const QString line = JobProgress();
+        if (line != m_shown) {
+            // Redrawn in place; a finished bar keeps its line.
+            if (!line.isEmpty()) Err(QStringLiteral("\r\x1b[K") + line);
+            else if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
+            m_shown = line;
+        }
+    }
+    if (m_trace.isEmpty()) return;
+    QFile log(ui::LogFilePath());
+    if (!log.open(QIODevice::ReadOnly)) {
+        m_offset = 0;
+        return;
+    }
+    // The log starts afresh with each run: follow it from its start.
+    if (log.size() < m_offset) m_offset = 0;
+    log.seek(m_offset);
+    const QByteArray fresh = log.readAll();
+    m_offset += fresh.size();
+    if (fresh.isEmpty()) return;
+    if (m_trace == QLatin1String("-")) {
+        Err(QString::fromUtf8(fresh).remove(QLatin1Char('\r')));
+        return;
+    }
+    QFile out(m_trace);
+    if (out.open(QIODevice::Append)) out.write(fresh);
+}
+
+} // namespace telvo::cli

@@ -1,0 +1,41 @@
+#pragma once
+// What telvo-cli tells: results on standard output (text, or one JSON object each), failures
+// and prompts on standard error, and the worst exit code of the run.
+
+#include "cli/Args.h"
+
+#include <QJsonObject>
+#include <QString>
+
+namespace telvo::cli {
+
+class Report {
+public:
+    static Report& instance();
+
+    void setOptions(const Options& o) { m_opts = o; }
+    const Options& options() const { return m_opts; }
+    // The port the job runs on, named in every result ("" before one is chosen).
+    void setPort(const QString& port) { m_port = port; }
+    QString port() const { return m_port; }
+
+    // One result: `text` for a person, `fields` for a script (the command and port are added).
+    void result(const QString& text, QJsonObject fields);
+    // A failure of the job: its text on standard error (and as a JSON object), the code kept.
+    int fail(int code, const QString& text);
+    // A remark on standard error for a person (none with --quiet).
+    void note(const QString& text);
+    void keep(int code);
+    int exitCode() const { return m_exit; }
+
+private:
+    Options m_opts;
+    QString m_port;
+    int m_exit = kDone;
+};
+
+// Writes to standard output / error at once (the run may end by a signal).
+void Out(const QString& text);
+void Err(const QString& text);
+
+} // namespace telvo::cli

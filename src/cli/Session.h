@@ -1,0 +1,23 @@
+#pragma once
+// One device's run: the start-up's steps up to the connection (as the main window's start-up
+// takes them, with the windows hidden), then the job.
+
+#include "cli/Args.h"
+
+#include <QString>
+
+namespace telvo::cli {
+
+// The port as the routines name it: "COMn". A path becomes a one-entry port list (COM1).
+// Empty `port`: the ports of TELVO_PORTS / the platform and Telvo.ini's Port, as the program.
+QString UsePort(const QString& port);
+
+// Reads Telvo.ini and sets the hidden windows up as the start-up does; a code on failure.
+int PrepareRun(const Options& o, const QString& com);
+// Finds and powers up the device; kNoDevice when there is none.
+int Connect();
+
+// The job on one device (or none, for the jobs without one); returns its exit code.
+int RunJob(const Options& o, const QString& port);
+
+} // namespace telvo::cli
