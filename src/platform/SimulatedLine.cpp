@@ -123,8 +123,11 @@ void SimulatedLine::pumpTx() {
     // Next: the byte on the wire arrives, or the next one starts. The program's count reaches 0
     // as the last queued byte starts, a moment the program waits on: always a wake-up.
     qint64 due = m_txLineFreeUs;
-    if (starting)
-        due = batchedDue(due, m_txLineFreeUs + qint64(m_tx.size() - 1) * byteTimeUs(m_settings.baud));
+    if (starting) {
+        const qint64 lastStarts =
+            m_txLineFreeUs + qint64(m_tx.size() - 1) * byteTimeUs(m_settings.baud);
+        due = batchedDue(due, lastStarts);
+    }
     m_txEvent = clock.schedule(due, [this] {
         m_txEvent = 0;
         runTx();
