@@ -60,7 +60,7 @@ void benchExchange() {
     const double cpu = cpuSeconds() - cpu0;
     const double rate = n / seconds;
     std::printf("exchange over SimulatedLine @19200: %d of %d answered, %.1f exchanges/s, line "
-                "limit %.1f/s (%d+%d bytes), ratio %.3f\n",
+                "limit %.1f/s (%d+%d bytes), ratio %.3f (goal >= 0.95)\n",
                 answered, n, rate, lineLimit, int(query.size()), int(reply.size()),
                 rate / lineLimit);
     std::printf("CPU time per exchange: %.3f ms (%.1f%% of the exchange's wall time)\n",

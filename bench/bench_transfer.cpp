@@ -23,7 +23,6 @@ using telvo::platform::SimulatedLine;
 
 namespace {
 
-constexpr int kBaud = 57600;
 constexpr qint64 kImageSize = 200LL * 1024;
 
 bool runUntil(const std::function<bool()>& cond, qint64 limitUs) {
@@ -39,9 +38,9 @@ struct Result {
     double realSeconds = 0;
 };
 
-Result transfer(int pageSize, qint64 pageWriteUs) {
+Result transfer(int baud, int pageSize, qint64 pageWriteUs) {
     DeviceOptions o;
-    o.baud = kBaud;
+    o.baud = baud;
     o.pageSize = pageSize;
     o.pageWriteUs = pageWriteUs;
     DevicePeer peer(std::make_unique<Device>(QStringList{}, o, Clock::instance().nowUs()));
@@ -54,7 +53,7 @@ Result transfer(int pageSize, qint64 pageWriteUs) {
             ++r.ctsDrops;
     });
     QString error;
-    line.open(LineSettings{kBaud, Handshake::Rts}, &error);
+    line.open(LineSettings{baud, Handshake::Rts}, &error);
     line.write(QByteArray("\x02"
                           "3005AD\0"
                           "1\0\x03",
@@ -79,7 +78,7 @@ Result transfer(int pageSize, qint64 pageWriteUs) {
     const qint64 verdict = clock.nowUs() - t0;
     r.realSeconds = double(wall.nsecsElapsed()) / 1e9;
 
-    const double capacity = kBaud / 10.0; // bytes a second at 8N1
+    const double capacity = baud / 10.0; // bytes a second at 8N1
     r.whole = peer.device().loader().stats().accepted == 1 &&
               peer.device().loader().stats().bytes == image.size();
     r.virtualSeconds = double(moved) / 1e6;
@@ -94,22 +93,25 @@ Result transfer(int pageSize, qint64 pageWriteUs) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     Clock::instance().setVirtual(true);
-    std::printf("bench_transfer: %lld-byte image, 100-byte blocks, %d baud 8N1, virtual clock\n",
-                kImageSize, kBaud);
-    std::printf("%-22s %10s %12s %12s %10s %8s %10s\n", "loader pages", "virtual s", "utilisation",
-                "to verdict", "CTS drops", "whole", "real s");
+    std::printf("bench_transfer: %lld-byte image, 100-byte blocks, 8N1, virtual clock\n",
+                kImageSize);
+    std::printf("%-8s %-18s %10s %12s %12s %10s %8s %10s\n", "baud", "loader pages", "virtual s",
+                "utilisation", "to verdict", "CTS drops", "whole", "real s");
     bool allWhole = true;
     struct Case {
+        int baud;
         int page;
         qint64 writeUs;
     };
-    for (const Case c :
-         {Case{1024, 12'000}, Case{1024, 0}, Case{256, 12'000}, Case{4096, 50'000}}) {
-        const Result r = transfer(c.page, c.writeUs);
+    for (const Case c : {Case{57600, 1024, 12'000}, Case{57600, 1024, 0}, Case{57600, 256, 12'000},
+                         Case{57600, 4096, 50'000}, Case{115200, 1024, 12'000},
+                         Case{115200, 1024, 0}}) {
+        const Result r = transfer(c.baud, c.page, c.writeUs);
         allWhole = allWhole && r.whole;
         char label[32];
         std::snprintf(label, sizeof label, "%d B / %lld ms", c.page, c.writeUs / 1000);
-        std::printf("%-22s %10.2f %12.3f %12.3f %10d %8s %10.2f\n", label, r.virtualSeconds,
+        std::printf("%-8d %-18s %10.2f %12.3f %12.3f %10d %8s %10.2f\n", c.baud, label,
+                    r.virtualSeconds,
                     r.utilisation, r.toVerdictUtilisation, r.ctsDrops, r.whole ? "yes" : "NO",
                     r.realSeconds);
     }

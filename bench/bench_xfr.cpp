@@ -15,6 +15,7 @@
 #include "link/Driver.h"
 #include "link/Navigate.h"
 #include "platform/Clock.h"
+#include "platform/DoEvents.h"
 #include "platform/Platform.h"
 #include "platform/PortMap.h"
 #include "platform/SimulatedLine.h"
@@ -85,12 +86,15 @@ Result run(const QString& home, int baud, qint64 size, bool virtualClock) {
     const double cpu0 = cpuSeconds();
     const qint64 t0 = clock.nowUs();
     const qint16 code = ui::XfrOneFile();
-    // The transfer ends when the last block has drained into the line; its pause of 250 ms
-    // before the first block is set-up, not transfer.
+    // The transfer ends when the device holds the last byte (the program's count reaches 0 as
+    // that byte starts, ten bit times earlier); the pause of 250 ms before the first block is
+    // set-up, not transfer.
+    const vorix::sim::Device& d = peer->device();
+    while (code == 0 && d.loader().stats().bytes < size && clock.nowUs() - t0 < 600'000'000)
+        platform::DoEvents();
     const double seconds = double(clock.nowUs() - t0) / 1e6 - 0.25;
     const double cpu = cpuSeconds() - cpu0;
     const double wallS = double(wall.nsecsElapsed()) / 1e9;
-    const vorix::sim::Device& d = peer->device();
     const qint64 pages = (size + o.pageSize - 1) / o.pageSize;
     r.floor = double(size) * double(platform::SimulatedLine::byteTimeUs(baud)) / 1e6 +
               double(pages - 1) * double(o.pageWriteUs) / 1e6;

@@ -58,6 +58,9 @@ void DevicePeer::sync() {
 }
 
 void DevicePeer::wake() {
+    // What the device does at this alarm (CTS back after a page, a reply falling due) happens at
+    // the alarm's time, however late the program's clock woke.
+    const Clock::At due(m_wakeAtUs);
     m_wake = 0;
     m_wakeAtUs = -1;
     sync();

@@ -1,11 +1,25 @@
 #include "platform/Clock.h"
 
+#include <QAbstractEventDispatcher>
+#include <QSocketNotifier>
+#include <algorithm>
+#include <utility>
+
+#ifdef Q_OS_LINUX
+#include <sys/timerfd.h>
+#include <unistd.h>
+#endif
+
 namespace telvo::platform {
 
 Clock& Clock::instance() {
     static Clock* clock = new Clock; // lives for the run, like the program's timers
     return *clock;
 }
+
+Clock::At::At(qint64 us) : m_saved(std::exchange(instance().m_atUs, us)) {}
+
+Clock::At::~At() { instance().m_atUs = m_saved; }
 
 Clock::Clock() {
     m_wall.start();
@@ -19,18 +33,27 @@ Clock::Clock() {
 
 void Clock::setVirtual(bool on) {
     if (on == m_virtual) return;
-    const qint64 now = nowUs();
+    const qint64 now = readUs();
     m_virtual = on;
     if (on) {
         m_virtualNowUs = now;
         m_wake.stop();
+        m_armedUs = kRealTime;
+#ifdef Q_OS_LINUX
+        if (m_timerFd >= 0) {
+            const itimerspec off{};
+            ::timerfd_settime(m_timerFd, 0, &off, nullptr);
+        }
+#endif
     } else {
         m_wallOffsetUs = now - m_wall.nsecsElapsed() / 1000;
         rearm();
     }
 }
 
-qint64 Clock::nowUs() const {
+qint64 Clock::nowUs() const { return m_atUs != kRealTime ? m_atUs : readUs(); }
+
+qint64 Clock::readUs() const {
     if (m_virtual) return m_virtualNowUs;
     return m_wall.nsecsElapsed() / 1000 + m_wallOffsetUs;
 }
@@ -63,6 +86,7 @@ qint64 Clock::nextDueUs() const {
 }
 
 int Clock::fireDue() {
+    const At real(kRealTime);
     int ran = 0;
     const qint64 now = nowUs();
     while (!m_events.empty() && m_events.begin()->first.first <= now) {
@@ -102,16 +126,59 @@ void Clock::advanceBy(qint64 us) {
     m_virtualNowUs = target;
 }
 
+void Clock::woken() {
+    m_armedUs = kRealTime;
+    fireDue();
+    rearm();
+}
+
+// The timer file needs the thread's event dispatcher, which exists once the application does.
+bool Clock::preciseWake() {
+#ifdef Q_OS_LINUX
+    if (m_notifier) return true;
+    if (m_timerFd == -2 || !QAbstractEventDispatcher::instance()) return false;
+    m_timerFd = ::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    if (m_timerFd < 0) {
+        m_timerFd = -2;
+        return false;
+    }
+    m_notifier = new QSocketNotifier(qintptr(m_timerFd), QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, [this] {
+        quint64 expirations = 0;
+        (void)!::read(m_timerFd, &expirations, sizeof expirations);
+        woken();
+    });
+    return true;
+#else
+    return false;
+#endif
+}
+
 void Clock::rearm() {
     if (m_virtual) return;
-    if (m_events.empty()) {
+    const qint64 due = m_events.empty() ? kRealTime : m_events.begin()->first.first;
+    const qint64 delayUs = due == kRealTime ? 0 : std::max<qint64>(due - readUs(), 0);
+#ifdef Q_OS_LINUX
+    if (preciseWake()) {
+        // One system call per change of the earliest event, not per event scheduled.
+        if (due == m_armedUs) return;
+        m_armedUs = due;
+        itimerspec when{};
+        if (due != kRealTime) {
+            // A zero time would disarm the timer: "now" is one nanosecond from now.
+            when.it_value.tv_sec = time_t(delayUs / 1'000'000);
+            when.it_value.tv_nsec = long(delayUs % 1'000'000) * 1000 + 1;
+        }
+        ::timerfd_settime(m_timerFd, 0, &when, nullptr);
+        return;
+    }
+#endif
+    if (due == kRealTime) {
         m_wake.stop();
         return;
     }
-    const qint64 delayUs = m_events.begin()->first.first - nowUs();
     // QTimer counts in milliseconds; round up so that the event is due when the timer fires.
-    const int ms = delayUs <= 0 ? 0 : int((delayUs + 999) / 1000);
-    m_wake.start(ms);
+    m_wake.start(int((delayUs + 999) / 1000));
 }
 
 } // namespace telvo::platform

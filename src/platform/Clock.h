@@ -9,6 +9,8 @@
 #include <functional>
 #include <map>
 
+class QSocketNotifier;
+
 namespace telvo::platform {
 
 class Clock : public QObject {
@@ -18,6 +20,22 @@ public:
     using Id = quint64;
 
     static Clock& instance();
+
+    // While an `At` lives, nowUs() reads the moment it names: what the in-process line hands on
+    // late (a wake-up is never exactly on time) happens at the time it was due, so the device's
+    // answers and CTS keep their exact times. `kRealTime` reads the clock itself again (every
+    // yield does, so that no wait nested inside sees a frozen time).
+    static constexpr qint64 kRealTime = -1;
+    class At {
+    public:
+        explicit At(qint64 us);
+        ~At();
+        At(const At&) = delete;
+        At& operator=(const At&) = delete;
+
+    private:
+        qint64 m_saved;
+    };
 
     // Switches between the wall clock and a virtual clock starting at 0. Pending events are kept.
     void setVirtual(bool on);
@@ -47,6 +65,9 @@ public:
 private:
     Clock();
     void rearm();
+    qint64 readUs() const;
+    bool preciseWake();
+    void woken();
 
     bool m_virtual = false;
     qint64 m_virtualNowUs = 0;
@@ -56,7 +77,13 @@ private:
     // Ordered by due time, then by scheduling order, so equal times run first come first served.
     std::multimap<std::pair<qint64, Id>, Callback> m_events;
     std::map<Id, std::pair<qint64, Id>> m_index;
+    qint64 m_atUs = kRealTime;
+    // The wake-up on the wall clock: a timer file to the microsecond where the system has one
+    // (QTimer counts whole milliseconds, a third of a block at 115200), else a precise QTimer.
     QTimer m_wake;
+    int m_timerFd = -1;
+    QSocketNotifier* m_notifier = nullptr;
+    qint64 m_armedUs = kRealTime;
 };
 
 } // namespace telvo::platform

@@ -29,6 +29,7 @@ QTimer& heartbeat() {
 void DoEvents() {
     heartbeat();
     Clock& clock = Clock::instance();
+    const Clock::At real(Clock::kRealTime);
     QCoreApplication::processEvents(QEventLoop::AllEvents);
     int fired = clock.fireDue();
     if (!fired) {
@@ -46,6 +47,7 @@ void DoEvents() {
 }
 
 void DoEventsOnce() {
+    const Clock::At real(Clock::kRealTime);
     QCoreApplication::processEvents(QEventLoop::AllEvents);
     Clock::instance().fireDue();
     ThrowIfEnded();

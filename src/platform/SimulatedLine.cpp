@@ -1,8 +1,18 @@
 #include "platform/SimulatedLine.h"
 
+#include <QScopeGuard>
 #include <algorithm>
 
 namespace telvo::platform {
+
+namespace {
+
+// On the wall clock, the most one wake-up carries: each byte still reaches the far end stamped
+// with its own time, so this only spares the program a wake-up per byte (11,520 a second at
+// 115200), and never delays a moment the program waits on.
+constexpr qint64 kBatchUs = 2000;
+
+} // namespace
 
 SimulatedLine::SimulatedLine(LinePeer* peer) { setPeer(peer); }
 
@@ -31,6 +41,7 @@ void SimulatedLine::close() {
     m_open = false;
     // Closing a port discards what it had not yet sent and what it had not yet read.
     m_tx.clear();
+    m_wireBusy = false;
     m_rx.clear();
     Clock::instance().cancel(m_txEvent);
     m_txEvent = 0;
@@ -76,15 +87,25 @@ QByteArray SimulatedLine::noiseFor(const QByteArray& bytes) {
 qint64 SimulatedLine::write(const QByteArray& bytes) {
     if (!m_open) return -1;
     m_wire.append(bytes);
+    // An idle line starts the first byte now; on a busy one it follows the last.
+    if (!m_wireBusy && m_tx.empty())
+        m_txLineFreeUs = std::max(m_txLineFreeUs, Clock::instance().nowUs());
     for (char c : bytes) m_tx.push_back(c);
     pumpTx();
     return bytes.size();
 }
 
+qint64 SimulatedLine::batchedDue(qint64 nextUs, qint64 lastUs) {
+    const Clock& clock = Clock::instance();
+    if (clock.isVirtual()) return nextUs;
+    return std::min(lastUs, std::max(nextUs, clock.nowUs() + kBatchUs));
+}
+
 void SimulatedLine::pumpTx() {
-    if (m_txEvent || m_tx.empty() || flowStopped()) return;
+    if (m_txEvent || m_inTxRun) return;
     Clock& clock = Clock::instance();
     if (!m_pacing) {
+        if (m_tx.empty() || flowStopped()) return;
         QByteArray chunk;
         for (char c : m_tx) chunk.append(c);
         m_tx.clear();
@@ -97,28 +118,54 @@ void SimulatedLine::pumpTx() {
         });
         return;
     }
-    // One byte at a time at the program's rate, so that CTS stops the flow between bytes. The
-    // bytes keep their own timetable: an event that fires late (the wall clock counts timers in
-    // whole milliseconds) delivers every byte whose time has come, so the pace stays exact.
-    const qint64 bt = byteTimeUs(m_settings.baud);
-    m_txLineFreeUs = std::max(m_txLineFreeUs, clock.nowUs());
-    m_txEvent = clock.schedule(m_txLineFreeUs + bt, [this, bt] {
+    const bool starting = !m_tx.empty() && !flowStopped();
+    if (!m_wireBusy && !starting) return;
+    // Next: the byte on the wire arrives, or the next one starts. The program's count reaches 0
+    // as the last queued byte starts, a moment the program waits on: always a wake-up.
+    qint64 due = m_txLineFreeUs;
+    if (starting) {
+        const qint64 lastStarts =
+            m_txLineFreeUs + qint64(m_tx.size() - 1) * byteTimeUs(m_settings.baud);
+        due = batchedDue(due, lastStarts);
+    }
+    m_txEvent = clock.schedule(due, [this] {
         m_txEvent = 0;
-        const qint64 now = Clock::instance().nowUs();
-        while (!m_tx.empty() && !flowStopped() && m_txLineFreeUs + bt <= now) {
-            m_txLineFreeUs += bt;
-            QByteArray one(1, m_tx.front());
-            m_tx.pop_front();
-            if (!m_cut && m_peer) {
-                ++m_bytesToPeer;
-                m_peer->bytesArrived(peerBaud() == m_settings.baud ? one : noiseFor(one));
-            }
-        }
-        pumpTx();
+        runTx();
     });
 }
 
+void SimulatedLine::runTx() {
+    const qint64 now = Clock::instance().nowUs();
+    const qint64 bt = byteTimeUs(m_settings.baud);
+    m_inTxRun = true;
+    const auto done = qScopeGuard([this] { m_inTxRun = false; });
+    // The bytes keep their own timetable however late the event: each arrives stamped with its
+    // time, and the next starts as it arrives unless the device dropped CTS on it.
+    for (;;) {
+        if (m_wireBusy) {
+            if (m_txLineFreeUs > now) break;
+            m_wireBusy = false;
+            if (!m_cut && m_peer) {
+                ++m_bytesToPeer;
+                const QByteArray one(1, m_onWire);
+                const Clock::At arrival(m_txLineFreeUs);
+                m_peer->bytesArrived(peerBaud() == m_settings.baud ? one : noiseFor(one));
+            }
+        }
+        if (m_tx.empty() || flowStopped() || m_txLineFreeUs > now) break;
+        m_onWire = m_tx.front();
+        m_tx.pop_front();
+        m_wireBusy = true;
+        m_txLineFreeUs += bt;
+    }
+    m_inTxRun = false;
+    pumpTx();
+}
+
 void SimulatedLine::peerSend(const QByteArray& bytes) {
+    // An idle line starts now (the device's own time when it speaks from a stamped moment).
+    if (m_fromPeer.empty())
+        m_rxLineFreeUs = std::max(m_rxLineFreeUs, Clock::instance().nowUs());
     for (char c : bytes) m_fromPeer.push_back(c);
     pumpRx();
 }
@@ -128,8 +175,10 @@ void SimulatedLine::pumpRx() {
     Clock& clock = Clock::instance();
     const int sendBaud = peerTxBaud();
     const qint64 bt = m_pacing ? byteTimeUs(sendBaud) : 0;
-    m_rxLineFreeUs = std::max(m_rxLineFreeUs, clock.nowUs());
-    m_rxEvent = clock.schedule(m_rxLineFreeUs + bt, [this, bt, sendBaud] {
+    // The last byte of what the device said (a reply's ETX) is always a wake-up of its own.
+    const qint64 due =
+        batchedDue(m_rxLineFreeUs + bt, m_rxLineFreeUs + qint64(m_fromPeer.size()) * bt);
+    m_rxEvent = clock.schedule(due, [this, bt, sendBaud] {
         m_rxEvent = 0;
         const qint64 now = Clock::instance().nowUs();
         QByteArray chunk;
@@ -161,6 +210,8 @@ void SimulatedLine::peerSetCts(bool cts) {
     if (m_cut) cts = false;
     if (cts == m_cts) return;
     m_cts = cts;
+    // The line resumes from the moment CTS came back (stamped when the device's alarm ran late).
+    if (cts && !m_wireBusy) m_txLineFreeUs = std::max(m_txLineFreeUs, Clock::instance().nowUs());
     if (m_open) {
         Q_EMIT ctsChanged();
         pumpTx();

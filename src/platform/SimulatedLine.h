@@ -2,7 +2,8 @@
 // An in-process serial line to a device that lives in software. The line carries bytes at the
 // pace of the rate each end runs at (8N1: ten bit times a byte), honours CTS when the port uses
 // RTS handshaking, counts what has not yet left, and turns bytes sent at a rate the other end
-// is not running at into noise, as a real cable does.
+// is not running at into noise, as a real cable does. The program's end works as a UART: a
+// byte leaves the output count when it starts on the wire and arrives ten bit times later.
 
 #include "platform/Clock.h"
 #include "platform/CommBackend.h"
@@ -69,6 +70,7 @@ public:
     QByteArray readAll() override;
     int bytesAvailable() const override { return int(m_rx.size()); }
     bool cts() const override { return m_cts; }
+    // The bytes that have not yet started on the wire (the one on it is the UART's).
     int outBufferCount() const override { return int(m_tx.size()); }
     void setWriteTimeout(int ms) override { m_writeTimeoutMs = ms; }
     int writeTimeout() const override { return m_writeTimeoutMs; }
@@ -91,7 +93,11 @@ public:
 
 private:
     void pumpTx();
+    void runTx();
     void pumpRx();
+    // On the wall clock a wake-up carries the bytes due since the last one (each stamped with
+    // its own time); this is the earliest of `nextUs` and the later of `lastUs` and now + a batch.
+    static qint64 batchedDue(qint64 nextUs, qint64 lastUs);
     int peerBaud() const;
     int peerTxBaud() const;
     QByteArray noiseFor(const QByteArray& bytes);
@@ -105,11 +111,15 @@ private:
     bool m_cts = true;
     int m_writeTimeoutMs = 0;
     std::deque<char> m_tx;       // written by the program, not yet on the line
+    char m_onWire = 0;           // the byte on its way to the device, when m_wireBusy
+    bool m_wireBusy = false;
+    bool m_inTxRun = false;
     std::deque<char> m_fromPeer; // sent by the device, not yet on the line
     QByteArray m_rx;             // arrived at the program, not yet read
     QByteArray m_wire;
     qint64 m_bytesToPeer = 0;
-    qint64 m_txLineFreeUs = 0; // when the line out of the program finishes its last byte
+    // When the byte on the wire out of the program arrives; with none on it, when the next starts.
+    qint64 m_txLineFreeUs = 0;
     qint64 m_rxLineFreeUs = 0;
     Clock::Id m_txEvent = 0;
     Clock::Id m_rxEvent = 0;

@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <vector>
 
 using namespace telvo::platform;
 
@@ -200,6 +201,92 @@ TEST_F(Platform, SimulatedLinePacesBytesAtTenBitTimes) {
     EXPECT_EQ(p1.OutBufferCount(), 0);
     p1.setPortOpen(false);
     PortMap::instance().setPorts({});
+}
+
+// The far end of a line that notes the clock's time at each byte it receives.
+class StampingPeer : public LinePeer {
+public:
+    void bytesArrived(const QByteArray& bytes) override {
+        for (qsizetype i = 0; i < bytes.size(); ++i) times.push_back(Clock::instance().nowUs());
+    }
+    std::vector<qint64> times;
+};
+
+// A line at `baud` to a stamping peer, opened at `start`.
+struct StampedLine {
+    StampedLine(int baud, Handshake handshake) : bt(SimulatedLine::byteTimeUs(baud)) {
+        line.open(LineSettings{baud, handshake}, nullptr);
+    }
+    ~StampedLine() { line.close(); }
+    StampingPeer peer;
+    SimulatedLine line{&peer};
+    qint64 bt;
+    qint64 start = Clock::instance().nowUs();
+};
+
+TEST_F(Platform, SimulatedLineCountsAByteAsSentWhenItStarts) {
+    StampedLine l(19200, Handshake::None);
+    Clock& c = Clock::instance();
+    l.line.write(QByteArray(3, 'x'));
+    EXPECT_EQ(l.line.outBufferCount(), 3);
+    c.advanceBy(0); // the first byte goes onto the wire: the UART holds it, the count does not
+    EXPECT_EQ(l.line.outBufferCount(), 2);
+    EXPECT_TRUE(l.peer.times.empty());
+    c.advanceBy(l.bt);
+    EXPECT_EQ(l.line.outBufferCount(), 1);
+    EXPECT_EQ(l.peer.times, std::vector<qint64>{l.start + l.bt});
+    c.advanceBy(l.bt);
+    EXPECT_EQ(l.line.outBufferCount(), 0); // the last byte is on its way
+    EXPECT_EQ(l.peer.times.size(), 2u);
+    c.advanceBy(l.bt);
+    EXPECT_EQ(l.peer.times,
+              (std::vector<qint64>{l.start + l.bt, l.start + 2 * l.bt, l.start + 3 * l.bt}));
+}
+
+TEST_F(Platform, ABlockWrittenWithinAByteOfTheDrainFollowsWithoutAGap) {
+    StampedLine l(57600, Handshake::Rts);
+    Clock& c = Clock::instance();
+    l.line.write(QByteArray(100, 'a'));
+    ASSERT_TRUE(c.runUntil([&] { return l.line.outBufferCount() == 0; }, 1'000'000));
+    EXPECT_EQ(c.nowUs(), l.start + 99 * l.bt);
+    // A program that wakes half a byte late still finds the last byte on the wire.
+    c.advanceBy(l.bt / 2);
+    l.line.write(QByteArray(100, 'b'));
+    ASSERT_TRUE(c.runUntil([&] { return l.peer.times.size() == 200; }, 1'000'000));
+    EXPECT_EQ(l.peer.times.back(), l.start + 200 * l.bt);
+}
+
+TEST_F(Platform, OnTheWallClockEachByteArrivesStampedWithItsOwnTime) {
+    Clock& c = Clock::instance();
+    c.setVirtual(false);
+    std::vector<qint64> times;
+    qint64 bt = 0;
+    {
+        StampedLine l(115200, Handshake::None);
+        bt = l.bt;
+        l.line.write(QByteArray(300, 'z'));
+        while (l.peer.times.size() < 300) DoEvents();
+        times = l.peer.times;
+    }
+    c.setVirtual(true);
+    // However late each wake-up came, the bytes keep the line's timetable.
+    for (size_t i = 1; i < times.size(); ++i)
+        ASSERT_EQ(times[i] - times[i - 1], bt) << "byte " << i;
+}
+
+TEST_F(Platform, ClockAtNamesItsMomentUntilAYieldReadsTheClock) {
+    Clock& c = Clock::instance();
+    const qint64 now = c.nowUs();
+    qint64 inside = -1;
+    {
+        const Clock::At at(now - 500);
+        EXPECT_EQ(c.nowUs(), now - 500);
+        c.scheduleIn(0, [&] { inside = c.nowUs(); }); // due 500 us ago: runs at the next yield
+        DoEventsOnce();
+        EXPECT_EQ(c.nowUs(), now - 500);
+    }
+    EXPECT_EQ(inside, now);
+    EXPECT_EQ(c.nowUs(), now);
 }
 
 TEST_F(Platform, SimulatedLineHoldsOutputWhileCtsIsLow) {
