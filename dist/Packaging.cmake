@@ -16,6 +16,8 @@ The package also holds vorix-sim, an emulator of the device on a
 pseudo-terminal. Serial ports need membership of the dialout group; see
 /usr/share/doc/telvo/README.Debian.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+# A Debian revision: the package is not native, so its changelog is changelog.Debian.gz.
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)

@@ -6,6 +6,8 @@
 
 #include "SimProcess.h"
 #include "app/Main.h"
+#include "link/Driver.h"
+#include "link/zSCL.h"
 #include "settings/SCL.h"
 #include "platform/SystemPorts.h"
 
@@ -86,6 +88,42 @@ TEST_F(MachinePorts, SearchFindsTheDeviceOnTheSecondMachinePortAndLogsItsDeviceF
     EXPECT_EQ(ui::scl().lstPort->itemData(2, Qt::ToolTipRole).toString(),
               m_sim->path() + QStringLiteral(": Vorix Sim Adapter, serial 0042 "
                                              "[usb-Vorix_Sim_Adapter_0042-if00-port0]"));
+}
+
+TEST_F(MachinePorts, AdapterBackUnderAnotherDeviceFileIsReopenedThroughItsByIdName) {
+    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+    initControls();
+    const QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
+    SimProcess before(home(), QStringLiteral("before"), args);
+    SimProcess after(home(), QStringLiteral("after"), args);
+    ASSERT_TRUE(before.running() && after.running());
+    const QString link = byId(QStringLiteral("usb-Vorix_Sim_Adapter_0042-if00-port0"), before.path());
+    platform::SystemPort adapter;
+    adapter.path = before.path();
+    adapter.byId = link;
+    platform::SetPortLister([&adapter] { return QList<platform::SystemPort>{adapter}; });
+    platform::PortMap::instance().loadFromEnvironment();
+    ui::scl().txtPort->setText(QStringLiteral("COM1"));
+    ui::scl().txtCrntSpeed->setText(QStringLiteral("19200"));
+    const QString query = QStringLiteral("host  (STX)2003A1(NUL)(ETX)");
+    const QString answer = QStringLiteral("device  (STX)2105A1(NUL)1(NUL)6D(ETX)");
+
+    ui::ReopenPort();
+    ui::QueryDevice(QStringLiteral("A1"));
+    EXPECT_TRUE(waitUntil([&] { return before.frames().contains(answer); }, 5000));
+
+    // The adapter resets mid-run: the kernel brings it back as another device file and udev
+    // moves its by-id link there; the machine's list says so at the next scan.
+    before.vanish();
+    QFile::remove(link);
+    ASSERT_TRUE(QFile::link(after.path(), link));
+    adapter.path = after.path();
+    platform::PortMap::instance().rescan();
+    ui::ReopenPort();
+    ui::QueryDevice(QStringLiteral("A1"));
+    EXPECT_TRUE(waitUntil([&] { return after.frames().contains(answer); }, 5000));
+    EXPECT_EQ(after.frames().first(), query);
+    EXPECT_EQ(platform::PortMap::instance().defaultPath(1), link);
 }
 
 } // namespace
