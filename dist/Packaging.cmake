@@ -1,13 +1,16 @@
 # The Debian package (make package): dependencies from the binaries, no maintainer scripts.
+# cpack's install step would otherwise build every target (tests and benchmarks) first; the
+# package needs only what its install rules name, which `make package` builds.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME telvo)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR Brackwell)
 set(CPACK_PACKAGE_CONTACT "Telvo support <support@telvo.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "utility for the Vorix line of video scalers")
+# CPack puts the summary on the first line itself; this is the long description only.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"utility for the Vorix line of video scalers
-The Telvo Utility drives a video scaler of the Vorix line over a serial
+"The Telvo Utility drives a video scaler of the Vorix line over a serial
 link: it finds the device on whichever port and speed it sits, reads and
 changes its settings, saves and restores them, and loads firmware. It
 also holds an infrared code tool, a gamma table tool and a support window.
