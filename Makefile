@@ -4,10 +4,11 @@ TEST_BUILD ?= build-test
 JOBS       ?= 2
 DEMO_HOME  ?= $(CURDIR)/demo
 PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-charts-dev libgl-dev \
-              libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth ser2net
+              libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth \
+              desktop-file-utils appstream man-db lintian dpkg-dev file xdotool x11-utils ser2net
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean fuzz sweep
+.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep
 
 all: build
 
@@ -73,6 +74,16 @@ run: demo
 
 bench: build
 	bash tools/run-bench.sh $(BUILD)
+	bash tools/bench-startup.sh $(BUILD)
+
+# The Debian package from the release build: CPack (dependencies by dpkg-shlibdeps), then
+# lintian, then the package unpacked into a temporary root and its telvo --version run.
+package: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build $(BUILD) --target telvo vorix-sim telvo_dist_files -j$(JOBS)
+	rm -f $(BUILD)/telvo_*.deb
+	cd $(BUILD) && cpack -G DEB
+	bash tools/check-package.sh $(BUILD)/telvo_*.deb
 
 clean:
 	rm -rf $(BUILD) $(TEST_BUILD) $(DEMO_HOME)

@@ -10,6 +10,7 @@
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/Platform.h"
+#include "platform/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 
@@ -38,7 +39,10 @@ void EnumeratePorts() {
     f.RefusedReason.clear();
     f.setProblem(QString());
     f.show();
+    // The machine's ports as they stand now: an adapter plugged in since the start counts.
+    platform::PortMap::instance().rescan();
     int count = 0;
+    QStringList devices; // "COM3  /dev/ttyUSB0: maker product", FP's tooltip
     for (int n = 1; n <= Config().MaxPorts; ++n) {
         f.Label1->setText(QStringLiteral("Checking for port COM") + QString::number(n));
         P1->ClearError();
@@ -59,10 +63,13 @@ void EnumeratePorts() {
         }
         ++count;
         G().driver.lstComPorts << QStringLiteral("COM") + QString::number(n);
+        devices << QStringLiteral("COM") + QString::number(n) + QStringLiteral("  ") +
+                       platform::PortMap::instance().describe(n);
         P1->setPortOpen(false);
     }
     P1->ClearError();
     f.Label1->setText(QStringLiteral("Number of COM Ports Found = ") + QString::number(count));
+    f.Label1->setToolTip(devices.join(QLatin1Char('\n')));
     Pause(2000);
     G().driver.PortsEnumerated = true;
 }
@@ -96,9 +103,14 @@ void BuildPortList() {
     });
     s.lstPort->clear();
     s.lstPort->addItem(QStringLiteral("?????"));
-    for (const QString& name : lstTemp)
-        s.lstPort->addItem(core::Mid(name, 4, 1) == QLatin1String("0") ? name.left(3) + name.mid(4)
-                                                                       : name);
+    for (const QString& name : lstTemp) {
+        const QString port =
+            core::Mid(name, 4, 1) == QLatin1String("0") ? name.left(3) + name.mid(4) : name;
+        // The name stays the list's text (the search reads it); the device file is its tooltip.
+        const QString device = platform::PortMap::instance().describe(int(Val(port.mid(3))));
+        s.lstPort->addItem(port);
+        s.lstPort->setItemData(s.lstPort->count() - 1, device, Qt::ToolTipRole);
+    }
     if (!lstTemp.isEmpty())
         ini().lstPorts->setCurrentIndex(0);
 }
@@ -218,8 +230,13 @@ bool TryOpenPort(const QString& port) {
     P1->setCommPort(int(Val(core::Mid(port, 4))));
     P1->setHandshaking(2);
     P1->setPortOpen(true);
-    if (P1->ErrNumber() == 0)
+    if (P1->ErrNumber() == 0) {
+        // Which device file a COM number is, for whoever reads the log after a search.
+        const QString device = platform::PortMap::instance().describe(P1->CommPort());
+        if (!device.isEmpty() && device.compare(QLatin1String("sim"), Qt::CaseInsensitive) != 0)
+            WriteLogFile(port + QStringLiteral(" is ") + device);
         return true;
+    }
     scl().lblMessage->setText(QStringLiteral("Port ") + port + QStringLiteral(" ") +
                               P1->ErrDescription());
     return false;

@@ -3,13 +3,47 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 namespace telvo::platform {
+
+QString InstalledSample() {
+    const QString sample = QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                                           QStringLiteral("/../share/telvo/Telvo.ini"));
+    return QFileInfo::exists(sample) ? sample : QString();
+}
+
+namespace {
+// Decided once: where the executable stands does not change during a run.
+QString ownFolder() {
+    static const QString folder = [] {
+        QString exe = QCoreApplication::applicationDirPath();
+        if (InstalledSample().isEmpty() && QFileInfo(exe).isWritable()) return exe;
+        return QDir::cleanPath(
+            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+    }();
+    return folder;
+}
+} // namespace
 
 QString AppPath() {
     const QString home = qEnvironmentVariable("TELVO_HOME");
     if (!home.isEmpty()) return QDir::cleanPath(home);
-    return QCoreApplication::applicationDirPath();
+    return ownFolder();
+}
+
+void PrepareAppFolder() {
+    const QString folder = AppPath();
+    if (!qEnvironmentVariable("TELVO_HOME").isEmpty() ||
+        folder == QCoreApplication::applicationDirPath())
+        return;
+    QDir().mkpath(folder);
+    const QString sample = InstalledSample();
+    if (sample.isEmpty() || QFileInfo::exists(AppFile(QStringLiteral("Telvo.ini")))) return;
+    const QString target = QDir(folder).filePath(QStringLiteral("Telvo.ini"));
+    // The installed copy is read-only for the user; theirs must take the first-run rewrite.
+    if (QFile::copy(sample, target))
+        QFile::setPermissions(target, QFile::permissions(target) | QFileDevice::WriteOwner);
 }
 
 QString FindFileNoCase(const QString& folder, const QString& name) {

@@ -3,9 +3,17 @@
 
 namespace telvo::platform {
 
-// The program's folder: TELVO_HOME when set, otherwise the executable's folder. No closing
-// separator, as the classic App.Path.
+// The program's folder: TELVO_HOME when set; else, for an installed program (the sample
+// Telvo.ini in <prefix>/share/telvo beside <prefix>/bin) or one whose folder it may not write,
+// the user's data folder (QStandardPaths::AppDataLocation); else the executable's folder. No
+// closing separator, as the classic App.Path.
 QString AppPath();
+// The installed sample Telvo.ini, or empty when the program runs from its build tree.
+QString InstalledSample();
+// An installed program's first start: the user's data folder is made and seeded with the
+// sample Telvo.ini (the first-run windows then do the rest). Nothing when Telvo.ini is there
+// or the folder is TELVO_HOME or the executable's.
+void PrepareAppFolder();
 // A file of the program's folder; the name is looked up without regard to letter case, so that
 // "FileList.frl" and "filelist.frl" are one file.
 QString AppFile(const QString& name);

@@ -19,6 +19,7 @@ void PortMap::loadFromEnvironment() {
     if (env.isEmpty()) {
         m_entries.clear();
         m_default = true;
+        rescan();
         return;
     }
     setPorts(env.split(QLatin1Char(','), Qt::SkipEmptyParts));
@@ -39,16 +40,28 @@ void PortMap::attachPeer(int comPort, LinePeer* peer) {
     m_ownedPeers.erase(comPort);
 }
 
-QString PortMap::defaultPath(int comPort) {
+void PortMap::rescan() {
+#ifndef Q_OS_WIN
+    if (m_default) m_system = ListSystemPorts();
+#endif
+}
+
+QString PortMap::defaultPath(int comPort) const {
 #ifdef Q_OS_WIN
     return QStringLiteral("COM%1").arg(comPort);
 #else
-    // COM1-COM8: the machine's UARTs; COM9-COM12: USB adapters; COM13-COM16: USB modems.
-    if (comPort >= 1 && comPort <= 8) return QStringLiteral("/dev/ttyS%1").arg(comPort - 1);
-    if (comPort >= 9 && comPort <= 12) return QStringLiteral("/dev/ttyUSB%1").arg(comPort - 9);
-    if (comPort >= 13 && comPort <= 16) return QStringLiteral("/dev/ttyACM%1").arg(comPort - 13);
-    return QString();
+    if (comPort < 1 || comPort > m_system.size()) return QString();
+    return m_system[comPort - 1].openPath();
 #endif
+}
+
+QString PortMap::describe(int comPort) const {
+    if (m_default) {
+        if (comPort >= 1 && comPort <= m_system.size()) return m_system[comPort - 1].label();
+        return defaultPath(comPort);
+    }
+    if (comPort >= 1 && comPort <= m_entries.size()) return m_entries[comPort - 1];
+    return QString();
 }
 
 SimulatedLine* PortMap::simulatedLine(int comPort) {

@@ -159,12 +159,6 @@ TEST_F(Platform, PortMapGivesComNumbersInTheOrderOfTheList) {
     EXPECT_EQ(m.resolve(3).kind, PortTarget::Missing);
 }
 
-TEST_F(Platform, DefaultMapIsDocumentedOrder) {
-    EXPECT_EQ(PortMap::defaultPath(1), QStringLiteral("/dev/ttyS0"));
-    EXPECT_EQ(PortMap::defaultPath(9), QStringLiteral("/dev/ttyUSB0"));
-    EXPECT_EQ(PortMap::defaultPath(13), QStringLiteral("/dev/ttyACM0"));
-    EXPECT_EQ(PortMap::defaultPath(17), QString());
-}
 
 TEST_F(Platform, SerialControlReportsClassicErrorNumbers) {
     PortMap::instance().setPorts({});
