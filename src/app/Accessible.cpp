@@ -26,6 +26,7 @@ QString spoken(const QString& caption) {
 class ReadOnlyText : public QAccessibleWidget, public QAccessibleTextInterface {
 public:
     ReadOnlyText(QWidget* w, QAccessible::Role role) : QAccessibleWidget(w, role) {}
+    using QAccessibleWidget::text;
 
     void* interface_cast(QAccessible::InterfaceType t) override {
         if (t == QAccessible::TextInterface) return static_cast<QAccessibleTextInterface*>(this);
