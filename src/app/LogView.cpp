@@ -1,11 +1,14 @@
 #include "app/LogView.h"
 
+#include "app/Accessible.h"
+
 #include <QPainter>
 #include <QScrollBar>
 
 namespace telvo::ui {
 
 LogView::LogView(QWidget* parent) : QAbstractScrollArea(parent) {
+    InstallAccessibleFactory();
     setFont(QFont(QStringLiteral("Monospace"), 9));
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     viewport()->setBackgroundRole(QPalette::Base);

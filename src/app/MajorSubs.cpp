@@ -1,5 +1,6 @@
 #include "app/MajorSubs.h"
 
+#include "app/Accessible.h"
 #include "app/Globals.h"
 #include "core/log/LogLines.h"
 #include "firmware/LDR.h"
@@ -30,10 +31,10 @@ QString simTail() {
     return l.SimNote + QStringLiteral(",  Data=") + l.SimCommandText;
 }
 
-void showStatusOn(QLabel* lblMessage, QCheckBox* chkNoFWupdate, const QString& text, int blank) {
+void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QString& text, int blank) {
     setColor(lblMessage, 0, 0, 0);
     const QString tail = simTail();
-    if (!text.isEmpty()) lblMessage->setText(text + kFive + tail);
+    if (!text.isEmpty()) lblMessage->Say(text + kFive + tail);
     WriteLogFile(text + kFive + tail);
     if (blank != 0) WriteLogFile(QString());
     lblMessage->show();
@@ -44,10 +45,10 @@ void showStatusOn(QLabel* lblMessage, QCheckBox* chkNoFWupdate, const QString& t
     }
 }
 
-void startAlert(QLabel* lblMessage, platform::Timer* tmr, qint16& counter, const QString& text) {
+void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter, const QString& text) {
     setColor(lblMessage, 255, 0, 0);
     App().AlertText = text + kFive + Link().SimNote;
-    lblMessage->setText(App().AlertText);
+    lblMessage->Alert(App().AlertText);
     BeepTimes(3);
     WriteLogFile(text + kFive);
     tmr->setEnabled(false);
@@ -56,7 +57,7 @@ void startAlert(QLabel* lblMessage, platform::Timer* tmr, qint16& counter, const
     tmr->setEnabled(true);
 }
 
-void alertTick(QLabel* lblMessage, platform::Timer* tmr, qint16& counter) {
+void alertTick(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter) {
     if (counter == 0) {
         tmr->setEnabled(false);
         lblMessage->setText(QString());
@@ -152,6 +153,7 @@ bool ConfirmOperation(const QString& text, int blank) {
                           QStringLiteral(" (Click 'Continue' or 'Cancel')"));
     s.cmdContinue->show();
     s.cmdCancel->show();
+    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
     while (visible(s.cmdContinue)) platform::DoEvents();
     // The buttons carry the answer: Cancel leaves itself visible.
     const bool result = !visible(s.cmdCancel);
@@ -170,6 +172,7 @@ bool ConfirmOperationLDR(const QString& text, int blank) {
     l.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text);
     l.cmdContinue->show();
     l.cmdCancel->show();
+    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
     while (visible(l.cmdContinue)) platform::DoEvents();
     const bool result = !visible(l.cmdCancel);
     l.cmdCancel->hide();
@@ -185,6 +188,7 @@ void Breakpoint(const QString& text) {
     s.cmdContinue->show();
     s.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + QStringLiteral("\r\n") +
                           QString(15, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue') "));
+    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
     while (visible(s.cmdContinue)) platform::DoEvents();
     s.lblMessage->setText(QString());
 }
@@ -197,6 +201,7 @@ void BreakpointLDR(const QString& text) {
     l.cmdContinue->show();
     l.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + kFive +
                           QStringLiteral(" (Click 'Continue') "));
+    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
     while (visible(l.cmdContinue)) platform::DoEvents();
     l.lblMessage->setText(QString());
 }

@@ -96,7 +96,7 @@ LDR::LDR() {
     root->addLayout(row);
 
     auto* status = new QHBoxLayout;
-    lblMessage = new ClickLabel(this);
+    lblMessage = new StatusLine(this);
     lblMessage->setObjectName(QStringLiteral("lblMessage"));
     lblMessage->setAccessibleName(QStringLiteral("Status"));
     lblMessage->setWordWrap(true);

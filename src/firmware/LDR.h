@@ -2,6 +2,7 @@
 // The loader window: what the boot loader says, the file being loaded, the CTS lamp, the
 // progress, its own status line and prompts.
 
+#include "app/Accessible.h"
 #include "app/Controls.h"
 #include "link/ConsoleBox.h"
 #include "platform/Timer.h"
@@ -26,7 +27,7 @@ public:
 
     QPlainTextEdit* Text1;
     QLineEdit* txtFileName;
-    ClickLabel* lblMessage;
+    StatusLine* lblMessage;
     QPushButton* cmdContinue;
     QPushButton* cmdCancel;
     QPushButton* cmdStart;

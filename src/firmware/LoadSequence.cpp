@@ -41,7 +41,7 @@ void clearLoaderText() {
 void buttonsBack() {
     LDR& l = ldr();
     l.cmdReStart->show();
-    l.cmdStart->setText(QStringLiteral("Start"));
+    SetCaption(l.cmdStart, QStringLiteral("Start"));
     l.SetStartColor(LDR::kLightGreen);
 }
 
@@ -183,7 +183,7 @@ qint16 LoadTheFiles(bool restart) {
     LDR& l = ldr();
     FirmwareGlobals& fw = FW();
     l.cmdReStart->hide();
-    l.cmdStart->setText(QStringLiteral("Abort"));
+    SetCaption(l.cmdStart, QStringLiteral("Abort"));
     l.SetStartColor(LDR::kRed);
 
     QFile listFile(platform::AppFile(QStringLiteral("FileList.frl")));
@@ -349,7 +349,7 @@ bool RecoverCommunications() {
 
 void LoadEnded() {
     LDR& l = ldr();
-    l.cmdStart->setText(QStringLiteral("Start"));
+    SetCaption(l.cmdStart, QStringLiteral("Start"));
     l.SetStartColor(LDR::kLightGreen);
     l.cmdContinue->hide();
     l.cmdCancel->hide();

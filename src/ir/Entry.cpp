@@ -31,8 +31,7 @@ void ShowIRG() {
 // A run without a device: the main window stays hidden and the IR window is the whole run.
 void ShowIRToolAlone() {
     IRG& w = irg();
-    w.quit->setText(QStringLiteral("Quit"));
-    w.quit->setAccessibleName(QStringLiteral("Quit"));
+    SetCaption(w.quit, QStringLiteral("Quit"));
     scl().hide();
     ShowIRG();
 }

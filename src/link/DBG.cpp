@@ -74,7 +74,7 @@ static void clearBoxes() {
 void DBG::cmdDbgr_Click() {
     SCL& s = scl();
     if (core::SameText(cmdDbgr->text(), QStringLiteral("ON"))) {
-        cmdDbgr->setText(QStringLiteral("OFF"));
+        SetCaption(cmdDbgr, QStringLiteral("OFF"));
         Link().ConsoleActive = true;
         clearBoxes();
         if (!s.chkSim->isChecked()) {
@@ -91,7 +91,7 @@ void DBG::cmdDbgr_Click() {
         return;
     }
     Link().ConsoleActive = false;
-    cmdDbgr->setText(QStringLiteral("ON"));
+    SetCaption(cmdDbgr, QStringLiteral("ON"));
     clearBoxes();
     txtSend->clear();
     // Even in simulation the port is looked at, and reopened when closed.

@@ -80,6 +80,16 @@ void ArrangeMainWindow(SCL& s, int level) {
         arrangeBeginner(s);
     else
         arrangeFull(s);
+    SetReadingOrder(s, level);
+}
+
+void SetReadingOrder(SCL& s, int level) {
+    const QList<QWidget*> full = {s.Frame2,   s.Frame3,      s.Frame6,   s.Frame4,
+                                  s.Frame5,   s.detailsArea, s.SSTab1,   s.FrameTop,
+                                  s.FrameMid, s.FrameBtm,    s.statusArea};
+    const QList<QWidget*> beginner = {s.Frame2, s.detailsArea, s.Frame6,
+                                      s.Frame5, s.Frame4,      s.statusArea};
+    ChainInOrder(&s, level == 1 ? beginner : full);
 }
 
 void SetUserLayout(int level) {

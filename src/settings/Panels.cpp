@@ -41,12 +41,6 @@ void fillList(QListWidget* list, const core::CommandRec& rec) {
     for (int r = 1; r < rec.Values.size(); ++r) list->addItem(rec.Values.at(r).Text);
 }
 
-void setCaption(SettingLabel* label, const core::CommandRec& rec, const QString& caption) {
-    label->setText(caption);
-    label->setAccessibleName(rec.Name);
-    label->setAccessibleDescription(caption);
-}
-
 } // namespace
 
 int ControlMapAt(int index) {
@@ -83,7 +77,7 @@ void BuildPanels() {
                                                     : p.panel == 2 ? "Mid"
                                                                    : "Top"))
                                  .arg(p.number));
-        setCaption(label, rec, rec.Name);
+        SetCaption(label, rec.Name);
         label->setEnabled(!rec.ReadOnly);
         labels.append(label);
         gridOf(s, p.panel)->addWidget(label, p.row, p.column);
@@ -100,6 +94,8 @@ void BuildPanels() {
         if (core::SameText(rec.Cmd, QStringLiteral("E1"))) fillList(s.lstPreset, rec);
         if (core::SameText(rec.Cmd, QStringLiteral("E0"))) fillList(s.lstProfile, rec);
     }
+    // The new labels take their place in the reading order, before the status line.
+    SetReadingOrder(s, Config().UserLevel);
 }
 
 QString FormatAnswer(const QString& reply) {
@@ -119,7 +115,7 @@ void ShowValueOf(int record) {
     const core::CommandRec& rec = Config().Commands.at(record);
     QList<SettingLabel*>& labels = arrayOf(s, rec.Panel == 3 ? 3 : rec.Panel == 2 ? 2 : 1);
     if (rec.ControlIndex <= 0 || rec.ControlIndex >= labels.size()) return;
-    setCaption(labels.at(rec.ControlIndex), rec,
+    SetCaption(labels.at(rec.ControlIndex),
                rec.Name + QStringLiteral("=") + FormatAnswer(Link().Reply));
 }
 
@@ -158,7 +154,7 @@ void RefreshPanels(int mask) {
         QList<SettingLabel*>& labels = arrayOf(s, rec.Panel);
         if (rec.ControlIndex >= labels.size()) continue;
         if (rec.WriteOnly) {
-            setCaption(labels.at(rec.ControlIndex), rec, rec.Name);
+            SetCaption(labels.at(rec.ControlIndex), rec.Name);
             continue;
         }
         QueryDevice(rec.Cmd);

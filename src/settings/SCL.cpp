@@ -348,7 +348,7 @@ void SCL::build() {
     statusArea = status;
     auto* statusRow = new QHBoxLayout(status);
     statusRow->setContentsMargins(0, 0, 0, 0);
-    lblMessage = new ClickLabel(status);
+    lblMessage = new StatusLine(status);
     lblMessage->setObjectName(QStringLiteral("lblMessage"));
     lblMessage->setAccessibleName(QStringLiteral("Status"));
     lblMessage->setMinimumHeight(36);

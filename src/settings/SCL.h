@@ -1,6 +1,7 @@
 #pragma once
 // The main window. Its controls double as the run's state, and the routines read them directly.
 
+#include "app/Accessible.h"
 #include "app/Controls.h"
 #include "app/LogView.h"
 #include "platform/CommControl.h"
@@ -51,7 +52,7 @@ public:
     // Log, status and prompts.
     LogView* D1;
     QLabel* Label9;
-    ClickLabel* lblMessage;
+    StatusLine* lblMessage;
     QPushButton* cmdContinue;
     QPushButton* cmdCancel;
     QLabel* lblWait;

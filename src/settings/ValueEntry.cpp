@@ -111,10 +111,10 @@ void lstSelect_Click() {
         // A reboot: wait it out, then find the device again at its original speed.
         SetDevice(rec.Cmd, v);
         ShowStatus(QStringLiteral("System is Rebooting, Please wait"));
-        s.lblWait->setText(QStringLiteral("WAIT - Rebooting"));
+        SetCaption(s.lblWait, QStringLiteral("WAIT - Rebooting"));
         s.lblWait->show();
         Pause(rec.Action == QLatin1String("1") ? 8000 : 25000);
-        s.lblWait->setText(QStringLiteral("WAIT - Processing"));
+        SetCaption(s.lblWait, QStringLiteral("WAIT - Processing"));
         s.lblWait->hide();
         const int i = RateIndex(s.txtOrigSpeed->text());
         s.txtCrntSpeed->setText(ProbeRates(s.txtPort->text(), i, i));

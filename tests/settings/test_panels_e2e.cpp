@@ -63,7 +63,7 @@ protected:
     ui::SettingLabel* labelNamed(const QString& name) {
         for (auto* list : {&s().lblSettingTop, &s().lblSettingMid, &s().lblSettingBtm})
             for (ui::SettingLabel* l : *list)
-                if (l->accessibleName() == name) return l;
+                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name) return l;
         return nullptr;
     }
     std::unique_ptr<SimProcess> m_sim;
