@@ -4,6 +4,7 @@
 
 #include "app/Controls.h"
 #include "app/Globals.h"
+#include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "platform/AppPath.h"
@@ -11,6 +12,7 @@
 #include "platform/Launch.h"
 #include "platform/Platform.h"
 
+#include <QDir>
 #include <memory>
 
 namespace telvo::ui {
@@ -21,7 +23,7 @@ const QString kCrLf = QStringLiteral("\r\n");
 
 void writeLine(QFile* f, const QString& text) {
     if (!f) return;
-    if (f->write((text + kCrLf).toLatin1()) < 0)
+    if (f->write(core::ToAnsi(text + kCrLf)) < 0)
         throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
 }
 
@@ -142,8 +144,10 @@ void IRG::cmdGenAll_Click() {
     }
     file1 = openForOutput(name);
 
-    optDiscrete->setChecked(true);
-    optDiscrete_Click();
+    // Selecting Discrete runs its Click, which clears the window; when it is set already
+    // nothing changes value, so the Click is run here.
+    if (optDiscrete->isChecked()) optDiscrete_Click();
+    else optDiscrete->setChecked(true);
     lblError->setText(QString());
     lblError->show();
     const core::CommandTable& commands = Config().Commands;
@@ -159,9 +163,11 @@ void IRG::cmdGenAll_Click() {
     // them and nobody can read faster than the screen refreshes.
     frmIR->setUpdatesEnabled(false);
     m_frame.invalidate();
-    // A label of fixed size changes its text without laying the whole window out again.
+    // A label of fixed size changes its text without laying the whole window out again. Its
+    // size is the row's, as txtOutput above it has it: the label itself, hidden until now, has
+    // never been laid out.
     const QSize errorMin = lblError->minimumSize(), errorMax = lblError->maximumSize();
-    lblError->setFixedSize(lblError->size());
+    lblError->setFixedSize(txtOutput->width(), lblError->sizeHint().height());
     struct Restore {
         IRG* w;
         QSize min, max;
@@ -216,10 +222,19 @@ void IRG::cmdGenAll_Click() {
     lblError->setText(QString());
     lblError->hide();
     txtOutput->clear();
-    if (kind == 2 && !walkCancelled()) {
+    if (walkCancelled()) {
+        // An unfinished listing is no listing: it goes, and the user is told.
+        file1->remove();
+        if (file2) file2->remove();
+        platform::MessageBox(QStringLiteral("Gen ALL was cancelled; no file was written."));
+        return;
+    }
+    if (kind == 2) {
         const QString exe = platform::AppPath() + u'/' + converterName();
         if (!core::FileExists(platform::NativePath(exe))) {
-            platform::MessageBox(QStringLiteral("file '") + exe + QStringLiteral("' does not exist"));
+            platform::MessageBox(QStringLiteral("file '") +
+                                 QDir::toNativeSeparators(platform::NativePath(exe)) +
+                                 QStringLiteral("' does not exist"));
         } else if (!platform::LaunchApp(exe, {QStringLiteral("Temp$$.hex"), ccfName},
                                         platform::AppPath())) {
             platform::MessageBox(QStringLiteral("The converter '") + exe +

@@ -3,6 +3,7 @@
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
@@ -94,10 +95,14 @@ IRG::IRG() {
     grid->addWidget(lstCmnds, 1, 0);
     grid->addWidget(lstValues, 1, 1);
     grid->addWidget(lstRemote, 1, 2);
+    // The value prompt lies over the lists, not in a row of its own: over lstValues after a
+    // command's click, over the whole list area in Manual mode (placeValuesLabel).
     lblvalues = label(QString(), "lblvalues");
     lblvalues->setWordWrap(true);
+    lblvalues->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    lblvalues->setAutoFillBackground(true);
     lblvalues->hide();
-    grid->addWidget(lblvalues, 2, 0, 1, 3);
+    for (QListWidget* l : {lstCmnds, lstValues, lstRemote}) l->installEventFilter(this);
 
     // Function code and value.
     auto* codes = new QGridLayout;
@@ -192,12 +197,28 @@ IRG::IRG() {
     auto on = [this](auto* sender, auto signal, void (IRG::*handler)()) {
         connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
     };
-    on(optDiscrete, &QRadioButton::clicked, &IRG::optDiscrete_Click);
-    on(optRemote, &QRadioButton::clicked, &IRG::optRemote_Click);
-    on(optManual, &QRadioButton::clicked, &IRG::optManual_Click);
-    on(lstCmnds, &QListWidget::currentRowChanged, &IRG::lstCmnds_Click);
-    on(lstValues, &QListWidget::currentRowChanged, &IRG::lstValues_Click);
-    on(lstRemote, &QListWidget::currentRowChanged, &IRG::lstRemote_Click);
+    OnClick(optDiscrete, [this] { optDiscrete_Click(); });
+    OnClick(optRemote, [this] { optRemote_Click(); });
+    OnClick(optManual, [this] { optManual_Click(); });
+    // A list's Click is a choice of row. Tabbing into a list makes its first row current
+    // without selecting it: no choice, nothing runs until the row is selected (a click, a move
+    // of the arrow keys, or Space on that row).
+    auto onList = [this](QListWidget* list, void (IRG::*handler)()) {
+        auto acted = std::make_shared<int>(-1);
+        auto act = [this, list, handler, acted](bool rowChanged) {
+            const int row = list->currentRow();
+            const bool chosen = row >= 0 && list->item(row)->isSelected();
+            if (row >= 0 && !chosen) return;
+            if (!rowChanged && (row < 0 || row == *acted)) return;
+            *acted = row;
+            Handle([this, handler] { (this->*handler)(); });
+        };
+        connect(list, &QListWidget::currentRowChanged, this, [act] { act(true); });
+        connect(list, &QListWidget::itemSelectionChanged, this, [act] { act(false); });
+    };
+    onList(lstCmnds, &IRG::lstCmnds_Click);
+    onList(lstValues, &IRG::lstValues_Click);
+    onList(lstRemote, &IRG::lstRemote_Click);
     on(cmdGen, &QPushButton::clicked, &IRG::cmdGen_Click);
     on(txtValue, &QLineEdit::returnPressed, &IRG::cmdGen_Click);
     on(txtFCdec, &QLineEdit::textChanged, &IRG::txtFCdec_Change);
@@ -237,6 +258,7 @@ void IRG::Form_Load() {
     lstRemote->setEnabled(false);
     lstValues->setEnabled(false);
     cmdGen->setEnabled(false);
+    placeValuesLabel(lstValues, lstValues);
     CenterForm(this);
 }
 
@@ -276,7 +298,7 @@ void IRG::SetOption(QRadioButton* b, bool on) {
 
 QString IRG::EditValue(const QString& text) {
     QStringList codes;
-    for (const QChar c : text) codes << QString::number(c.unicode());
+    for (const QChar c : text) codes << QString::number(core::AnsiCode(c));
     return codes.join(u',');
 }
 
@@ -408,11 +430,29 @@ void IRG::optManual_Click() {
         QStringLiteral(" Enter a number or character for the value parameter and set the proper "
                        "option (ascii, hex, decimal) based upon the item entered. ") +
         QStringLiteral(" Click 'IR Gen' to produce the desired IR Hex pattern. "));
+    placeValuesLabel(lstCmnds, lstRemote);
     lblvalues->show();
     txtFChex->clear();
     txtFCdec->clear();
     txtValue->clear();
     cmdGen->setEnabled(true);
+}
+
+// From the left edge of `from` and the top of `to` over to the far corner of `to`.
+void IRG::placeValuesLabel(QWidget* from, QWidget* to) {
+    m_valuesFrom = from;
+    m_valuesTo = to;
+    const QRect a = from->geometry(), b = to->geometry();
+    lblvalues->setGeometry(QRect(QPoint(a.left(), b.top()), b.bottomRight()));
+    lblvalues->raise();
+}
+
+bool IRG::eventFilter(QObject* watched, QEvent* e) {
+    // The lists move with the window's layout; the prompt over them follows.
+    if ((e->type() == QEvent::Resize || e->type() == QEvent::Move) && m_valuesFrom &&
+        (watched == m_valuesFrom || watched == m_valuesTo))
+        placeValuesLabel(m_valuesFrom, m_valuesTo);
+    return QWidget::eventFilter(watched, e);
 }
 
 void IRG::setOptionByKind(const QString& kind) {
@@ -434,6 +474,7 @@ void IRG::lstCmnds_Click() {
     }
     lstValues->setEnabled(false);
     lblvalues->hide();
+    placeValuesLabel(lstValues, lstValues);
     txtValue->clear();
     txtFChex->setText(r.Cmd);
     txtFCdec->setText(decimalText(core::HexToLong(txtFChex->text())));

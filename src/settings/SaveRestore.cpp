@@ -110,10 +110,12 @@ void SaveSettings() {
         // The earlier file stays whole.
         file.cancelWriting();
     } else {
+        // After a failure the user hears of the failure and of nothing else.
         if (!file.flush() || !file.commit())
             ShowAlert(QStringLiteral("Could not write ") + settingsPath() + QStringLiteral(": ") +
                       file.errorString());
-        Breakpoint(QStringLiteral("All settings have been saved from the ") + model());
+        else
+            Breakpoint(QStringLiteral("All settings have been saved from the ") + model());
     }
     RestoreViewState();
 }

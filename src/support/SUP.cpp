@@ -300,7 +300,7 @@ void SUP::ShowReleaseNotes(const QString& file) {
         startCaptionTimer();
     } else {
         QSaveFile page(out);
-        if (!page.open(QIODevice::WriteOnly) || page.write(text->toUtf8()) < 0 || !page.commit())
+        if (!page.open(QIODevice::WriteOnly) || page.write(text->toLatin1()) < 0 || !page.commit())
             throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
         const QString ext = core::TrimBlank(out.mid(out.lastIndexOf(u'.') + 1));
         const QString program = platform::CurrentShell().FindProgramFor(out);

@@ -11,6 +11,7 @@
 
 #include <QFile>
 #include <QTest>
+#include <functional>
 
 using namespace telvo;
 
@@ -288,8 +289,8 @@ TEST_F(GenAll, MissingConverterIsSaid) {
 TEST_F(GenAll, ButtonLabelLongerThanFiveCharactersStopsTheWalk) {
     load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nWide = [1] FF ; (100)a,(101)b ;\r\n");
     run(QStringLiteral("w.ccf"));
-    ASSERT_EQ(scripted->messageTexts().size(), 1);
-    EXPECT_TRUE(scripted->messageTexts()[0].contains(QStringLiteral("5")));
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
     EXPECT_EQ(g_launched.calls, 0);
 }
 
@@ -329,6 +330,53 @@ TEST_F(GenAll, CancelDuringTheWalk) {
     EXPECT_TRUE(got.isEmpty());
     EXPECT_TRUE(w().prgGenAll->isHidden());
     EXPECT_TRUE(w().cmdGenAll->isEnabled());
+    // The unfinished file goes, and the user is told.
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("c.txt"))));
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+}
+
+TEST_F(GenAll, CancelDuringAConfigurationFileRemovesItsTemporaryAndListFiles) {
+    load(sampleIni());
+    QTimer::singleShot(0, w().cmdCancelAll, [this] {
+        // A few patterns are out before the click.
+        EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("Temp$$.hex"))));
+        QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton);
+    });
+    run(QStringLiteral("r.ccf"));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Temp$$.hex"))));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("r.txt"))));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("r.ccf"))));
+    EXPECT_EQ(g_launched.calls, 0);
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+}
+
+// The progress line spans the row it stands in, as txtOutput above it: titles are not cut.
+TEST_F(GenAll, ProgressLineSpansItsRow) {
+    load(sampleIni());
+    w().resize(700, w().height());
+    QApplication::processEvents();
+    int labelWidth = 0, rowWidth = 0, textWidth = 0;
+    QString title;
+    // Looks at each yield until the first title stands in the line.
+    std::function<void()> look = [&] {
+        if (w().lblError->text().isEmpty()) {
+            QTimer::singleShot(0, w().cmdCancelAll, look);
+            return;
+        }
+        labelWidth = w().lblError->width();
+        rowWidth = w().txtOutput->width();
+        title = w().lblError->text();
+        textWidth = w().lblError->fontMetrics().horizontalAdvance(title);
+        QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton);
+    };
+    QTimer::singleShot(0, w().cmdCancelAll, look);
+    run(QStringLiteral("p.txt"));
+    EXPECT_EQ(labelWidth, rowWidth);
+    EXPECT_GT(rowWidth, 400);
+    EXPECT_EQ(title, "Input = Video-1  (0x4C/76  '1'/49)");
+    EXPECT_LE(textWidth, labelWidth);
 }
 
 } // namespace
