@@ -30,7 +30,6 @@ namespace telvo::ui {
 namespace {
 
 const QString kCrLf = QStringLiteral("\r\n");
-constexpr int kCritical = 16;
 constexpr int kExclamation = 48;
 
 QLabel* label(const QString& caption, QWidget* parent, const char* name) {
