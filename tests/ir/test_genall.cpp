@@ -232,6 +232,35 @@ TEST_F(GenAll, SampleHexList) {
     }
 }
 
+// "Absolute" cleared: every pattern goes out in the relative form, its leader 0x85. A number
+// kind (dec, hex, ascii) carries the same bytes as with "Absolute"; a value kind carries F.
+TEST_F(GenAll, AbsoluteClearedGivesTheRelativeForm) {
+    load(sampleIni());
+    w().chkAbsolute->setChecked(false);
+    const QStringList got = run(QStringLiteral("rel.hex"));
+    const QStringList want = expected(1);
+    ASSERT_EQ(got.size(), want.size());
+    QStringList kinds; // of each pattern, in the walk's order
+    const auto& cmds = ui::Config().Commands;
+    for (qsizetype i = 1; i < cmds.size(); ++i)
+        if (cmds[i].IsList || cmds[i].IsByte)
+            for (qsizetype v = 1; v < cmds[i].Values.size(); ++v) kinds << cmds[i].Kind;
+    ASSERT_EQ(kinds.size() * 2, got.size());
+    int numbers = 0;
+    for (qsizetype i = 0; i < got.size(); i += 2) {
+        EXPECT_EQ(got[i], want[i]);
+        const QString& line = got[i + 1];
+        EXPECT_TRUE(line.startsWith(QStringLiteral("0000 006C 001B 0000 0085 0085 "))) << line.toStdString();
+        checkInvariants(line);
+        if (kinds[i / 2] != u"V") {
+            ++numbers;
+            EXPECT_EQ(line, QString(want[i + 1]).replace(QStringLiteral("0000 0064 0064 "),
+                                                        QStringLiteral("0000 0085 0085 ")));
+        }
+    }
+    EXPECT_GT(numbers, 0);
+}
+
 TEST_F(GenAll, RangesAndIntegersOnlyInText) {
     load(kEdges);
     const QStringList txt = run(QStringLiteral("e.txt"));
