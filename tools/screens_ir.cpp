@@ -16,6 +16,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
+#include <functional>
 
 using namespace telvo;
 using screens::save;
@@ -37,7 +39,7 @@ int main(int argc, char** argv) {
     QDir().mkpath(outDir);
     QTemporaryDir home;
     qputenv("TELVO_HOME", home.path().toUtf8());
-    platform::InstallScriptedPlatform();
+    platform::ScriptedPlatform& scripted = platform::InstallScriptedPlatform();
     {
         QFile in(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"));
         in.open(QIODevice::ReadOnly);
@@ -63,18 +65,30 @@ int main(int argc, char** argv) {
     w.cmdGen_Click();
     save(w, outDir + QStringLiteral("/ir-discrete-range.png"));
 
-    w.optRemote->setChecked(true);
-    w.optRemote_Click();
+    w.optRemote->setChecked(true); // runs its Click
     select(w.lstRemote, QStringLiteral("Power"));
     save(w, outDir + QStringLiteral("/ir-remote.png"));
 
     w.optManual->setChecked(true);
-    w.optManual_Click();
     w.txtFChex->setText(QStringLiteral("45"));
     w.txtFCdec->setText(QStringLiteral("69"));
     ui::IRG::SetOption(w.optDec, true);
     w.txtValue->setText(QStringLiteral("1"));
     w.ProduceIR();
     save(w, outDir + QStringLiteral("/ir-manual.png"));
+
+    // Gen ALL under way: a title in the progress line, the bar counting the commands.
+    scripted.paths.push_back(home.filePath(QStringLiteral("all.txt")));
+    std::function<void()> shoot = [&] {
+        if (w.prgGenAll->value() < 4) {
+            QTimer::singleShot(0, &w, shoot);
+            return;
+        }
+        w.frmIR->setUpdatesEnabled(true); // the walk paints at a frame rate only
+        save(w, outDir + QStringLiteral("/ir-genall.png"));
+        w.cmdCancelAll->click();
+    };
+    QTimer::singleShot(0, &w, shoot);
+    w.cmdGenAll_Click();
     return 0;
 }

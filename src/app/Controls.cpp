@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QScreen>
+#include <memory>
 
 namespace telvo::ui {
 
@@ -14,6 +15,28 @@ QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* na
     b->setAccessibleName(caption);
     b->setAutoDefault(false);
     return b;
+}
+
+void OnClick(QRadioButton* button, std::function<void()> click) {
+    auto run = std::make_shared<std::function<void()>>(std::move(click));
+    QObject::connect(button, &QAbstractButton::toggled, button, [run](bool on) {
+        if (on) Handle(*run);
+    });
+    // A click on a button already set changes nothing, so no toggle tells of it: note at the
+    // press (mouse, key or accessibility press) whether it was set, and run at the click.
+    auto wasSet = std::make_shared<bool>(false);
+    QObject::connect(button, &QAbstractButton::pressed, button,
+                     [button, wasSet] { *wasSet = button->isChecked(); });
+    QObject::connect(button, &QAbstractButton::clicked, button, [run, wasSet] {
+        const bool again = *wasSet;
+        *wasSet = false;
+        if (again) Handle(*run);
+    });
+}
+
+void OnClick(QCheckBox* box, std::function<void()> click) {
+    QObject::connect(box, &QAbstractButton::toggled, box,
+                     [click = std::move(click)] { Handle(click); });
 }
 
 void CenterForm(QWidget* window) {

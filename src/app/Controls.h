@@ -2,9 +2,11 @@
 // Small control kinds the windows share: a label that reports clicks, and the event boundary
 // where run-time errors become a message box.
 
+#include <QCheckBox>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QRadioButton>
 #include <functional>
 
 namespace telvo::ui {
@@ -47,6 +49,14 @@ template <typename W> void ShowLoadedWindow(W& w, bool& loaded) {
     w.activateWindow();
     w.Form_Activate();
 }
+
+// The Click of an option button or a check box as the windows were designed: it runs on every
+// change of value, whoever makes it (mouse, keyboard, an accessibility action, or code calling
+// setChecked). An option button's Click runs when it becomes set, and also when the user clicks
+// it while it is already set; clearing it runs nothing. A check box's runs on each change.
+// Each Click runs through Handle. Every window wires its option buttons and check boxes here.
+void OnClick(QRadioButton* button, std::function<void()> click);
+void OnClick(QCheckBox* box, std::function<void()> click);
 
 // Puts a window in the middle of the screen: the screen's size less the window's, halved.
 void CenterForm(QWidget* window);

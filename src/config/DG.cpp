@@ -37,7 +37,7 @@ DG::DG() {
     row->addWidget(Command1);
     row->addWidget(Command2);
     root->addLayout(row);
-    connect(Check1, &QCheckBox::clicked, this, [] { Handle(DG_Check1_Click); });
+    OnClick(Check1, DG_Check1_Click);
     connect(Command1, &QPushButton::clicked, this, [this] {
         FW().DgCancelled = false;
         hide();

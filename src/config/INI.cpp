@@ -184,14 +184,8 @@ INI::INI() {
     connect(cmdCancel, &QPushButton::clicked, this,
             [this] { Handle([this] { cmdCancel_Click(); }); });
     connect(lstModels, &QComboBox::currentIndexChanged, this, [this] { lstModels_Click(); });
-    connect(optIRyes, &QRadioButton::toggled, this, [this](bool on) {
-        if (on)
-            optIRyes_Click();
-    });
-    connect(optIRno, &QRadioButton::toggled, this, [this](bool on) {
-        if (on)
-            optIRno_Click();
-    });
+    OnClick(optIRyes, [this] { optIRyes_Click(); });
+    OnClick(optIRno, [this] { optIRno_Click(); });
 }
 
 void INI::showEvent(QShowEvent* e) {

@@ -68,7 +68,7 @@ RS::RS() {
     grid->addWidget(Check1, 3, 0, 1, 3);
     grid->addWidget(cmdReStart, 4, 1);
     grid->addWidget(cmdCancel, 4, 2);
-    connect(Check1, &QCheckBox::clicked, this, [] { Handle(RS_Check1_Click); });
+    OnClick(Check1, RS_Check1_Click);
     connect(List1, &QListWidget::itemClicked, this, [] { Handle(RS_List1_Click); });
     connect(cmdBrowse, &QPushButton::clicked, this, [] { Handle(RS_cmdBrowse_Click); });
     connect(cmdReStart, &QPushButton::clicked, this, [] { Handle(RS_cmdReStart_Click); });

@@ -231,16 +231,14 @@ void GMA::connectHandlers() {
     on(cmdCancel, &QPushButton::clicked, &GMA::cmdCancel_Click);
     on(cmdExportCal, &QPushButton::clicked, &GMA::cmdExportCal_Click);
     on(cmdExportCube, &QPushButton::clicked, &GMA::cmdExportCube_Click);
-    on(chkDSPRef, &QCheckBox::stateChanged, &GMA::chkDSPRef_Click);
+    OnClick(chkDSPRef, [this] { chkDSPRef_Click(); });
     on(txtSG, &QLineEdit::textChanged, &GMA::txtSG_Change);
     on(txtGamma, &QLineEdit::returnPressed, &GMA::cmdCompute_Click);
     on(txtGIN, &QLineEdit::returnPressed, &GMA::cmdDir_Click);
     on(txtHiLite, &QLineEdit::returnPressed, &GMA::txtHiLite_Close);
     on(txtHiLite, &HiLiteBox::LostFocus, &GMA::txtHiLite_Close);
-    connect(chkAllColors, &QCheckBox::toggled, this, [this] {
-        Handle([this] {
-            if (!MSC1->isHidden()) BuildGraph(FG1->currentIndex().column());
-        });
+    OnClick(chkAllColors, [this] {
+        if (!MSC1->isHidden()) BuildGraph(FG1->currentIndex().column());
     });
     connect(FG1, &QTableView::doubleClicked, this,
             [this](const QModelIndex& cell) { Handle([this, cell] { FG1_DblClick(cell); }); });

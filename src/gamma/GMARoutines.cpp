@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QLineSeries>
 #include <QValueAxis>
 
@@ -198,9 +199,12 @@ void GMA::SaveGamma() {
             if (!QDir().mkpath(folder))
                 throw core::RuntimeError(core::kPathFileAccess, QStringLiteral("Path/File access error"));
         }
-        const QString path = platform::SaveFileDialog(
+        QString path = platform::SaveFileDialog(
             QStringLiteral("Save As"), folder + QDir::separator() + GammaName, kGammaFilter);
         if (path.isEmpty()) return; // cancelled
+        // A gamma file is a .gma file: a name typed without extension gets it, or Open's
+        // filter would hide the file.
+        if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".gma");
         if (core::FileExists(path) &&
             platform::MessageBox(path + QStringLiteral("\r\nCurrently exists, Overwrite?"),
                                  platform::vbYesNo) == platform::vbNo)

@@ -3,6 +3,7 @@
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
@@ -29,33 +30,11 @@ namespace {
 
 const QString kIllegalCode =
     QStringLiteral("Illegal function code. The function code exceeds 255 decimal");
-const QString kCrLf = QStringLiteral("\r\n");
 
 QString decimalText(qint64 v) { return QString::number(v); }
 
 // The classic Hex: upper-case digits, no padding.
 QString ToHex(qint64 v) { return core::HexField(v, 0).toUpper(); }
-
-void writeLine(QFile* f, const QString& text) {
-    if (!f) return;
-    if (f->write((text + kCrLf).toLatin1()) < 0)
-        throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
-}
-
-std::unique_ptr<QFile> openForOutput(const QString& path) {
-    auto f = std::make_unique<QFile>(platform::NativePath(path));
-    if (!f->open(QIODevice::WriteOnly | QIODevice::Truncate))
-        throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
-    return f;
-}
-
-QString converterName() {
-#ifdef Q_OS_WIN
-    return QStringLiteral("hex2ccf.exe");
-#else
-    return QStringLiteral("hex2ccf");
-#endif
-}
 
 } // namespace
 
@@ -116,10 +95,14 @@ IRG::IRG() {
     grid->addWidget(lstCmnds, 1, 0);
     grid->addWidget(lstValues, 1, 1);
     grid->addWidget(lstRemote, 1, 2);
+    // The value prompt lies over the lists, not in a row of its own: over lstValues after a
+    // command's click, over the whole list area in Manual mode (placeValuesLabel).
     lblvalues = label(QString(), "lblvalues");
     lblvalues->setWordWrap(true);
+    lblvalues->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    lblvalues->setAutoFillBackground(true);
     lblvalues->hide();
-    grid->addWidget(lblvalues, 2, 0, 1, 3);
+    for (QListWidget* l : {lstCmnds, lstValues, lstRemote}) l->installEventFilter(this);
 
     // Function code and value.
     auto* codes = new QGridLayout;
@@ -214,12 +197,28 @@ IRG::IRG() {
     auto on = [this](auto* sender, auto signal, void (IRG::*handler)()) {
         connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
     };
-    on(optDiscrete, &QRadioButton::clicked, &IRG::optDiscrete_Click);
-    on(optRemote, &QRadioButton::clicked, &IRG::optRemote_Click);
-    on(optManual, &QRadioButton::clicked, &IRG::optManual_Click);
-    on(lstCmnds, &QListWidget::currentRowChanged, &IRG::lstCmnds_Click);
-    on(lstValues, &QListWidget::currentRowChanged, &IRG::lstValues_Click);
-    on(lstRemote, &QListWidget::currentRowChanged, &IRG::lstRemote_Click);
+    OnClick(optDiscrete, [this] { optDiscrete_Click(); });
+    OnClick(optRemote, [this] { optRemote_Click(); });
+    OnClick(optManual, [this] { optManual_Click(); });
+    // A list's Click is a choice of row. Tabbing into a list makes its first row current
+    // without selecting it: no choice, nothing runs until the row is selected (a click, a move
+    // of the arrow keys, or Space on that row).
+    auto onList = [this](QListWidget* list, void (IRG::*handler)()) {
+        auto acted = std::make_shared<int>(-1);
+        auto act = [this, list, handler, acted](bool rowChanged) {
+            const int row = list->currentRow();
+            const bool chosen = row >= 0 && list->item(row)->isSelected();
+            if (row >= 0 && !chosen) return;
+            if (!rowChanged && (row < 0 || row == *acted)) return;
+            *acted = row;
+            Handle([this, handler] { (this->*handler)(); });
+        };
+        connect(list, &QListWidget::currentRowChanged, this, [act] { act(true); });
+        connect(list, &QListWidget::itemSelectionChanged, this, [act] { act(false); });
+    };
+    onList(lstCmnds, &IRG::lstCmnds_Click);
+    onList(lstValues, &IRG::lstValues_Click);
+    onList(lstRemote, &IRG::lstRemote_Click);
     on(cmdGen, &QPushButton::clicked, &IRG::cmdGen_Click);
     on(txtValue, &QLineEdit::returnPressed, &IRG::cmdGen_Click);
     on(txtFCdec, &QLineEdit::textChanged, &IRG::txtFCdec_Change);
@@ -259,6 +258,7 @@ void IRG::Form_Load() {
     lstRemote->setEnabled(false);
     lstValues->setEnabled(false);
     cmdGen->setEnabled(false);
+    placeValuesLabel(lstValues, lstValues);
     CenterForm(this);
 }
 
@@ -298,7 +298,7 @@ void IRG::SetOption(QRadioButton* b, bool on) {
 
 QString IRG::EditValue(const QString& text) {
     QStringList codes;
-    for (const QChar c : text) codes << QString::number(c.unicode());
+    for (const QChar c : text) codes << QString::number(core::AnsiCode(c));
     return codes.join(u',');
 }
 
@@ -430,11 +430,29 @@ void IRG::optManual_Click() {
         QStringLiteral(" Enter a number or character for the value parameter and set the proper "
                        "option (ascii, hex, decimal) based upon the item entered. ") +
         QStringLiteral(" Click 'IR Gen' to produce the desired IR Hex pattern. "));
+    placeValuesLabel(lstCmnds, lstRemote);
     lblvalues->show();
     txtFChex->clear();
     txtFCdec->clear();
     txtValue->clear();
     cmdGen->setEnabled(true);
+}
+
+// From the left edge of `from` and the top of `to` over to the far corner of `to`.
+void IRG::placeValuesLabel(QWidget* from, QWidget* to) {
+    m_valuesFrom = from;
+    m_valuesTo = to;
+    const QRect a = from->geometry(), b = to->geometry();
+    lblvalues->setGeometry(QRect(QPoint(a.left(), b.top()), b.bottomRight()));
+    lblvalues->raise();
+}
+
+bool IRG::eventFilter(QObject* watched, QEvent* e) {
+    // The lists move with the window's layout; the prompt over them follows.
+    if ((e->type() == QEvent::Resize || e->type() == QEvent::Move) && m_valuesFrom &&
+        (watched == m_valuesFrom || watched == m_valuesTo))
+        placeValuesLabel(m_valuesFrom, m_valuesTo);
+    return QWidget::eventFilter(watched, e);
 }
 
 void IRG::setOptionByKind(const QString& kind) {
@@ -456,6 +474,7 @@ void IRG::lstCmnds_Click() {
     }
     lstValues->setEnabled(false);
     lblvalues->hide();
+    placeValuesLabel(lstValues, lstValues);
     txtValue->clear();
     txtFChex->setText(r.Cmd);
     txtFCdec->setText(decimalText(core::HexToLong(txtFChex->text())));
@@ -549,194 +568,6 @@ void IRG::quit_Click() {
         return;
     }
     platform::EndProgram();
-}
-
-// ------------------------------------------------------------------ Gen ALL
-
-QString IRG::decimalCode(const QString& cmd) const {
-    const std::optional<int> v = core::Hex2IntChecked(cmd);
-    if (!v) {
-        platform::MessageBox(core::Hex2IntMessage(cmd));
-        return QStringLiteral("0");
-    }
-    return QString::number(*v);
-}
-
-bool IRG::walkCancelled() const { return Ir().CancelAll; }
-
-// The walk's yield: events always run (Cancel, Quit); the window is repainted at most every 40 ms.
-void IRG::walkYield() {
-    if (!m_frame.isValid() || m_frame.elapsed() >= 40) {
-        frmIR->setUpdatesEnabled(true);
-        platform::DoEventsOnce();
-        frmIR->setUpdatesEnabled(false);
-        m_frame.start();
-        return;
-    }
-    platform::DoEventsOnce();
-}
-
-void IRG::saveIRdata(QFile* file1, QFile* file2, const QString& title, const QString& device,
-                     const QString& function, qint16 kind) {
-    IrGlobals& g = Ir();
-    if (kind == 0) {
-        writeLine(file1, QStringLiteral("IR Data For Command ") + title);
-    } else {
-        if (file2) {
-            const QString label = device + function;
-            const int blanks = 5 - int(label.size());
-            if (blanks < 0)
-                throw core::RuntimeError(5, QStringLiteral("Invalid procedure call or argument"));
-            writeLine(file2, QStringLiteral("Pronto Button # ") +
-                                 QStringLiteral("%1").arg(g.ButtonCount, 3, 10, QLatin1Char('0')) +
-                                 QStringLiteral(" labeled as ") + label + QString(blanks, u' ') +
-                                 QStringLiteral(" is IR Data For Command: ") + title);
-        }
-        writeLine(file1, QStringLiteral("IR Data For Command ") + title + QStringLiteral("  ") +
-                             QStringLiteral("Device Code: ") + device + QStringLiteral(" Function: ") +
-                             device + function);
-        g.ButtonCount = core::AddInt(g.ButtonCount, 1);
-    }
-    writeLine(file1, txtOutput->toPlainText());
-}
-
-void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
-    const core::CommandRec r = Config().Commands.at(row);
-    setOptionByKind(r.Kind);
-    G().settings.ValueContext = QStringLiteral("Value");
-    for (qsizetype i = 1; i < r.Values.size(); ++i) {
-        txtValue->setText(decimalText(r.Values.at(i).Value));
-        txtOutput->clear();
-        walkYield();
-        if (walkCancelled()) return;
-        ProduceIR();
-        const QString dec = decimalCode(r.Cmd);
-        const QString digits = txtValue->text();
-        QString title = r.Name + QStringLiteral(" = ") + r.Values.at(i).Text;
-        if (kind == 0)
-            title += QStringLiteral("  (0x") + r.Cmd + u'/' + dec + QStringLiteral("  '") + digits +
-                     QStringLiteral("'/") + EditValue(digits) + u')';
-        lblError->setText(title);
-        saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
-    }
-}
-
-void IRG::walkPoint(int row, const QString& value, const QString& words, const QString& context,
-                    QFile* f1, QFile* f2, qint16 kind) {
-    const core::CommandRec r = Config().Commands.at(row);
-    txtValue->setText(value);
-    G().settings.ValueContext = context;
-    SetOption(optVAL, true);
-    const QString dec = decimalCode(r.Cmd);
-    lblError->setText(r.Name + QStringLiteral("(0x") + r.Cmd + u'/' + dec + words + txtValue->text());
-    walkYield();
-    if (walkCancelled()) return;
-    ProduceIR();
-    saveIRdata(f1, f2, lblError->text(), dec, txtValue->text(), kind);
-}
-
-void IRG::cmdGenAll_Click() {
-    IrGlobals& g = Ir();
-    g.ButtonCount = 0;
-    QString name = GetSaveFileName(QString());
-    if (name.isEmpty()) return;
-    const QString lower = name.toLower();
-    const qint16 kind = lower.endsWith(QLatin1String(".hex"))   ? 1
-                        : lower.endsWith(QLatin1String(".ccf")) ? 2
-                                                                : 0;
-    QString ccfName;
-    std::unique_ptr<QFile> file1, file2;
-    if (kind == 2) {
-        ccfName = name;
-        name = platform::AppFile(QStringLiteral("Temp$$.hex"));
-        file2 = openForOutput(ccfName.left(ccfName.size() - 4) + QStringLiteral(".txt"));
-    }
-    file1 = openForOutput(name);
-
-    optDiscrete->setChecked(true);
-    optDiscrete_Click();
-    lblError->setText(QString());
-    lblError->show();
-    const core::CommandTable& commands = Config().Commands;
-    const int rows = int(core::TableRows(commands));
-    g.CancelAll = false;
-    prgGenAll->setRange(0, rows);
-    prgGenAll->setValue(0);
-    prgGenAll->show();
-    cmdCancelAll->show();
-    cmdGenAll->setEnabled(false);
-    // The walk touches every control once per pattern; the screen shows that state at a frame
-    // rate (walkYield), since painting each of thousands of patterns costs far more than making
-    // them and nobody can read faster than the screen refreshes.
-    frmIR->setUpdatesEnabled(false);
-    m_frame.invalidate();
-    // A label of fixed size changes its text without laying the whole window out again.
-    const QSize errorMin = lblError->minimumSize(), errorMax = lblError->maximumSize();
-    lblError->setFixedSize(lblError->size());
-    struct Restore {
-        IRG* w;
-        QSize min, max;
-        ~Restore() {
-            w->lblError->setMinimumSize(min);
-            w->lblError->setMaximumSize(max);
-            w->prgGenAll->hide();
-            w->cmdCancelAll->hide();
-            w->cmdGenAll->setEnabled(true);
-            w->frmIR->setUpdatesEnabled(true);
-        }
-    } restore{this, errorMin, errorMax};
-
-    for (int row = 1; row <= rows && !walkCancelled(); ++row) {
-        const core::CommandRec& r = Config().Commands.at(row);
-        cmdGen->setEnabled(false);
-        txtValue->clear();
-        txtFChex->setText(r.Cmd);
-        txtFCdec->setText(decimalText(core::HexToLong(txtFChex->text())));
-        txtOutput->clear();
-        if (r.IsList || r.IsByte) {
-            walkValues(row, file1.get(), file2.get(), kind);
-        } else if (r.IsRange && kind == 0) {
-            const QString min = r.MinText;
-            const QString max = r.MaxText;
-            const double mid = (core::Val(max) + core::Val(min)) / 2;
-            const QString middle = min.contains(u'.') ? core::CStr(mid)
-                                                      : QString::number(core::CInt(mid));
-            const QString range = QStringLiteral("Range");
-            walkPoint(row, min, QStringLiteral(") Minimum of Range="), range, file1.get(), file2.get(), kind);
-            if (!walkCancelled())
-                walkPoint(row, middle, QStringLiteral(") Middle of Range="), range, file1.get(), file2.get(), kind);
-            if (!walkCancelled())
-                walkPoint(row, max, QStringLiteral(") Maximum of Range="), range, file1.get(), file2.get(), kind);
-        } else if (r.IsInteger && kind == 0) {
-            static const std::pair<const char*, const char*> kPoints[] = {
-                {"1", "), Integer Value="},
-                {"10", "), Interger Value ="},
-                {"100", "), Interger Value="},
-                {"1000", "), Interger Value="},
-            };
-            for (const auto& [value, words] : kPoints) {
-                if (walkCancelled()) break;
-                walkPoint(row, QString::fromLatin1(value), QString::fromLatin1(words),
-                          QStringLiteral("Integer"), file1.get(), file2.get(), kind);
-            }
-        }
-        prgGenAll->setValue(row);
-    }
-    file1->close();
-    if (file2) file2->close();
-    lblError->setText(QString());
-    lblError->hide();
-    txtOutput->clear();
-    if (kind == 2 && !walkCancelled()) {
-        const QString exe = platform::AppPath() + u'/' + converterName();
-        if (!core::FileExists(platform::NativePath(exe))) {
-            platform::MessageBox(QStringLiteral("file '") + exe + QStringLiteral("' does not exist"));
-        } else if (!platform::LaunchApp(exe, {QStringLiteral("Temp$$.hex"), ccfName},
-                                        platform::AppPath())) {
-            platform::MessageBox(QStringLiteral("The converter '") + exe +
-                                 QStringLiteral("' could not be started"));
-        }
-    }
 }
 
 } // namespace telvo::ui

@@ -107,6 +107,10 @@ protected:
 private:
     void Form_Load();
     void setOptionByKind(const QString& kind);
+    void placeValuesLabel(QWidget* from, QWidget* to);
+    bool eventFilter(QObject* watched, QEvent* e) override;
+    QWidget* m_valuesFrom = nullptr;
+    QWidget* m_valuesTo = nullptr;
     void walkValues(int row, QFile* f1, QFile* f2, qint16 kind);
     void walkPoint(int row, const QString& value, const QString& words, const QString& context,
                    QFile* f1, QFile* f2, qint16 kind);

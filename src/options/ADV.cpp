@@ -54,8 +54,7 @@ ADV::ADV() {
         optProcessPriority.insert(index, o);
         m_classes->addButton(o, index);
         classes->addWidget(o);
-        connect(o, &QRadioButton::clicked, this,
-                [this, i = index] { Handle([this, i] { optProcessPriority_Click(i); }); });
+        OnClick(o, [this, i = index] { optProcessPriority_Click(i); });
     }
 
     Label17 = new QLabel(QStringLiteral("Thread Priority"), frmADV);
@@ -87,9 +86,8 @@ ADV::ADV() {
         optSpeed[i]->setAccessibleName(optSpeed[i]->text());
         m_speeds->addButton(optSpeed[i], i);
         speeds->addWidget(optSpeed[i], i / 2, i % 2);
-        // clicked, not toggled: choosing the rate already chosen reopens the port all the same.
-        connect(optSpeed[i], &QRadioButton::clicked, this,
-                [this, i] { Handle([this, i] { optSpeed_Click(i); }); });
+        // Choosing the rate already chosen reopens the port all the same (OnClick runs then too).
+        OnClick(optSpeed[i], [this, i] { optSpeed_Click(i); });
     }
 
     chkNoFWupdate = new QCheckBox(QStringLiteral("No Firmware Update (Testing)"), frmADV);
@@ -124,10 +122,12 @@ void ADV::Form_Load() { CenterForm(this); }
 
 void ADV::Form_Activate() {
     platform::Priority& pri = platform::CurrentPriority();
+    // Selecting an option button runs its Click; what the window shows on activation is not the
+    // user's choice, so Loading covers the class as well as the rate.
+    Loading = true;
     clearGroup(m_classes);
     if (QRadioButton* o = optProcessPriority.value(pri.GetPriorityClass())) o->setChecked(true);
     txtThreadPriority->setText(QString::number(pri.GetThreadPriority()));
-    Loading = true;
     clearGroup(m_speeds);
     const QString current = scl().txtCrntSpeed->text();
     for (QRadioButton* o : optSpeed)
@@ -139,14 +139,32 @@ void ADV::Form_Activate() {
 }
 
 void ADV::optProcessPriority_Click(int index) {
+    if (Loading) return;
+    platform::Priority& pri = platform::CurrentPriority();
+    const int present = pri.GetPriorityClass();
+    // Where the system lets a user lower the priority but not raise it again, Low (Idle) is
+    // for the rest of the run: the user hears so before it is applied, and may keep the class.
+    if (index == platform::IDLE_PRIORITY_CLASS && present != index && !pri.CanRaiseAgain() &&
+        platform::MessageBox(
+            QStringLiteral("Low (Idle) can not be undone: once it is set, this user may not raise "
+                           "the program's priority again until the program is restarted.") +
+                QStringLiteral("\r\nSet Low (Idle)?"),
+            platform::vbYesNo, QStringLiteral("Advanced Options")) == platform::vbNo) {
+        Loading = true;
+        clearGroup(m_classes);
+        if (QRadioButton* o = optProcessPriority.value(present)) o->setChecked(true);
+        Loading = false;
+        return;
+    }
     QString error;
-    if (!platform::CurrentPriority().SetPriorityClass(index, error))
+    if (!pri.SetPriorityClass(index, error))
         platform::MessageBox(error, 48, QStringLiteral("Advanced Options"));
 }
 
 void ADV::stepThreadPriority(int step) {
     const double value = core::Val(txtThreadPriority->text()) + step;
-    if (value >= 16 || value < -15) {
+    // Each arrow checks its own bound only: up "below 16", down "-15 or more".
+    if ((step > 0 && value >= 16) || (step < 0 && value < -15)) {
         BeepTimes(1);
         return;
     }

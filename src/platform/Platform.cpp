@@ -50,7 +50,10 @@ public:
     }
     QString SaveFileDialog(const QString& title, const QString& dir,
                            const QString& filter) override {
-        return QFileDialog::getSaveFileName(nullptr, title, dir, qtFilter(filter));
+        // The dialog asks nothing about an existing file: the routine that asked for a name asks
+        // its own question where it has one, and a No then leaves the routine, not the dialog.
+        return QFileDialog::getSaveFileName(nullptr, title, dir, qtFilter(filter), nullptr,
+                                            QFileDialog::DontConfirmOverwrite);
     }
     void Beep() override { QApplication::beep(); }
     void HideEverything() override {

@@ -88,6 +88,13 @@ public:
         return true;
     }
 
+    // Back to nice 0 from a higher nice needs CAP_SYS_NICE (root) or a nice limit of 20.
+    bool CanRaiseAgain() override {
+        if (::geteuid() == 0) return true;
+        rlimit limit{};
+        return ::getrlimit(RLIMIT_NICE, &limit) == 0 &&
+               (limit.rlim_cur == RLIM_INFINITY || limit.rlim_cur >= 20);
+    }
     int GetThreadPriority() override { return m_offset; }
 
     bool SetThreadPriority(int p, QString& error) override {

@@ -28,6 +28,8 @@ public:
     virtual bool SetPriorityClass(int priorityClass, QString& error) = 0;
     virtual int GetThreadPriority() = 0;
     virtual bool SetThreadPriority(int priority, QString& error) = 0;
+    // Whether the process may raise its priority again after lowering it (to Normal from Low).
+    virtual bool CanRaiseAgain() { return true; }
 };
 
 Priority& CurrentPriority();
@@ -56,8 +58,11 @@ public:
         return true;
     }
 
+    bool CanRaiseAgain() override { return canRaise; }
+
     int priorityClass = NORMAL_PRIORITY_CLASS;
     int threadPriority = 0;
+    bool canRaise = true;
     QString refuse; // when set, every change fails with this message
     std::vector<int> classCalls;
     std::vector<int> threadCalls;

@@ -32,6 +32,8 @@ void clearArrangement(SCL& s) {
             while (QLayoutItem* inner = column->takeAt(0)) delete inner;
         delete item;
     }
+    s.Frame5->setMinimumHeight(0);
+    s.Frame5->setMaximumHeight(QWIDGETSIZE_MAX);
     for (int r = 0; r < 6; ++r) s.root->setRowStretch(r, 0);
     for (int c = 0; c < 4; ++c) s.root->setColumnStretch(c, 0);
 }
@@ -62,6 +64,8 @@ void arrangeBeginner(SCL& s) {
     left->addWidget(s.detailsArea, 1);
     auto* right = new QVBoxLayout;
     right->addWidget(s.Frame6);
+    // Termination is as tall as the support tools, as in the full window's shared row.
+    s.Frame5->setFixedHeight(s.Frame4->sizeHint().height());
     right->addWidget(s.Frame5);
     right->addWidget(s.Frame4);
     right->addStretch(1);

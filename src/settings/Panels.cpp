@@ -13,6 +13,8 @@
 #include "settings/SCL.h"
 #include "settings/ValueEntry.h"
 
+#include <QScopeGuard>
+
 namespace telvo::ui {
 
 using core::Val;
@@ -125,6 +127,13 @@ void RefreshPanels(int mask) {
     if (Link().PowerState != QLatin1String("ON") && !ConnectDevice()) return;
     SettingsGlobals& g = G().settings;
     s.lblWait->show();
+    // Whatever ends the refresh (its end, a run-time error, a pulled adapter) puts the flags and
+    // the wait sign back; left set, tabs and Digital/Analog would send nothing for the run.
+    const auto back = qScopeGuard([&s, &g] {
+        g.SuppressTab = false;
+        g.SuppressOutput = false;
+        s.lblWait->hide();
+    });
     if (mask & 1) {
         QueryDevice(QStringLiteral("4C"));
         g.SuppressTab = true;
@@ -176,6 +185,10 @@ void RestoreViewState() {
     SettingsGlobals& g = G().settings;
     g.SuppressTab = true;
     g.SuppressOutput = true;
+    const auto back = qScopeGuard([&g] {
+        g.SuppressTab = false;
+        g.SuppressOutput = false;
+    });
     s.SSTab1->setCurrentIndex(g.KeptTab);
     s.lstPreset->setCurrentRow(g.KeptPreset);
     // Both buttons take the kept value, the analog one last.

@@ -321,8 +321,9 @@ void SCL::build() {
     lstSelect->setObjectName(QStringLiteral("lstSelect"));
     lstSelect->setAccessibleName(QStringLiteral("Select Value"));
     {
+        // No margins of its own: the frame is the list and 300 twips (ValueEntry's sizeList).
         auto* v = new QVBoxLayout(frmSelect);
-        v->setContentsMargins(4, 4, 4, 4);
+        v->setContentsMargins(2, 0, 2, 0);
         v->addWidget(lstSelect);
     }
     frmSelect->setFixedWidth(200);
@@ -374,7 +375,7 @@ void SCL::wire() {
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdContinue->hide(); });
     connect(D1, &LogView::DblClick, this, [this] { D1->clear(); });
     connect(lblMessage, &ClickLabel::DblClick, this, [] { Handle(lblMessage_DblClick); });
-    connect(chkSim, &QCheckBox::clicked, this, [] { Handle(chkSim_Click); });
+    OnClick(chkSim, chkSim_Click);
     connect(tmrmessage, &platform::Timer::Tick, this, [] { Handle(tmrmessage_Timer); });
     connect(T1, &platform::Timer::Tick, this, [] { Handle(T1_Timer); });
     connect(tmrdelay, &platform::Timer::Tick, this, [] { Handle(tmrdelay_Timer); });
@@ -389,18 +390,15 @@ void SCL::wire() {
 
     // Panels and their selectors.
     connect(SSTab1, &QTabBar::currentChanged, this, [] { Handle(SSTab1_Click); });
+    SSTab1->installEventFilter(this); // the wheel selects no input
     connect(lstPreset, &QListWidget::activated, this, [] { Handle(lstPreset_DblClick); });
     connect(lstProfile, &QListWidget::activated, this, [] { Handle(lstProfile_DblClick); });
-    connect(optAnalog, &QRadioButton::toggled, this, [](bool on) {
-        if (on) Handle(optAnalog_Click);
-    });
-    connect(optDigital, &QRadioButton::toggled, this, [](bool on) {
-        if (on) Handle(optDigital_Click);
-    });
+    OnClick(optAnalog, optAnalog_Click);
+    OnClick(optDigital, optDigital_Click);
     connect(cmdRefreshAll, &QPushButton::clicked, this, [] { Handle(cmdRefreshAll_Click); });
     for (QGroupBox* f : {FrameTop, FrameMid, FrameBtm}) f->installEventFilter(this);
-    connect(chkDefaults, &QCheckBox::clicked, this, [] { Handle(chkDefaults_Click); });
-    connect(chkSaveRestore, &QCheckBox::clicked, this, [] { Handle(chkSaveRestore_Click); });
+    OnClick(chkDefaults, chkDefaults_Click);
+    OnClick(chkSaveRestore, chkSaveRestore_Click);
 
     // Value entry.
     connect(txtValEnter, &QLineEdit::returnPressed, this,
@@ -424,6 +422,9 @@ void SCL::wire() {
 }
 
 bool SCL::eventFilter(QObject* watched, QEvent* e) {
+    // Each tab is a command to the device: only a click or the keyboard selects one, never the
+    // wheel passing over the tabs (each notch would send "4C" and start a refresh of its own).
+    if (watched == SSTab1 && e->type() == QEvent::Wheel) return true;
     // A click on a panel's frame abandons a choice; so does Escape in a chooser.
     if (e->type() == QEvent::MouseButtonPress &&
         (watched == FrameTop || watched == FrameMid || watched == FrameBtm))

@@ -111,11 +111,13 @@ bool SaveSettings() {
         // The earlier file stays whole.
         file.cancelWriting();
     } else {
+        // After a failure the user hears of the failure and of nothing else.
         whole = file.flush() && file.commit();
         if (!whole)
             ShowAlert(QStringLiteral("Could not write ") + settingsPath() + QStringLiteral(": ") +
                       file.errorString());
-        Breakpoint(QStringLiteral("All settings have been saved from the ") + model());
+        else
+            Breakpoint(QStringLiteral("All settings have been saved from the ") + model());
     }
     RestoreViewState();
     return whole;

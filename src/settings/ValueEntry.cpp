@@ -37,6 +37,13 @@ void sizeList(SCL& s) {
     const int rows = s.lstSelectTwips / 240;
     const int row = qMax(s.lstSelect->sizeHintForRow(0), s.fontMetrics().height() + 4);
     s.lstSelect->setFixedHeight(rows * row + 2 * s.lstSelect->frameWidth());
+    // The frame is the list and 300 twips (its caption above, a margin below), or what the
+    // style's caption and frame take where that is more: the list is never cut.
+    const QMargins frame = s.frmSelect->contentsMargins();
+    const QMargins inner = s.frmSelect->layout()->contentsMargins();
+    const int chrome = frame.top() + frame.bottom() + inner.top() + inner.bottom();
+    s.frmSelect->setFixedHeight(s.lstSelect->height() +
+                                qMax(qRound(300.0 * s.logicalDpiY() / 1440.0), chrome));
 }
 
 } // namespace
@@ -96,6 +103,14 @@ void lstSelect_Click() {
     SCL& s = scl();
     const int index = s.lstSelect->currentRow();
     if (index == -1) return;
+    // One selection, one send: a reboot pauses with events running, and the second click of a
+    // double-click (and its activation) would otherwise send the choice again.
+    static bool acting = false;
+    if (acting) return;
+    acting = true;
+    const struct Done {
+        ~Done() { acting = false; }
+    } done;
     const core::CommandRec& rec = selected();
     if (index + 1 >= rec.Values.size()) {
         s.frmSelect->hide();

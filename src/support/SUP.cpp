@@ -30,7 +30,6 @@ namespace telvo::ui {
 namespace {
 
 const QString kCrLf = QStringLiteral("\r\n");
-constexpr int kCritical = 16;
 constexpr int kExclamation = 48;
 
 QLabel* label(const QString& caption, QWidget* parent, const char* name) {
@@ -300,7 +299,7 @@ void SUP::ShowReleaseNotes(const QString& file) {
         startCaptionTimer();
     } else {
         QSaveFile page(out);
-        if (!page.open(QIODevice::WriteOnly) || page.write(text->toUtf8()) < 0 || !page.commit())
+        if (!page.open(QIODevice::WriteOnly) || page.write(text->toLatin1()) < 0 || !page.commit())
             throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
         const QString ext = core::TrimBlank(out.mid(out.lastIndexOf(u'.') + 1));
         const QString program = platform::CurrentShell().FindProgramFor(out);

@@ -2,6 +2,7 @@
 // and the store behind the adapter warning.
 
 #include "LoaderFixture.h"
+#include "support/Accessible.h"
 
 #include "app/Tools.h"
 #include "config/DG.h"
@@ -390,6 +391,29 @@ TEST_F(Windows, WarningContinueOpensTheLoaderCancelDoesNot) {
     events.in(10, [] { ui::dg().Command1->click(); });
     ui::cmdStartSCL_Click();
     EXPECT_FALSE(l().isHidden());
+}
+
+// An accessibility tool's "Toggle" runs the check boxes' Clicks as the mouse does.
+TEST_F(Windows, CheckBoxesByTheAccessibilityToggle) {
+    ui::DG& d = ui::dg();
+    d.show();
+    ASSERT_TRUE(accessibleToggle(d.Check1));
+    qint64 v = -1;
+    EXPECT_EQ(ui::RegRead(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
+                          QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), v),
+              0);
+    EXPECT_EQ(v, 1);
+    d.hide();
+    writeHomeFile(QStringLiteral("RestartLoader.txt"), "COM2,19200,57600,1\r\n");
+    ui::RS& r = ui::rs();
+    r.show();
+    ASSERT_FALSE(r.Check1->isHidden());
+    ASSERT_TRUE(accessibleToggle(r.Check1));
+    EXPECT_FALSE(r.cmdBrowse->isEnabled());
+    EXPECT_FALSE(r.List1->isEnabled());
+    ASSERT_TRUE(accessibleToggle(r.Check1));
+    EXPECT_TRUE(r.cmdBrowse->isEnabled());
+    EXPECT_TRUE(r.List1->isEnabled());
 }
 
 TEST_F(Windows, UncheckingAfterCheckingWritesZeroAtOnce) {

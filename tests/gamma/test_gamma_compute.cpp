@@ -328,3 +328,18 @@ TEST(Evaluator, EmptyFunctionTextIsSkippedByTheReference) {
     EXPECT_DOUBLE_EQ(ref.DSPrefData[5][0], 5);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[5][2], 10);
 }
+
+// The classic "0.0": 15 significant digits, then halves away from zero.
+TEST(GammaFormat, TenthsRoundAsTheClassicFormat) {
+    EXPECT_EQ(telvo::core::FormatTenths(1 / 0.8), QStringLiteral("1.3")); // 1.2499999999999999 in binary
+    EXPECT_EQ(telvo::core::FormatTenths(1.25), QStringLiteral("1.3"));
+    EXPECT_EQ(telvo::core::FormatTenths(1.35), QStringLiteral("1.4"));
+    EXPECT_EQ(telvo::core::FormatTenths(1 / 0.45), QStringLiteral("2.2"));
+    EXPECT_EQ(telvo::core::FormatTenths(-1.25), QStringLiteral("-1.3"));
+    EXPECT_EQ(telvo::core::FormatTenths(-0.04), QStringLiteral("0.0"));
+    EXPECT_EQ(telvo::core::FormatTenths(0.05), QStringLiteral("0.1"));
+    EXPECT_EQ(telvo::core::FormatTenths(0.04), QStringLiteral("0.0"));
+    EXPECT_EQ(telvo::core::FormatTenths(0.0), QStringLiteral("0.0"));
+    EXPECT_EQ(telvo::core::FormatTenths(9.96), QStringLiteral("10.0"));
+    EXPECT_EQ(telvo::core::FormatTenths(123.45), QStringLiteral("123.5"));
+}

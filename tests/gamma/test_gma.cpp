@@ -1,6 +1,7 @@
 // "Telvo Hesta Gamma Control Loader": the window driven through its buttons, boxes, grid and
 // chart, with the scripted platform answering dialogs and questions.
 
+#include "support/Accessible.h"
 #include "support/Fixture.h"
 
 #include "core/gamma/GammaFiles.h"
@@ -212,6 +213,15 @@ TEST_F(GammaWindow, SourceGammaChangeEmptiesDisplayGamma) {
     EXPECT_EQ(w().txtDSPgamma->text(), QStringLiteral("2.0"));
 }
 
+// SourceGamma 0.8: the display gamma 1 / 0.8 is a tie at one decimal; the format shows "1.3".
+TEST_F(GammaWindow, DisplayGammaOfATieRoundsAsTheFormat) {
+    w().txtSG->setText(QStringLiteral("0.8"));
+    w().chkDSPRef->setChecked(true);
+    click(w().cmdCompute);
+    EXPECT_EQ(w().txtDSPgamma->text(), QStringLiteral("1.3"));
+    EXPECT_EQ(w().txtGamma->text(), QStringLiteral("1.0")); // 1 / (1.3 x 0.8) = 0.96
+}
+
 TEST_F(GammaWindow, ZeroSourceGammaIsShownAsARunTimeError) {
     w().txtSG->setText(QStringLiteral("0"));
     w().chkDSPRef->setChecked(true);
@@ -316,6 +326,23 @@ TEST_F(GammaWindow, ChartOfAllThreeColoursTogether) {
     EXPECT_FALSE(w().RGBCurves[0]->isVisible());
 }
 
+// The check boxes run their Click through an accessibility tool's "Toggle" as by the mouse.
+TEST_F(GammaWindow, CheckBoxesByTheAccessibilityToggle) {
+    threeCurves();
+    ASSERT_TRUE(accessibleToggle(w().chkAllColors));
+    EXPECT_FALSE(w().Curve->isVisible());
+    EXPECT_TRUE(w().RGBCurves[0]->isVisible());
+    ASSERT_TRUE(accessibleToggle(w().chkAllColors));
+    EXPECT_TRUE(w().Curve->isVisible());
+    w().chkDSPRef->setChecked(false);
+    ASSERT_TRUE(w().cmdBrowse->isHidden());
+    ASSERT_TRUE(accessibleToggle(w().chkDSPRef));
+    EXPECT_FALSE(w().cmdBrowse->isHidden());
+    ASSERT_TRUE(accessibleToggle(w().chkDSPRef));
+    EXPECT_FALSE(w().chkDSPRef->isChecked());
+    EXPECT_TRUE(w().cmdBrowse->isHidden());
+}
+
 TEST_F(GammaWindow, EnterOnAnEmptyNameSavesNothing) {
     threeCurves();
     at(10, [&] {
@@ -369,6 +396,30 @@ TEST_F(GammaWindow, SavingCreatesTheGammaFolderAndOpeningStartsInTheProgramFolde
     gp->paths.push_back(QString());
     click(w().cmdOpen);
     EXPECT_EQ(gp->dirs[2], QDir(gammaDir()).filePath(QStringLiteral("*.gma")));
+}
+
+// A name typed without extension saves as a .gma file, which Open's filter then shows; an
+// existing NAME.gma is asked about as any other.
+TEST_F(GammaWindow, NameWithoutExtensionSavesAsAGmaFile) {
+    threeCurves();
+    QDir(home()).mkpath(QStringLiteral("Gamma"));
+    gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("plain")));
+    w().GammaName = QStringLiteral("plain");
+    w().SaveGamma();
+    const QString file = QDir(gammaDir()).filePath(QStringLiteral("plain.gma"));
+    EXPECT_TRUE(QFile::exists(file));
+    EXPECT_FALSE(QFile::exists(QDir(gammaDir()).filePath(QStringLiteral("plain"))));
+    EXPECT_EQ(w().GammaFileName, file);
+    EXPECT_EQ(QDir(gammaDir()).entryList({QStringLiteral("*.gma")}), QStringList{QStringLiteral("plain.gma")});
+    w().GammaFileName.clear();
+    gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("plain")));
+    gp->answers.push_back(platform::vbNo);
+    w().SaveGamma();
+    EXPECT_EQ(gp->messageTexts(), QStringList{file + QStringLiteral("\r\nCurrently exists, Overwrite?")});
+    // A name with an extension of its own keeps it.
+    gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("lcd.txt")));
+    w().SaveGamma();
+    EXPECT_TRUE(QFile::exists(QDir(gammaDir()).filePath(QStringLiteral("lcd.txt"))));
 }
 
 TEST_F(GammaWindow, SaveThenOpenReproducesTheTableAndTheValues) {

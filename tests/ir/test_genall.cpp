@@ -11,6 +11,7 @@
 
 #include <QFile>
 #include <QTest>
+#include <functional>
 
 using namespace telvo;
 
@@ -231,6 +232,35 @@ TEST_F(GenAll, SampleHexList) {
     }
 }
 
+// "Absolute" cleared: every pattern goes out in the relative form, its leader 0x85. A number
+// kind (dec, hex, ascii) carries the same bytes as with "Absolute"; a value kind carries F.
+TEST_F(GenAll, AbsoluteClearedGivesTheRelativeForm) {
+    load(sampleIni());
+    w().chkAbsolute->setChecked(false);
+    const QStringList got = run(QStringLiteral("rel.hex"));
+    const QStringList want = expected(1);
+    ASSERT_EQ(got.size(), want.size());
+    QStringList kinds; // of each pattern, in the walk's order
+    const auto& cmds = ui::Config().Commands;
+    for (qsizetype i = 1; i < cmds.size(); ++i)
+        if (cmds[i].IsList || cmds[i].IsByte)
+            for (qsizetype v = 1; v < cmds[i].Values.size(); ++v) kinds << cmds[i].Kind;
+    ASSERT_EQ(kinds.size() * 2, got.size());
+    int numbers = 0;
+    for (qsizetype i = 0; i < got.size(); i += 2) {
+        EXPECT_EQ(got[i], want[i]);
+        const QString& line = got[i + 1];
+        EXPECT_TRUE(line.startsWith(QStringLiteral("0000 006C 001B 0000 0085 0085 "))) << line.toStdString();
+        checkInvariants(line);
+        if (kinds[i / 2] != u"V") {
+            ++numbers;
+            EXPECT_EQ(line, QString(want[i + 1]).replace(QStringLiteral("0000 0064 0064 "),
+                                                        QStringLiteral("0000 0085 0085 ")));
+        }
+    }
+    EXPECT_GT(numbers, 0);
+}
+
 TEST_F(GenAll, RangesAndIntegersOnlyInText) {
     load(kEdges);
     const QStringList txt = run(QStringLiteral("e.txt"));
@@ -288,8 +318,8 @@ TEST_F(GenAll, MissingConverterIsSaid) {
 TEST_F(GenAll, ButtonLabelLongerThanFiveCharactersStopsTheWalk) {
     load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nWide = [1] FF ; (100)a,(101)b ;\r\n");
     run(QStringLiteral("w.ccf"));
-    ASSERT_EQ(scripted->messageTexts().size(), 1);
-    EXPECT_TRUE(scripted->messageTexts()[0].contains(QStringLiteral("5")));
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
     EXPECT_EQ(g_launched.calls, 0);
 }
 
@@ -329,6 +359,53 @@ TEST_F(GenAll, CancelDuringTheWalk) {
     EXPECT_TRUE(got.isEmpty());
     EXPECT_TRUE(w().prgGenAll->isHidden());
     EXPECT_TRUE(w().cmdGenAll->isEnabled());
+    // The unfinished file goes, and the user is told.
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("c.txt"))));
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+}
+
+TEST_F(GenAll, CancelDuringAConfigurationFileRemovesItsTemporaryAndListFiles) {
+    load(sampleIni());
+    QTimer::singleShot(0, w().cmdCancelAll, [this] {
+        // A few patterns are out before the click.
+        EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("Temp$$.hex"))));
+        QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton);
+    });
+    run(QStringLiteral("r.ccf"));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Temp$$.hex"))));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("r.txt"))));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("r.ccf"))));
+    EXPECT_EQ(g_launched.calls, 0);
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+}
+
+// The progress line spans the row it stands in, as txtOutput above it: titles are not cut.
+TEST_F(GenAll, ProgressLineSpansItsRow) {
+    load(sampleIni());
+    w().resize(700, w().height());
+    QApplication::processEvents();
+    int labelWidth = 0, rowWidth = 0, textWidth = 0;
+    QString title;
+    // Looks at each yield until the first title stands in the line.
+    std::function<void()> look = [&] {
+        if (w().lblError->text().isEmpty()) {
+            QTimer::singleShot(0, w().cmdCancelAll, look);
+            return;
+        }
+        labelWidth = w().lblError->width();
+        rowWidth = w().txtOutput->width();
+        title = w().lblError->text();
+        textWidth = w().lblError->fontMetrics().horizontalAdvance(title);
+        QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton);
+    };
+    QTimer::singleShot(0, w().cmdCancelAll, look);
+    run(QStringLiteral("p.txt"));
+    EXPECT_EQ(labelWidth, rowWidth);
+    EXPECT_GT(rowWidth, 400);
+    EXPECT_EQ(title, "Input = Video-1  (0x4C/76  '1'/49)");
+    EXPECT_LE(textWidth, labelWidth);
 }
 
 } // namespace

@@ -162,6 +162,11 @@ TEST_F(IR, MarkersEnterNothingAndExpandToNothing) {
     const qsizetype before = s.Defines.size();
     ScanFormNames(s, QStringLiteral("R*,_,*"));
     EXPECT_EQ(s.Defines.size(), before);
+    // In any case, as every word.
+    ScanFormNames(s, QStringLiteral("r*,r_"));
+    EXPECT_EQ(s.Defines.size(), before);
+    EXPECT_EQ(generate(QStringLiteral("r*,r_"), QStringLiteral("1"), QStringLiteral("1")),
+              "0000 006C 0000 0000");
     EXPECT_EQ(generate(QStringLiteral("R*,_,*"), QStringLiteral("1"), QStringLiteral("1")),
               "0000 006C 0000 0000");
     EXPECT_TRUE(messages.isEmpty());
@@ -288,6 +293,21 @@ TEST_F(IR, AsciiOption) {
     generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("A"), ValueOption::Ascii);
     EXPECT_EQ(s.IRFunctionCode, 65);
     EXPECT_EQ(bitsAt(1, 8), "10000010");
+}
+
+// Characters count by their codes in the system's 8-bit set (Windows-1252), not by UTF-16.
+TEST_F(IR, CharactersGoOutByTheirCodesInTheEightBitSet) {
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u20AC"), ValueOption::Ascii);
+    EXPECT_EQ(s.IRFunctionCode, 128);
+    EXPECT_EQ(bitsAt(1, 8), "00000001");
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u00E9"), ValueOption::Ascii);
+    EXPECT_EQ(s.IRFunctionCode, 233);
+    generate(FormValue, QStringLiteral("69"), QStringLiteral("\u20AC"), ValueOption::VAL);
+    EXPECT_EQ(bitsAt(3 + 16, 8), "00000001");           // 128
+    EXPECT_EQ(bitsAt(3 + 32, 8), "10100011");           // (69 + 128) and 255 = 197
+    // A character the set lacks counts as "?" (63).
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u0100"), ValueOption::Ascii);
+    EXPECT_EQ(s.IRFunctionCode, 63);
 }
 
 TEST_F(IR, HexOption) {

@@ -1,6 +1,7 @@
 // "IR Support": the window's modes, the checks of values, the mapping of a command to IR inputs,
 // and a run without a device.
 
+#include "support/Accessible.h"
 #include "support/Fixture.h"
 
 #include "app/Main.h"
@@ -77,6 +78,7 @@ TEST_F(Window, CaptionsNamesAndFirstState) {
     // Activate: what the main window shows.
     EXPECT_EQ(w().lblModel->text(), "Model=Gorda");
     EXPECT_EQ(w().lblOptions->text(), "Installed Options=SDI");
+    EXPECT_EQ(w().lblFirmware->text(), "Firmware=1.24");
     // Every control has its system name and a name a screen reader speaks.
     for (QWidget* c : std::initializer_list<QWidget*>{
              w().lstCmnds, w().lstValues, w().lstRemote, w().optDiscrete, w().optRemote,
@@ -304,6 +306,120 @@ TEST_F(Window, DiscreteClearsTheWindow) {
     EXPECT_FALSE(w().optHex->isChecked());
     EXPECT_TRUE(w().lstCmnds->isEnabled());
     EXPECT_FALSE(w().lstRemote->isEnabled());
+}
+
+// An accessibility tool's "Toggle" sets a mode as a click does: its Click runs.
+TEST_F(Window, ModesRunTheirClickByTheAccessibilityToggle) {
+    ASSERT_TRUE(test::accessibleToggle(w().optManual));
+    EXPECT_TRUE(w().optManual->isChecked());
+    EXPECT_FALSE(w().lstCmnds->isEnabled());
+    EXPECT_FALSE(w().lstValues->isEnabled());
+    EXPECT_FALSE(w().lstRemote->isEnabled());
+    EXPECT_FALSE(w().lblvalues->isHidden());
+    EXPECT_TRUE(w().lblvalues->text().startsWith(
+        QStringLiteral("Enter either a decinal or hex number for the function code (8324")));
+    EXPECT_TRUE(w().cmdGen->isEnabled());
+
+    ASSERT_TRUE(test::accessibleToggle(w().optRemote));
+    EXPECT_TRUE(w().lstRemote->isEnabled());
+    EXPECT_FALSE(w().lstCmnds->isEnabled());
+    EXPECT_EQ(w().txtFCdec->text(), "8324");
+    EXPECT_EQ(w().txtFChex->text(), "2084");
+    EXPECT_TRUE(w().optDec->isChecked());
+    EXPECT_TRUE(w().lblvalues->isHidden());
+    EXPECT_FALSE(w().cmdGen->isEnabled());
+
+    ASSERT_TRUE(test::accessibleToggle(w().optDiscrete));
+    EXPECT_TRUE(w().lstCmnds->isEnabled());
+    EXPECT_FALSE(w().lstRemote->isEnabled());
+    EXPECT_TRUE(w().txtFCdec->text().isEmpty());
+    EXPECT_FALSE(w().optDec->isChecked());
+}
+
+// The mouse runs the same Click (an option button offers an accessibility tool "Toggle" only);
+// a mode set in code runs it too.
+TEST_F(Window, ModesRunTheirClickByMouseAndCode) {
+    click(w().optManual);
+    EXPECT_TRUE(w().cmdGen->isEnabled());
+    EXPECT_FALSE(w().lstCmnds->isEnabled());
+    click(w().optRemote);
+    EXPECT_EQ(w().txtFCdec->text(), "8324");
+    EXPECT_TRUE(w().lstRemote->isEnabled());
+    w().optManual->setChecked(true);
+    EXPECT_TRUE(w().txtFCdec->text().isEmpty());
+    EXPECT_FALSE(w().lblvalues->isHidden());
+    // Clearing an option button runs nothing.
+    ui::IRG::SetOption(w().optManual, false);
+    EXPECT_FALSE(w().lblvalues->isHidden());
+    // A click on the mode already set runs its Click again.
+    w().optDiscrete->setChecked(true);
+    pick(w().lstCmnds, QStringLiteral("Input"));
+    ASSERT_FALSE(w().txtFCdec->text().isEmpty());
+    click(w().optDiscrete);
+    EXPECT_TRUE(w().txtFCdec->text().isEmpty());
+    EXPECT_EQ(w().lstCmnds->currentRow(), -1);
+}
+
+// Activate shows what the main window holds now: firmware and options as they change.
+TEST_F(Window, ActivateShowsFirmwareAndOptions) {
+    w().hide();
+    ui::scl().txtFirmware->setText(QString());
+    ui::Config().Options = QString();
+    ui::ShowIRG();
+    EXPECT_EQ(w().lblFirmware->text(), "Firmware=???");
+    EXPECT_EQ(w().lblOptions->text(), "Installed Options=None");
+    w().hide();
+    ui::scl().txtFirmware->setText(QStringLiteral("2.05"));
+    ui::Config().Options = QStringLiteral("FRKDI SDI");
+    ui::ShowIRG();
+    EXPECT_EQ(w().lblFirmware->text(), "Firmware=2.05");
+    EXPECT_EQ(w().lblOptions->text(), "Installed Options=FRKDI SDI");
+}
+
+// The value prompt lies over lstValues after a command's click, and over the list area from
+// the left edge of lstCmnds and the top of lstRemote in Manual mode.
+TEST_F(Window, ValuePromptLiesOverTheLists) {
+    QApplication::processEvents();
+    pick(w().lstCmnds, QStringLiteral("Brightness"));
+    ASSERT_FALSE(w().lblvalues->isHidden());
+    EXPECT_EQ(w().lblvalues->parentWidget(), w().lstValues->parentWidget());
+    EXPECT_EQ(w().lblvalues->geometry(), w().lstValues->geometry());
+    click(w().optManual);
+    ASSERT_FALSE(w().lblvalues->isHidden());
+    const QRect g = w().lblvalues->geometry();
+    EXPECT_EQ(g.left(), w().lstCmnds->geometry().left());
+    EXPECT_EQ(g.top(), w().lstRemote->geometry().top());
+    EXPECT_EQ(g.bottomRight(), w().lstRemote->geometry().bottomRight());
+    // It follows the lists when the window changes size.
+    w().resize(w().width() + 120, w().height() + 40);
+    QApplication::processEvents();
+    EXPECT_EQ(w().lblvalues->geometry().bottomRight(), w().lstRemote->geometry().bottomRight());
+}
+
+// Tabbing into a list with no current row makes its first row current: no choice, no Click.
+TEST_F(Window, TabbingIntoAListChoosesNothing) {
+    QFocusEvent in(QEvent::FocusIn, Qt::TabFocusReason);
+    QApplication::sendEvent(w().lstCmnds, &in);
+    EXPECT_EQ(w().lstCmnds->currentRow(), 0);
+    EXPECT_TRUE(w().txtFChex->text().isEmpty());
+    EXPECT_TRUE(output().isEmpty());
+    // Space on that row chooses it.
+    QTest::keyClick(w().lstCmnds, Qt::Key_Space);
+    EXPECT_EQ(w().txtFChex->text(), ui::Config().Commands.at(w().FindCommand(w().lstCmnds->item(0)->text())).Cmd);
+    // The remote list likewise: tabbing in generates nothing.
+    click(w().optRemote);
+    QApplication::sendEvent(w().lstRemote, &in);
+    EXPECT_EQ(w().lstRemote->currentRow(), 0);
+    EXPECT_TRUE(output().isEmpty());
+    // An arrow key is a choice.
+    QTest::keyClick(w().lstRemote, Qt::Key_Down);
+    EXPECT_EQ(w().lstRemote->currentRow(), 1);
+    EXPECT_FALSE(output().isEmpty());
+}
+
+// Characters count by their codes in the system's 8-bit set (Windows-1252).
+TEST_F(Window, ValueCharactersByTheirEightBitCodes) {
+    EXPECT_EQ(ui::IRG::EditValue(QStringLiteral("6\u20AC\u00E9")), "54,128,233");
 }
 
 // ---------------------------------------------------------------- a run without a device

@@ -1,6 +1,7 @@
 // "Advanced Options": scheduling class, thread priority bounds, and the port speed that changes
 // without telling the device.
 
+#include "support/Accessible.h"
 #include "support/Fixture.h"
 
 #include "app/Tools.h"
@@ -156,6 +157,30 @@ TEST_F(Advanced, SameRateAgainReopensThePort) {
     EXPECT_EQ(peer.opens, 3);
 }
 
+// An accessibility tool's "Toggle" runs the same Clicks as the mouse.
+TEST_F(Advanced, RateAndClassByTheAccessibilityActions) {
+    openOnPeer(19200);
+    ui::ShowADV();
+    ASSERT_TRUE(accessibleToggle(a().optSpeed[5]));
+    EXPECT_EQ(ui::scl().P1->Settings(), QStringLiteral("57600,n,8,1"));
+    EXPECT_EQ(peer.opens, 2);
+    click(a().optSpeed[5]); // the rate already chosen, again
+    EXPECT_EQ(peer.opens, 3);
+    ASSERT_TRUE(accessibleToggle(a().optProcessPriority.value(128)));
+    EXPECT_EQ(pri->classCalls, std::vector<int>{128});
+    EXPECT_EQ(pri->priorityClass, 128);
+}
+
+// Activation selects the present class and rate: neither is the user's choice, nothing is set.
+TEST_F(Advanced, ActivationSetsNoClassAndOpensNoPort) {
+    pri->priorityClass = 64;
+    openOnPeer(19200);
+    ui::ShowADV();
+    ASSERT_EQ(checkedClasses(), QStringList{QStringLiteral("Low (Idle)")});
+    EXPECT_TRUE(pri->classCalls.empty());
+    EXPECT_EQ(peer.opens, 1);
+}
+
 TEST_F(Advanced, OtherRateReopensWithoutTellingTheDevice) {
     openOnPeer(19200);
     ui::ShowADV();
@@ -196,6 +221,47 @@ TEST_F(Advanced, ThreadPriorityLowerBoundIsMinus15) {
     EXPECT_EQ(a().txtThreadPriority->text(), QStringLiteral("-15"));
     EXPECT_EQ(scripted->beeps, 1);
     EXPECT_EQ(pri->threadCalls, std::vector<int>{-15});
+}
+
+// Each arrow checks its own bound only: up "below 16", down "-15 or more".
+TEST_F(Advanced, EachArrowChecksItsOwnBound) {
+    pri->threadPriority = 20; // beyond the box's range, as the system may report
+    ui::ShowADV();
+    click(a().cmdPriDN);
+    EXPECT_EQ(a().txtThreadPriority->text(), QStringLiteral("19"));
+    EXPECT_EQ(pri->threadCalls, std::vector<int>{19});
+    a().txtThreadPriority->setText(QStringLiteral("-20"));
+    click(a().cmdPriUP);
+    EXPECT_EQ(a().txtThreadPriority->text(), QStringLiteral("-19"));
+    EXPECT_EQ(pri->threadCalls, (std::vector<int>{19, -19}));
+    EXPECT_EQ(scripted->beeps, 0);
+}
+
+// Where the user could not raise the priority again, Low (Idle) is asked about first.
+TEST_F(Advanced, IdleWithoutAWayBackIsAskedFirst) {
+    pri->canRaise = false;
+    ui::ShowADV();
+    ASSERT_EQ(checkedClasses(), QStringList{QStringLiteral("Normal")});
+    scripted->answers.push_back(platform::vbNo);
+    click(a().optProcessPriority.value(64));
+    ASSERT_EQ(scripted->messageTexts().size(), 1);
+    EXPECT_EQ(scripted->messageTexts().at(0),
+              QStringLiteral("Low (Idle) can not be undone: once it is set, this user may not raise "
+                             "the program's priority again until the program is restarted.\r\n"
+                             "Set Low (Idle)?"));
+    EXPECT_TRUE(pri->classCalls.empty());
+    EXPECT_EQ(checkedClasses(), QStringList{QStringLiteral("Normal")});
+    scripted->answers.push_back(platform::vbYes);
+    click(a().optProcessPriority.value(64));
+    EXPECT_EQ(pri->classCalls, std::vector<int>{64});
+    EXPECT_EQ(checkedClasses(), QStringList{QStringLiteral("Low (Idle)")});
+    // With a way back, nothing is asked.
+    pri->canRaise = true;
+    pri->priorityClass = 32;
+    ui::ShowADV();
+    click(a().optProcessPriority.value(64));
+    EXPECT_EQ(scripted->messageTexts().size(), 2);
+    EXPECT_EQ(pri->classCalls, (std::vector<int>{64, 64}));
 }
 
 TEST_F(Advanced, RefusedThreadPriorityStandsInTheBoxAndIsTold) {

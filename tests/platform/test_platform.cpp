@@ -11,6 +11,9 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFileDialog>
+#include <QTimer>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <vector>
@@ -324,6 +327,30 @@ TEST_F(Platform, BytesAtTheWrongRateArriveAsNoiseNeverAsAFrame) {
     EXPECT_FALSE(peer.heard().contains('\x02'));
     p1.setPortOpen(false);
     PortMap::instance().setPorts({});
+}
+
+// The save dialog asks nothing about an existing file: the routine that wanted the name asks
+// its own question, and a No there leaves the routine rather than going back to the dialog.
+TEST_F(Platform, SaveDialogAsksNoOverwriteQuestionOfItsOwn) {
+    InstallPlatform(nullptr); // the real dialogs
+    bool seen = false, confirms = true;
+    std::function<void()> look = [&] {
+        auto* d = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!d) {
+            QTimer::singleShot(10, look);
+            return;
+        }
+        seen = true;
+        confirms = !d->testOption(QFileDialog::DontConfirmOverwrite);
+        d->reject();
+    };
+    QTimer::singleShot(0, look);
+    EXPECT_TRUE(SaveFileDialog(QStringLiteral("Save As"), QString(),
+                               QStringLiteral("Gamma Files (*.gma)|*.gma"))
+                    .isEmpty());
+    EXPECT_TRUE(seen);
+    EXPECT_FALSE(confirms);
+    InstallScriptedPlatform();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The main window's two layouts, the button groups and the captions of its controls, headless;
 // ctest runs this at 100 % and at 200 % scale.
 
+#include "support/Accessible.h"
 #include "support/Fixture.h"
 
 #include "app/Globals.h"
@@ -48,6 +49,7 @@ TEST_F(Layout, FullWindowStacksTheFramesAsDesigned) {
     EXPECT_EQ(f4.width(), f2.width());
     // Termination beside them, at the options' left.
     EXPECT_EQ(f5.top(), f4.top());
+    EXPECT_EQ(f5.height(), f4.height());
     EXPECT_EQ(f5.left(), f6.left());
     // The details under the tools; the bottom panel ends where the details end.
     EXPECT_GE(d1.top(), f4.bottom());
@@ -82,6 +84,7 @@ TEST_F(Layout, BeginnersWindowHidesThePanelsAndStacksTheRest) {
     EXPECT_GE(f4.top(), f5.bottom());
     EXPECT_EQ(f4.left(), f5.left());
     EXPECT_EQ(f4.width(), f5.width());
+    EXPECT_EQ(f5.height(), f4.height());
     EXPECT_GE(d1.top(), f2.bottom());
     EXPECT_EQ(area.width(), d1.width());
     EXPECT_FALSE(s().chkSaveRestore->isEnabled());
@@ -158,6 +161,32 @@ TEST_F(Layout, DefaultsAndSaveSettingsExcludeEachOther) {
     EXPECT_FALSE(s().chkDefaults->isEnabled());
     click(s().chkSaveRestore);
     EXPECT_TRUE(s().chkDefaults->isEnabled());
+}
+
+// The same through an accessibility tool's "Toggle", and from code: each change runs the Click.
+TEST_F(Layout, CheckBoxesRunTheirClickOnEveryChangeOfValue) {
+    lay(0);
+    s().chkSaveRestore->setEnabled(true);
+    s().chkSaveRestore->setChecked(false);
+    s().chkDefaults->setChecked(false);
+    ASSERT_TRUE(accessibleToggle(s().chkDefaults));
+    EXPECT_TRUE(s().chkDefaults->isChecked());
+    EXPECT_FALSE(s().chkSaveRestore->isEnabled());
+    ASSERT_TRUE(accessibleToggle(s().chkDefaults));
+    EXPECT_TRUE(s().chkSaveRestore->isEnabled());
+    ASSERT_TRUE(accessibleToggle(s().chkSaveRestore));
+    EXPECT_TRUE(s().chkSaveRestore->isChecked());
+    EXPECT_FALSE(s().chkDefaults->isEnabled());
+    s().chkSaveRestore->setChecked(false);
+    EXPECT_TRUE(s().chkDefaults->isEnabled());
+
+    ASSERT_TRUE(accessibleToggle(s().chkSim));
+    EXPECT_EQ(ui::Link().SimNote, QStringLiteral(" (Simulation Mode)"));
+    ASSERT_TRUE(accessibleToggle(s().chkSim));
+    EXPECT_TRUE(ui::Link().SimNote.isEmpty());
+    s().chkSim->setChecked(true);
+    EXPECT_EQ(ui::Link().SimNote, QStringLiteral(" (Simulation Mode)"));
+    s().chkSim->setChecked(false);
 }
 
 TEST_F(Layout, EveryCaptionIsTheSystemsOwn) {

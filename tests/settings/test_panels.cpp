@@ -3,10 +3,16 @@
 
 #include "SettingsFixture.h"
 
+#include "app/Controls.h"
+#include "core/text/Classic.h"
+#include "support/Accessible.h"
+
 #include "firmware/LDR.h"
 #include "link/zSCL.h"
 #include "settings/Panels.h"
 #include "settings/ValueEntry.h"
+
+#include <QWheelEvent>
 
 using namespace telvo;
 using namespace telvo::test;
@@ -109,6 +115,21 @@ TEST_F(Panels, ChangingTheTabSelectsTheInputThenRefreshesTheTopPanel) {
     EXPECT_FALSE(frames.contains(query("60"))); // the middle panel is not refreshed
 }
 
+TEST_F(Panels, WheelOverTheTabsSelectsNoInput) {
+    attachDevice();
+    s().show();
+    const int tab = s().SSTab1->currentIndex();
+    const int from = logSize();
+    const QPointF p = QPointF(s().SSTab1->tabRect(0).center());
+    for (int notch : {-120, -120, 120}) {
+        QWheelEvent wheel(p, s().SSTab1->mapToGlobal(p), QPoint(), QPoint(0, notch), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(s().SSTab1, &wheel);
+    }
+    EXPECT_EQ(s().SSTab1->currentIndex(), tab);
+    EXPECT_TRUE(sent(from).isEmpty());
+}
+
 TEST_F(Panels, ProgramsOwnTabChangeIsNoCommand) {
     attachDevice();
     ui::G().settings.SuppressTab = true;
@@ -130,6 +151,48 @@ TEST_F(Panels, OutputButtonsSetTheOutputType) {
     QTest::mouseClick(s().optAnalog, Qt::LeftButton, {}, QPoint(6, s().optAnalog->height() / 2));
     EXPECT_EQ(sent(from2).value(0), set("60", QStringLiteral("1")));
     EXPECT_EQ(dev.settings().output(), 1);
+}
+
+TEST_F(Panels, OutputButtonsByTheAccessibilityToggle) {
+    vorix::sim::Device& dev = attachDevice();
+    ui::RefreshPanels(2);
+    ASSERT_TRUE(s().optAnalog->isChecked());
+    const int from = logSize();
+    ASSERT_TRUE(accessibleToggle(s().optDigital));
+    EXPECT_EQ(sent(from).value(0), set("60", QStringLiteral("2")));
+    EXPECT_EQ(dev.settings().output(), 2);
+    const int from2 = logSize();
+    ASSERT_TRUE(accessibleToggle(s().optAnalog));
+    EXPECT_EQ(sent(from2).value(0), set("60", QStringLiteral("1")));
+    EXPECT_EQ(dev.settings().output(), 1);
+    // The refresh sets the button the device names under SuppressOutput: no command.
+    dev.settings().set("60", "2");
+    const int from3 = logSize();
+    ui::RefreshPanels(2);
+    EXPECT_TRUE(s().optDigital->isChecked());
+    EXPECT_FALSE(sent(from3).contains(set("60", QStringLiteral("2"))));
+}
+
+// The adapter pulled: the first write is a run-time error. The routines' flags and the wait
+// sign are put back, so that tabs and Digital/Analog act again.
+TEST_F(Panels, RunTimeErrorInARefreshOrARestorePutsTheFlagsBack) {
+    attachDevice();
+    ui::RefreshPanels(7);
+    ui::SaveViewState();
+    // The first wait for an answer meets the error.
+    at(1, [] { throw core::RuntimeError(8012, QStringLiteral("The port is not open")); });
+    ui::Handle([] { ui::RefreshPanels(7); });
+    ASSERT_EQ(scripted->messageTexts().size(), 1);
+    EXPECT_TRUE(scripted->messageTexts().at(0).startsWith(QStringLiteral("Run-time error '8012'")));
+    EXPECT_TRUE(s().lblWait->isHidden());
+    EXPECT_FALSE(ui::G().settings.SuppressTab);
+    EXPECT_FALSE(ui::G().settings.SuppressOutput);
+    at(1, [] { throw core::RuntimeError(8012, QStringLiteral("The port is not open")); });
+    ui::Handle([] { ui::RestoreViewState(); });
+    ASSERT_EQ(scripted->messageTexts().size(), 2);
+    EXPECT_FALSE(ui::G().settings.SuppressTab);
+    EXPECT_FALSE(ui::G().settings.SuppressOutput);
+    EXPECT_TRUE(s().lblWait->isHidden());
 }
 
 TEST_F(Panels, DoubleClickOnAPresetSetsItsIndex) {
@@ -316,6 +379,21 @@ TEST_F(Panels, RebootActionWaitsThenFindsTheDeviceAtItsOriginalSpeed) {
     EXPECT_TRUE(s().frmSelect->isHidden());
 }
 
+TEST_F(Panels, DoubleClickOnARebootChoiceSendsItOnce) {
+    attachDevice();
+    press(labelNamed(QStringLiteral("Restart")));
+    const int from = logSize();
+    const QPoint at0 = s().lstSelect->visualItemRect(s().lstSelect->item(0)).center();
+    // The second click of the double-click comes during the first one's pause.
+    at(200, [this, at0] { QTest::mouseDClick(s().lstSelect->viewport(), Qt::LeftButton, {}, at0); });
+    QTest::mouseClick(s().lstSelect->viewport(), Qt::LeftButton, {}, at0);
+    const QStringList frames = sent(from);
+    EXPECT_EQ(frames.count(set("DC", QStringLiteral("1"))), 1);
+    EXPECT_EQ(frames.value(0), set("DC", QStringLiteral("1")));
+    EXPECT_EQ(frames.value(1), query("A1"));
+    EXPECT_EQ(s().txtState->text(), QStringLiteral("Idle"));
+}
+
 TEST_F(Panels, LoaderActionMovesToTheTransferSpeedAndShowsTheLoader) {
     // In simulation: a device in its loader no longer answers the speed command, and the
     // search that follows that loss is the connection's own business.
@@ -359,9 +437,35 @@ TEST_F(OddLists, ListHeightIsNineRowsOrTenAtMost) {
     EXPECT_EQ(s().lstSelect->count(), 30);
 }
 
+// The frame is the list and 300 twips (or its caption's and frame's height where the style
+// needs more), and the whole list shows inside it.
+TEST_F(OddLists, SelectFrameIsTheListAnd300Twips) {
+    ui::BuildPanels();
+    s().show();
+    const int twips300 = qRound(300.0 * s().logicalDpiY() / 1440.0);
+    const QMargins frame = s().frmSelect->contentsMargins();
+    const QMargins inner = s().frmSelect->layout()->contentsMargins();
+    const int chrome = frame.top() + frame.bottom() + inner.top() + inner.bottom();
+    for (int i : {1, 2, 3}) {
+        ui::OpenSetting(s().lblSettingTop.at(i), i, 1, 1, QStringLiteral("top"));
+        QApplication::processEvents();
+        EXPECT_EQ(s().frmSelect->height(), s().lstSelect->height() + qMax(twips300, chrome)) << i;
+        EXPECT_LE(s().lstSelect->geometry().bottom(), s().frmSelect->height() - 1) << i;
+        EXPECT_GE(s().lstSelect->geometry().top(), 0) << i;
+    }
+}
+
 TEST_F(OddLists, AKindlessSettingOpensTheStaleListAndSelectsNothingOfUse) {
     ui::BuildPanels();
     s().show();
+    // Opened first: the list is empty.
+    ui::OpenSetting(s().lblSettingTop.at(4), 4, 1, 1, QStringLiteral("top"));
+    EXPECT_FALSE(s().frmSelect->isHidden());
+    EXPECT_TRUE(s().frmEnter->isHidden());
+    EXPECT_EQ(s().lstSelect->count(), 0);
+    const int none = logSize();
+    ui::lstSelect_Click();
+    EXPECT_TRUE(sent(none).isEmpty());
     ui::OpenSetting(s().lblSettingTop.at(1), 1, 1, 1, QStringLiteral("top"));
     ui::OpenSetting(s().lblSettingTop.at(4), 4, 1, 1, QStringLiteral("top"));
     EXPECT_FALSE(s().frmSelect->isHidden());

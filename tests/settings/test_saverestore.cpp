@@ -3,6 +3,7 @@
 // prompts, and a save that never leaves a half-written file.
 
 #include "SettingsFixture.h"
+#include "support/Accessible.h"
 
 #include "link/zSCL.h"
 #include "settings/Panels.h"
@@ -85,6 +86,19 @@ TEST_F(SaveRestore, SaveWritesEveryStateAndPlainRowInFileOrder) {
         QStringLiteral("Breakpoint: All settings have been saved from the Gorda")));
     EXPECT_TRUE(logLines().contains(
         QStringLiteral("Breakpoint: All settings have been saved from the Gorda")));
+}
+
+// A Settings.txt that cannot be written: the alert, and no word that the settings were saved.
+TEST_F(SaveRestore, FailedWriteSaysItFailedAndNothingElse) {
+    attachDevice();
+    ASSERT_TRUE(QDir(home()).mkdir(QStringLiteral("Settings.txt")));
+    QTest::mouseClick(s().cmdSave, Qt::LeftButton);
+    EXPECT_TRUE(m_breaks.isEmpty());
+    for (const QString& line : logLines())
+        EXPECT_FALSE(line.contains(QStringLiteral("All settings have been saved"))) << line.toStdString();
+    EXPECT_TRUE(s().lblMessage->text().startsWith(
+        QStringLiteral("Could not write ") + homeFile(QStringLiteral("Settings.txt")) + u':'))
+        << s().lblMessage->text().toStdString();
 }
 
 TEST_F(SaveRestore, SaveThenRestoreBringsTheSettingsBack) {
@@ -302,6 +316,21 @@ TEST_F(SaveRestore, NoSettingRowsIsReportedAndUnticksSaveSettings) {
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Settings.txt"))));
 }
 
+// Unticked by the save, "Save Settings" runs its Click: "Restore Defaults" is free again.
+TEST_F(SaveRestore, UntickedSaveSettingsFreesRestoreDefaults) {
+    attachDevice();
+    ui::Config().StateSettings = {core::StateSettingRow()};
+    s().chkSaveRestore->setEnabled(true);
+    s().chkSaveRestore->setChecked(false);
+    QTest::mouseClick(s().chkSaveRestore, Qt::LeftButton, {}, QPoint(6, s().chkSaveRestore->height() / 2));
+    ASSERT_TRUE(s().chkSaveRestore->isChecked());
+    ASSERT_FALSE(s().chkDefaults->isEnabled());
+    ui::SaveSettings();
+    EXPECT_FALSE(s().chkSaveRestore->isChecked());
+    EXPECT_FALSE(s().chkDefaults->isChecked());
+    EXPECT_TRUE(s().chkDefaults->isEnabled());
+}
+
 TEST_F(SaveRestore, SaveAsTakesOnlyTheWritablePresets) {
     vorix::sim::Device& dev = attachDevice();
     struct Row {
@@ -321,6 +350,60 @@ TEST_F(SaveRestore, SaveAsTakesOnlyTheWritablePresets) {
         }
     }
     (void)dev;
+}
+
+// Sixteen presets in the file: index 14 lies beyond the ten that can be written.
+class ManyPresets : public SaveRestore {
+protected:
+    QByteArray ini() override {
+        QByteArray text = sampleIni();
+        const QByteArray from = "(13)User 10 ;";
+        EXPECT_TRUE(text.contains(from));
+        text.replace(from, "(13)User 10,(14)User 11,(15)User 12 ;");
+        return text;
+    }
+};
+
+TEST_F(ManyPresets, PresetIndex14IsNoValidPreset) {
+    attachDevice();
+    ASSERT_EQ(s().lstPreset->count(), 16);
+    s().lstPreset->setCurrentRow(14);
+    const int from = logSize();
+    QTest::mouseClick(s().cmdSaveAs, Qt::LeftButton);
+    EXPECT_TRUE(sent(from).isEmpty());
+    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral("No valid preset has been selected.")));
+    s().lstPreset->setCurrentRow(13);
+    const int from13 = logSize();
+    QTest::mouseClick(s().cmdSaveAs, Qt::LeftButton);
+    EXPECT_EQ(sent(from13).value(0), set("53", QStringLiteral("9")));
+}
+
+// A Telvo.ini without setting rows (no [SETTINGSBYSTATE], no [GENERALSETTINGS]): nothing to
+// save, and it is said.
+class NoSettingRows : public SaveRestore {
+protected:
+    QByteArray ini() override {
+        QByteArray text = sampleIni();
+        const qsizetype a = text.indexOf("[SETTINGSBYSTATE]");
+        const qsizetype b = text.indexOf("[REMOTECODES]");
+        EXPECT_TRUE(a > 0 && b > a);
+        return text.left(a) + text.mid(b);
+    }
+};
+
+TEST_F(NoSettingRows, SaveSaysThereAreNoSettingRows) {
+    attachDevice();
+    ASSERT_EQ(core::TableRows(ui::Config().StateSettings), 0);
+    s().chkSaveRestore->setEnabled(true);
+    s().chkSaveRestore->setChecked(true);
+    const int from = logSize();
+    QTest::mouseClick(s().cmdSave, Qt::LeftButton);
+    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral(
+        "Unable to save current settings as no settings data was provided in INI file.")));
+    EXPECT_TRUE(sent(from).isEmpty());
+    EXPECT_FALSE(s().chkSaveRestore->isChecked());
+    EXPECT_TRUE(s().chkDefaults->isEnabled());
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Settings.txt"))));
 }
 
 TEST_F(SaveRestore, SaveAsOfAProfileSendsItsNumber) {

@@ -43,9 +43,12 @@ TEST(ReleaseNotesCut, MarkerOnTheSecondLineIsNotFound) {
     EXPECT_FALSE(CutReleaseNotes(FirstLineOf(lf)));
 }
 
-TEST(FirstLineOf, Utf8OrLatin1) {
-    EXPECT_EQ(FirstLineOf("caf\xc3\xa9\r\nx"), QStringLiteral("caf\u00e9"));
+// One character a byte, whatever the page's character set: the bytes go back out unchanged.
+TEST(FirstLineOf, OneCharacterAByte) {
+    EXPECT_EQ(FirstLineOf("caf\xc3\xa9\r\nx"), QStringLiteral("caf\u00c3\u00a9"));
+    EXPECT_EQ(FirstLineOf("caf\xc3\xa9\r\nx").toLatin1(), QByteArray("caf\xc3\xa9"));
     EXPECT_EQ(FirstLineOf("caf\xe9\nx"), QStringLiteral("caf\u00e9"));
+    EXPECT_EQ(FirstLineOf("caf\xe9\nx").toLatin1(), QByteArray("caf\xe9"));
     EXPECT_EQ(FirstLineOf(""), QString());
 }
 

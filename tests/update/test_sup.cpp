@@ -314,6 +314,20 @@ TEST_F(SupWindow, NoRowSelectedBeepsTwice) {
     EXPECT_EQ(scripted->beeps, 4);
 }
 
+// A page in windows-1252 (or UTF-8, or anything): the cut is written as the bytes read.
+TEST_F(SupWindow, ReleaseNotesKeepTheBytesOfThePage) {
+    ui::ShowSUP();
+    writeHomeFile(QStringLiteral("notes1252.php"),
+                  "<html>#BeginEditable \"content\" --> caf\xE9 \x80 na\xEFve</html>\r\nrest");
+    w().ShowReleaseNotes(homeFile(QStringLiteral("notes1252.php")));
+    EXPECT_EQ(readHomeFile(QStringLiteral("ReleaseNotes.html")),
+              QByteArray("caf\xE9 \x80 na\xEFve</html>"));
+    writeHomeFile(QStringLiteral("notes8.php"),
+                  "<html>#BeginEditable \"content\" --> caf\xC3\xA9</html>");
+    w().ShowReleaseNotes(homeFile(QStringLiteral("notes8.php")));
+    EXPECT_EQ(readHomeFile(QStringLiteral("ReleaseNotes.html")), QByteArray("caf\xC3\xA9</html>"));
+}
+
 TEST_F(SupWindow, ReleaseNotesAreCutWrittenAndOpened) {
     ui::ShowSUP();
     select(0);

@@ -1,6 +1,7 @@
 // The first run: the INI window led through a template Telvo.ini, its rewrites through
 // Telvo.new, the reset to the template, and the two small windows that write one key each.
 
+#include "support/Accessible.h"
 #include "support/Fixture.h"
 
 #include "../link/DeviceScript.h"
@@ -198,6 +199,11 @@ TEST_F(FirstRun, IRGeneratorOnlyGivesDeviceNotConnectedAndIRToolNextTime) {
         click(w().optIRyes);
         EXPECT_TRUE(w().frmoptional->isHidden());
         click(w().optIRno);
+        EXPECT_FALSE(w().frmoptional->isHidden());
+        // An accessibility tool's "Toggle" runs the same Clicks.
+        EXPECT_TRUE(accessibleToggle(w().optIRyes));
+        EXPECT_TRUE(w().frmoptional->isHidden());
+        EXPECT_TRUE(accessibleToggle(w().optIRno));
         EXPECT_FALSE(w().frmoptional->isHidden());
         click(w().optIRyes);
         click(w().cmdDone);

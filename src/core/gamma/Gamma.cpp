@@ -46,10 +46,20 @@ QString FormatCode(int code) {
 }
 
 QString FormatTenths(double value) {
-    QString s = QString::number(value, 'f', 1);
+    // As the classic format "0.0": the double is taken at 15 significant digits, then rounded to
+    // tenths with halves away from zero. So 1 / 0.8 (1.2499999999999999 in binary) shows "1.3".
+    const QString e = QString::number(std::fabs(value), 'e', 14); // d.dddddddddddddde+XX
+    const QString digits = e.left(1) + e.mid(2, 14);
+    const int keep = e.mid(e.indexOf(u'e') + 1).toInt() + 2; // digits up to the tenths
+    if (keep > 15 || !std::isfinite(value)) return QString::number(value, 'f', 1);
+    qint64 tenths = 0;
+    if (keep >= 0) {
+        tenths = keep == 0 ? 0 : digits.left(keep).toLongLong();
+        if (digits.at(keep) >= u'5') ++tenths;
+    }
     // No "-0.0": a value that rounds to zero shows as zero.
-    if (s == QLatin1String("-0.0")) s = QStringLiteral("0.0");
-    return s;
+    const QString s = QString::number(tenths / 10) + u'.' + QString::number(tenths % 10);
+    return value < 0 && tenths != 0 ? QStringLiteral("-") + s : s;
 }
 
 double ClassicPow(double base, double exponent) {

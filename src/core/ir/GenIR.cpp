@@ -1,5 +1,6 @@
 #include "core/ir/GenIR.h"
 
+#include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 
@@ -48,7 +49,7 @@ QString upper(const QString& t) { return t.toUpper(); }
 bool is(const QString& text, QStringView word) { return text.compare(word, Qt::CaseInsensitive) == 0; }
 
 bool isMarker(const QString& item) {
-    return item == u"R_" || item == u"R*" || item == u"_" || item == u"*";
+    return is(item, u"R_") || is(item, u"R*") || item == u"_" || item == u"*";
 }
 
 } // namespace
@@ -334,7 +335,7 @@ void EmitDefine(IRState& s, const QString& name, const QString& width, bool inve
     case KindValue: {
         const QString chars = d.Chars;
         for (const QChar ch : chars) {
-            const qint32 c = ch.unicode();
+            const qint32 c = AnsiCode(ch);
             AddToChecksum(s, c);
             EmitBits(s, c, width, invert);
         }
@@ -461,7 +462,7 @@ void CollectIRData(IRState& s, const IRInputs& in) {
     s.IRDeviceCode = CLng(numberOf(in.FCdec));
     switch (in.Option) {
     case ValueOption::Ascii:
-        s.IRFunctionCode = in.Value.isEmpty() ? 0 : in.Value.at(0).unicode();
+        s.IRFunctionCode = in.Value.isEmpty() ? 0 : AnsiCode(in.Value.at(0));
         break;
     case ValueOption::Dec:
         s.IRFunctionCode = CLng(numberOf(in.Value));

@@ -36,7 +36,8 @@ QString SetBody(const QString& saved) {
 SettingsLine ParseSettingsLine(const QString& line) {
     SettingsLine out;
     QString rest = line;
-    out.isState = Left(line, 8) == QLatin1String("SetState");
+    // Words are compared ignoring case, this one as every other.
+    out.isState = Left(line, 8).compare(QLatin1String("SetState"), Qt::CaseInsensitive) == 0;
     ParseToken(rest, QStringLiteral("="));
     if (out.isState) {
         out.state = ParseToken(rest, QStringLiteral(","));

@@ -2,8 +2,6 @@
 
 #include "core/text/Classic.h"
 
-#include <QStringDecoder>
-
 namespace telvo::core {
 
 QString ReleaseNotesMarker() { return QStringLiteral("#BeginEditable \"content\" -->"); }
@@ -11,11 +9,10 @@ QString ReleaseNotesMarker() { return QStringLiteral("#BeginEditable \"content\"
 QString FirstLineOf(const QByteArray& bytes) {
     qsizetype end = 0;
     while (end < bytes.size() && bytes[end] != '\r' && bytes[end] != '\n') ++end;
-    const QByteArray line = bytes.left(end);
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = utf8.decode(line);
-    if (utf8.hasError()) text = QString::fromLatin1(line);
-    return text;
+    // One character a byte, whatever the page's character set: the markers are plain ASCII, and
+    // the cut text goes back out as the very bytes that came in (ReleaseNotes.html carries no
+    // charset of its own after the cut).
+    return QString::fromLatin1(bytes.left(end));
 }
 
 std::optional<QString> CutReleaseNotes(const QString& firstLine) {

@@ -11,8 +11,8 @@ namespace telvo::core {
 // `#BeginEditable "content" -->`, quotes included.
 QString ReleaseNotesMarker();
 
-// The first line of a file as one line-input reads it: up to the first CR or LF. Bytes are
-// UTF-8, with Latin-1 for bytes that are not.
+// The first line of a file as one line-input reads it: up to the first CR or LF, one character
+// a byte (Latin-1), so that toLatin1() gives back the bytes read.
 QString FirstLineOf(const QByteArray& bytes);
 
 // What lies behind the marker, trimmed, cut before the first download heading found (tried in

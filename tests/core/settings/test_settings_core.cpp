@@ -177,8 +177,14 @@ TEST(SettingsLines, LinesAreCutAsTheRestoreReadsThem) {
     EXPECT_EQ(p.parameter, QStringLiteral("Aspect"));
     EXPECT_EQ(p.item, QStringLiteral("A32"));
     EXPECT_EQ(SetBody(p.item), QStringLiteral("A3") + kNul + QStringLiteral("2") + kNul);
-    // The test of the first eight characters is exact.
-    EXPECT_FALSE(ParseSettingsLine(QStringLiteral("setstate=X,4C1; SetParameter=B, B11")).isState);
+    // The first eight characters name a state line in any case.
+    const SettingsLine lower = ParseSettingsLine(QStringLiteral("setstate=X,4C1; SetParameter=B, B11"));
+    EXPECT_TRUE(lower.isState);
+    EXPECT_EQ(lower.state, QStringLiteral("X"));
+    EXPECT_EQ(lower.setBody, QStringLiteral("4C") + kNul + QStringLiteral("1") + kNul);
+    EXPECT_EQ(lower.parameter, QStringLiteral("B"));
+    EXPECT_EQ(lower.item, QStringLiteral("B11"));
+    EXPECT_TRUE(ParseSettingsLine(QStringLiteral("SETSTATE=X,4C1; SetParameter=B, B11")).isState);
 }
 
 TEST(Chooser, ListHeightFollowsTheItemCount) {
