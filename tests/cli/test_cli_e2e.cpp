@@ -32,7 +32,10 @@ protected:
         m_empty.clear();
     }
     // The sample Telvo.ini with `system` lines added to its [SYSTEM] section (replacing theirs).
-    void writeIni(const QStringList& system) {
+    void writeIni(QStringList system) {
+        // A reply may be slow on a busy machine.
+        if (!system.join(QLatin1Char('\n')).contains(QLatin1String("Time Out")))
+            system << QStringLiteral("Time Out = 1500");
         QByteArray out;
         for (QByteArray line : sampleIni().split('\n')) {
             if (line.endsWith('\r')) line.chop(1);
