@@ -148,15 +148,19 @@ private:
 
     void service() {
         const qint64 now = nowUs();
-        m_device.advance(now);
         const int host = hostBaud();
 
-        // Host to device, a byte a byte-time, and only while the device holds CTS high.
-        while (!m_in.empty() && m_device.cts()) {
+        // Host to device, a byte a byte-time, and only while the device holds CTS high. The
+        // device lives up to each byte's own time, never past it: a server that got the CPU late
+        // must not let the frame's time limit run out before bytes that were already due.
+        while (!m_in.empty()) {
             const qint64 byteUs = Device::ByteTimeUs(m_device.baud());
             if (m_inNextUs < 0)
                 m_inNextUs = now + byteUs;
             if (m_inNextUs > now)
+                break;
+            m_device.advance(m_inNextUs);
+            if (!m_device.cts())
                 break;
             char c = m_in.front();
             m_in.pop_front();
@@ -165,6 +169,7 @@ private:
             m_device.receive(QByteArray(1, c), m_inNextUs);
             m_inNextUs += byteUs;
         }
+        m_device.advance(now);
         if (!m_device.cts())
             m_inNextUs = -1;
         if (!m_reader.isEnabled() && qsizetype(m_in.size()) < kInLimit)
