@@ -27,22 +27,11 @@ bool CommandLineHas(const QString& word) {
     return App().CommandLine.contains(word, Qt::CaseInsensitive);
 }
 
-void Main() {
+// The steps of the start-up from the [SYSTEM] preferences to an empty loader and console: the
+// same for the windows and for the command line.
+void ApplyStartupPreferences() {
     AppGlobals& a = App();
     SCL& s = scl();
-    // Steps up to the deletion of the log go on through any error.
-    a.DebuggerMode = CommandLineHas(QStringLiteral("FRKdebugger"));
-    if (CommandLineHas(QStringLiteral("\\Reset"))) {
-        try {
-            ini().ResetINI();
-        } catch (const core::RuntimeError&) {
-            // Errors are ignored up to the deletion of the log.
-        }
-    }
-    QFile::remove(LogFilePath());
-
-    Config().StateSettings = {core::StateSettingRow()};
-    if (!CheckIniFile()) platform::EndProgram();
     InitDefaults();
     ArrangeToolButtons();
     ReadIniFile(1);
@@ -69,6 +58,26 @@ void Main() {
     G().dbgText.clear();
     ldr().SyncText();
     dbg().SyncText();
+}
+
+void Main() {
+    AppGlobals& a = App();
+    SCL& s = scl();
+    // Steps up to the deletion of the log go on through any error.
+    a.DebuggerMode = CommandLineHas(QStringLiteral("FRKdebugger"));
+    if (CommandLineHas(QStringLiteral("\\Reset"))) {
+        try {
+            ini().ResetINI();
+        } catch (const core::RuntimeError&) {
+            // Errors are ignored up to the deletion of the log.
+        }
+    }
+    QFile::remove(LogFilePath());
+
+    Config().StateSettings = {core::StateSettingRow()};
+    if (!CheckIniFile()) platform::EndProgram();
+    ApplyStartupPreferences();
+    core::ConfigTables& c = Config();
 
     if (c.NoDeviceMode) {
         // The run is the IR tool alone; the serial port is never opened.

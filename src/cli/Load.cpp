@@ -39,12 +39,7 @@ int loaded(const QString& what) {
 
 int resumeJob() {
     // The start-up's steps before it takes up a cut-off load.
-    ui::DisableControls(QStringLiteral("ALL"));
-    ui::BuildPortList();
-    ui::SelectConfiguredPort();
-    ui::EnsureModelAndFirmware();
-    ui::ReadIniFile(2);
-    ui::BuildPanels();
+    PrepareDeviceTables();
     const QString restart = platform::AppFile(QStringLiteral("RestartLoader.txt"));
     if (!QFile::exists(restart))
         return rep().fail(kFileError, QStringLiteral("there is no cut-off load to resume: no ") +

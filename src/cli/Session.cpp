@@ -1,6 +1,7 @@
 #include "cli/Session.h"
 
 #include "app/Globals.h"
+#include "app/Main.h"
 #include "app/MajorSubs.h"
 #include "cli/CliPlatform.h"
 #include "cli/Jobs.h"
@@ -40,9 +41,7 @@ QString UsePort(const QString& port) {
 }
 
 int PrepareRun(const Options& o, const QString& com) {
-    AppGlobals& a = App();
-    ui::SCL& s = ui::scl();
-    a.DebuggerMode = false;
+    App().DebuggerMode = false;
     Config().StateSettings = {core::StateSettingRow()};
     if (!QFile::exists(ui::IniFilePath()))
         return Report::instance().fail(kFileError, QStringLiteral("no Telvo.ini in ") +
@@ -50,29 +49,8 @@ int PrepareRun(const Options& o, const QString& com) {
     if (!ui::CheckIniFile())
         return Report::instance().fail(kFileError, QStringLiteral("Telvo.ini is not usable: ") +
                                                        ui::IniFilePath());
-    ui::InitDefaults();
-    ui::ArrangeToolButtons();
-    ui::ReadIniFile(1);
+    ui::ApplyStartupPreferences();
     core::ConfigTables& c = Config();
-    ui::SetUserLayout(c.UserLevel);
-    if (c.FirmwareDir.isEmpty()) {
-        c.FirmwareDir = platform::AppPath() + QStringLiteral("\\Firmware Files\\");
-        const QString folder = platform::NativePath(c.FirmwareDir);
-        if (!QDir(folder).exists()) QDir().mkpath(folder);
-    }
-    if (core::TableRows(c.StateSettings) > 0) {
-        s.chkSaveRestore->setEnabled(true);
-    } else {
-        s.chkSaveRestore->setChecked(false);
-        s.chkSaveRestore->setEnabled(false);
-    }
-    ui::ldr().ResetIdle();
-    a.DeviceState = QStringLiteral("?????");
-    s.SetTitle();
-    G().ldrText.clear();
-    G().dbgText.clear();
-    ui::ldr().SyncText();
-    ui::dbg().SyncText();
     if (!com.isEmpty()) {
         // The port named on the command line needs no scan of the others.
         c.PortName = com;
@@ -82,17 +60,21 @@ int PrepareRun(const Options& o, const QString& com) {
     return kDone;
 }
 
-int Connect() {
-    core::ConfigTables& c = Config();
-    if (c.NoDeviceMode)
-        return Report::instance().fail(
-            kNoDevice, QStringLiteral("Telvo.ini says there is no device (IR generator only)"));
+void PrepareDeviceTables() {
     ui::DisableControls(QStringLiteral("ALL"));
     ui::BuildPortList();
     ui::SelectConfiguredPort();
     ui::EnsureModelAndFirmware();
     ui::ReadIniFile(2);
     ui::BuildPanels();
+}
+
+int Connect() {
+    core::ConfigTables& c = Config();
+    if (c.NoDeviceMode)
+        return Report::instance().fail(
+            kNoDevice, QStringLiteral("Telvo.ini says there is no device (IR generator only)"));
+    PrepareDeviceTables();
     if (!ui::ConnectDevice() || App().NoDeviceFound)
         return Report::instance().fail(kNoDevice, QStringLiteral("no device found"));
     return kDone;

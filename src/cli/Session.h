@@ -14,6 +14,9 @@ QString UsePort(const QString& port);
 
 // Reads Telvo.ini and sets the hidden windows up as the start-up does; a code on failure.
 int PrepareRun(const Options& o, const QString& com);
+// The start-up's steps between the preferences and the connection: ports, model and firmware,
+// the model's tables, the panels.
+void PrepareDeviceTables();
 // Finds and powers up the device; kNoDevice when there is none.
 int Connect();
 

@@ -133,7 +133,8 @@ TEST_F(SameJob, Set) {
         ui::SettingLabel* brightness = nullptr;
         for (ui::SettingLabel* l : ui::scl().lblSettingTop + ui::scl().lblSettingMid +
                                        ui::scl().lblSettingBtm)
-            if (l->accessibleName() == QLatin1String("Audio Delay")) brightness = l;
+            if (l->accessibleName().section(QLatin1Char('='), 0, 0) == QLatin1String("Audio Delay"))
+                brightness = l;
         ASSERT_NE(brightness, nullptr);
         QTest::mousePress(brightness, Qt::LeftButton, {}, QPoint(5, 5));
         ui::scl().txtValEnter->setText(QStringLiteral("120"));

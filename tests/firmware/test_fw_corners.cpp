@@ -252,8 +252,10 @@ TEST_F(Corners, CheckedBoxAfterALoadThatSavedNothingRestoresNothing) {
     s().chkSaveRestore->setChecked(true);
     s().chkSim->setChecked(true);
     ui::FinishFirmwareLoad(0);
+    // Ticking "Simulate" runs its Click, so the line carries the simulation's note.
     EXPECT_TRUE(logLines().contains(
-        QStringLiteral("No settings were saved before this load, so none are restored     ")));
+        QStringLiteral("No settings were saved before this load, so none are restored      "
+                       "(Simulation Mode),  Data=")));
     for (const QString& line : logLines()) EXPECT_FALSE(line.startsWith(QStringLiteral("Restoring ")));
 }
 
