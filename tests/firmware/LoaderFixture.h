@@ -46,6 +46,12 @@ private:
 
 class LoaderFixture : public RunFixture {
 protected:
+    // The working list FileList.frl, one entry a line.
+    void writeList(const QStringList& entries) {
+        QByteArray bytes;
+        for (const QString& e : entries) bytes += e.toUtf8() + "\r\n";
+        writeHomeFile(QStringLiteral("FileList.frl"), bytes);
+    }
     void SetUp() override {
         RunFixture::SetUp();
         // The store of the adapter warning: a private file, never the user's own settings.

@@ -26,11 +26,6 @@ const QString kCritical = QStringLiteral(
 
 class Corners : public LoaderFixture {
 protected:
-    void writeList(const QStringList& entries) {
-        QByteArray bytes;
-        for (const QString& e : entries) bytes += e.toUtf8() + "\r\n";
-        writeHomeFile(QStringLiteral("FileList.frl"), bytes);
-    }
     void watchEntries() {
         QObject::connect(l().txtFileName, &QLineEdit::textChanged, l().txtFileName,
                          [this](const QString& t) {

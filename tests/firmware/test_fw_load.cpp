@@ -17,11 +17,6 @@ const QString kFive = QStringLiteral("     ");
 
 class Load : public LoaderFixture {
 protected:
-    void writeList(const QStringList& entries) {
-        QByteArray bytes;
-        for (const QString& e : entries) bytes += e.toUtf8() + "\r\n";
-        writeHomeFile(QStringLiteral("FileList.frl"), bytes);
-    }
     // Each entry the load takes up, with RestartLoader.txt as it stood at that moment.
     void watchEntries() {
         QObject::connect(l().txtFileName, &QLineEdit::textChanged, l().txtFileName,
