@@ -15,6 +15,8 @@ struct FirmwareGlobals {
     QString LastFirmwareFile;
     qint16 RestartIndex = 0;
     bool RestartLoad = false;
+    // A load started by the offer to load again after a device not found (offered once).
+    bool LoadingAgain = false;
     // The transfer (FilePosition lives with the receive handler, which reports it on a CTS drop).
     qint16 BlockSize = 100;
     QByteArray BlockBuffer;

@@ -56,6 +56,53 @@ bool keepLoadSettings() {
            to.write(from.readAll()) >= 0 && to.commit();
 }
 
+// A device not found after a load may wait at its loader's prompt: a line cut on the image's
+// last bytes lets every block drain (all a transfer's success is) while the loader never had
+// the end, and a restart from RestartLoader.txt then skips the entry as done. The user sees the
+// device's screen: on Yes the list loads again from its first entry, as a restart by hand would.
+// Offered once (the load it starts doesn't offer it again), and only where something could have
+// gone to the device: not in simulation or test mode, not for an empty list.
+bool offerLoadAgain(const core::RestartRecord& load) {
+    FirmwareGlobals& fw = FW();
+    SCL& s = scl();
+    if (fw.LoadingAgain || s.chkSim->isChecked() || s.chkNoFWupdate->isChecked()) return false;
+    QFile list(platform::AppFile(QStringLiteral("FileList.frl")));
+    if (!list.open(QIODevice::ReadOnly) || core::ParseFileList(list.readAll()).isEmpty()) return false;
+    LogLine(model() + QStringLiteral(" not found after the load: asking whether it shows 'Load frk File now.'"));
+    if (platform::MessageBox(QStringLiteral("The ") + model() + QStringLiteral(" was not found after the load.") +
+                                 crlf() + QStringLiteral("If it shows 'Load frk File now.' (switch it off and on "
+                                                         "first if it shows nothing), it did not take the "
+                                                         "firmware: click 'Yes' to load the file(s) again from "
+                                                         "the first.") +
+                                 crlf() + QStringLiteral("If it runs its firmware, click 'No'."),
+                             platform::vbYesNo) != platform::vbYes)
+        return false;
+    LogLine(QStringLiteral("Loading the file(s) again from the first, the ") + model() +
+            QStringLiteral(" at its boot loader prompt"));
+    s.txtPort->setText(load.port);
+    s.txtOrigSpeed->setText(load.origSpeed);
+    s.txtxfrspeed->setText(load.xfrSpeed);
+    // The boot loader runs at the transfer speed.
+    s.txtCrntSpeed->setText(load.xfrSpeed);
+    Link().PowerState = QStringLiteral("ON");
+    fw.RestartIndex = 0;
+    const bool wasRestart = fw.RestartLoad;
+    fw.RestartLoad = true;
+    fw.LoadingAgain = true;
+    const auto done = [&fw, wasRestart] {
+        fw.RestartLoad = wasRestart;
+        fw.LoadingAgain = false;
+    };
+    try {
+        RunFirmwareLoad(true);
+    } catch (...) {
+        done();
+        throw;
+    }
+    done();
+    return true;
+}
+
 } // namespace
 
 QString LoadSettingsPath() { return platform::AppFile(QStringLiteral("LoadSettings.txt")); }
@@ -292,7 +339,13 @@ void FinishFirmwareLoad(qint16 code) {
     if (!ConfirmOperation(QStringLiteral("Load complete, Ready to start search for ") + model() +
                           QStringLiteral(" after reboot, speed should be 57600")))
         return;
-    if (RecoverCommunications()) {
+    // The load's own port and speeds: the search moves the port through its rates.
+    const core::RestartRecord load{s.txtPort->text(), s.txtOrigSpeed->text(),
+                                   s.txtxfrspeed->text(), 0};
+    if (!RecoverCommunications()) {
+        // The load that runs instead ends with its own search and restore.
+        if (offerLoadAgain(load)) return;
+    } else {
         if (s.chkDefaults->isChecked() && !s.chkSim->isChecked() && !CommandRestartMode()) {
             Navigate(QStringLiteral("4,5"));
             if (s.chkNoFWupdate->isChecked()) {
