@@ -17,6 +17,8 @@ struct FirmwareGlobals {
     bool RestartLoad = false;
     // A load started by the offer to load again after a device not found (offered once).
     bool LoadingAgain = false;
+    // Abort closed the firmware request of the reboot's version query: the load ends there.
+    bool RequestAborted = false;
     // The transfer (FilePosition lives with the receive handler, which reports it on a CTS drop).
     qint16 BlockSize = 100;
     QByteArray BlockBuffer;

@@ -5,6 +5,7 @@
 #include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "config/DG.h"
+#include "config/FWR.h"
 #include "config/modRegistry.h"
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
@@ -155,6 +156,15 @@ void cmdStartLDR_Click() {
         }
         P1->Output(QStringLiteral("xxxxxxxxxx"));
     }
+    // A load that waits on the firmware request (the device did not answer after its reboot: a
+    // restart sent into a device that still ran its old firmware, at another rate) is left by
+    // Abort too: it answers the request as its OK does with the box empty, and the load ends
+    // as an aborted one.
+    if (WindowExists("FWR") && !fwr().isHidden()) {
+        FW().RequestAborted = true;
+        fwr().Text1->clear();
+        fwr().Command1->click();
+    }
 }
 
 bool CheckDeviceReady() {
@@ -230,6 +240,7 @@ qint16 LoadTheFiles(bool restart) {
     LDR& l = ldr();
     FirmwareGlobals& fw = FW();
     l.cmdReStart->hide();
+    fw.RequestAborted = false;
     SetCaption(l.cmdStart, QStringLiteral("Abort"));
     l.SetStartColor(LDR::kRed);
 
@@ -307,6 +318,10 @@ qint16 LoadTheFiles(bool restart) {
         Pause(10000);
         l.lblMessage->setText(QString());
         ReadFirmware();
+        if (fw.RequestAborted) {
+            fw.RequestAborted = false;
+            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"), -2);
+        }
         SetState(QStringLiteral("Idle"));
     }
     QFile::remove(restartPath());

@@ -9,6 +9,7 @@
 #include "Firmware.h"
 
 #include "app/Tools.h"
+#include "config/FWR.h"
 #include "core/config/IniFile.h"
 #include "link/DeviceScript.h"
 #include "link/Driver.h"
@@ -135,6 +136,57 @@ TEST_F(Recovery, LastByteCutLeftAsItIsWhenTheUserSaysNo) {
     EXPECT_EQ(d.mode(), Device::Mode::Loader);
     EXPECT_EQ(ui::App().DeviceState, QStringLiteral("?????"));
     EXPECT_FALSE(restartFileExists());
+}
+
+// A load cut before its first page leaves the old firmware whole: switched off and on, the device
+// runs it at its own rate. "Use Existing Restart File" then sends the image into the running
+// firmware, at the transfer speed, where nothing takes it; after the reboot wait the version
+// query goes unanswered and the firmware request stands. Abort leaves it, and the load ends as
+// an aborted one, with the firmware still valid.
+TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
+    Device& d = attachDevice({}, 19200);
+    image(QStringLiteral("3.00"), 3000);
+    writeHomeFile(QStringLiteral("RestartLoader.txt"), "COM1,19200,57600,0\r\n");
+    ui::Link().DeviceTalking = false;
+    // Whatever still waits after an hour is ended, and shows as a throw.
+    events.in(3600 * 1000, [] {
+        try {
+            platform::EndProgram();
+        } catch (const platform::ProgramEnd&) {
+        }
+    });
+    QString captionThen;
+    bool requestShown = false;
+    std::function<void()> abortAtTheRequest = [&] {
+        if (!ui::WindowExists("FWR") || ui::fwr().isHidden()) return events.in(10, abortAtTheRequest);
+        requestShown = true;
+        captionThen = l().cmdStart->text();
+        l().cmdStart->click();
+    };
+    events.in(10, abortAtTheRequest);
+    ui::RS& w = ui::rs();
+    w.show();
+    w.Check1->click();
+    EXPECT_NO_THROW(ui::RS_cmdReStart_Click());
+    EXPECT_TRUE(requestShown);
+    EXPECT_EQ(captionThen, QStringLiteral("Abort"));
+    EXPECT_TRUE(ui::fwr().isHidden());
+    const QStringList log = logLines();
+    const qsizetype wait = log.indexOf(QStringLiteral("Waiting 10 seconds while Gorda reboots     "));
+    ASSERT_GE(wait, 0);
+    EXPECT_EQ(log.mid(wait + 1).filter(QStringLiteral("Sent: ")).value(0),
+              QStringLiteral("Sent: (STX)2003A9(NUL)(ETX) on COM1 @ 57600"));
+    EXPECT_TRUE(log.mid(wait).contains(
+        QStringLiteral("End user selecetd to abort the Firmware load in progress     ")));
+    EXPECT_EQ(log.last(), QStringLiteral("The Load failed, but the firmware in the device still may be valid.     "));
+    EXPECT_TRUE(scripted->messageTexts().isEmpty()); // no Critical Situation: it still runs
+    EXPECT_EQ(l().cmdStart->text(), QStringLiteral("Start"));
+    EXPECT_FALSE(l().cmdReStart->isHidden());
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,1\r\n"));
+    EXPECT_EQ(d.mode(), Device::Mode::Running);
+    EXPECT_TRUE(d.firmwareValid());
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("1.24"));
+    EXPECT_FALSE(ui::App().RestartBusy);
 }
 
 } // namespace
