@@ -35,9 +35,9 @@ protected:
         LoaderFixture::TearDown(); // the line goes before the device it talks to
         m_peer.reset();
     }
-    Device& attachDevice(DeviceOptions o, int baud = 57600) {
+    Device& attachDevice(DeviceOptions o, int baud = 57600, const QString& firmware = QStringLiteral("1.24")) {
         o.model = QStringLiteral("Gorda");
-        o.firmware = QStringLiteral("1.24");
+        o.firmware = firmware;
         o.baud = baud;
         m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
             core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
@@ -45,6 +45,7 @@ protected:
         line(1)->setPacing(true);
         openPort(1, baud);
         prepare(baud);
+        ui::scl().txtFirmware->setText(firmware);
         return m_peer->device();
     }
     // The controls as a connection at `baud` leaves them.
@@ -67,6 +68,8 @@ protected:
         writeHomeFile(QStringLiteral("FileList.frl"), (homeFile(QStringLiteral("new.frk")) + "\r\n").toUtf8());
         return readHomeFile(QStringLiteral("new.frk"));
     }
+    // The frames sent from the log line `from` on, as the log prints them.
+    QStringList sentFrom(qsizetype from) const { return logLines().mid(from).filter(QStringLiteral("Sent: ")); }
     bool restartFileExists() const { return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))); }
 
     // The line is cut on the image's last byte: every block drains, so the load counts the image
@@ -187,6 +190,163 @@ TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
     EXPECT_TRUE(d.firmwareValid());
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("1.24"));
     EXPECT_FALSE(ui::App().RestartBusy);
+}
+
+// --- the question to put the speed back, after the device was found again
+
+const QString kBackTo57600 = QStringLiteral(
+    "Confirm Operation: Should the Baud rate be Back to the original from 57600 baud\r\n") +
+    QString(30, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue' or 'Cancel')");
+const QString kReEstablished = QStringLiteral("Communications re-established with the Gorda");
+
+class SpeedBack : public Recovery {
+protected:
+    // The device rebooted at the transfer speed; it was found first at 19200. The prompt is
+    // answered once it stands; its text is kept.
+    Device& setUp(bool cont) {
+        Device& d = attachDevice({}, 57600);
+        ui::scl().txtOrigSpeed->setText(QStringLiteral("19200"));
+        ui::scl().chkConfirm->setChecked(true);
+        answer(cont);
+        return d;
+    }
+    void answer(bool cont) {
+        events.in(5, [this, cont] {
+            ui::SCL& s = ui::scl();
+            if (s.cmdContinue->isHidden()) return answer(cont);
+            prompts << s.lblMessage->text();
+            (cont ? s.cmdContinue : s.cmdCancel)->click();
+        });
+    }
+    QStringList prompts;
+};
+
+TEST_F(SpeedBack, ContinueSetsTheOriginalSpeedBack) {
+    Device& d = setUp(true);
+    ASSERT_TRUE(ui::RecoverCommunications());
+    EXPECT_EQ(prompts, QStringList{kBackTo57600});
+    const QStringList log = logLines();
+    const qsizetype set = log.indexOf(QStringLiteral("Starting program SetGordaBaudRate with input=19200"));
+    ASSERT_GE(set, 0);
+    // Asked at the rate the device runs at; then the port follows it to 19200.
+    EXPECT_EQ(sentFrom(set).value(0), QStringLiteral("Sent: (STX)3005A3(NUL)4(NUL)(ETX) on COM1 @ 57600"));
+    EXPECT_TRUE(log.mid(set).contains(QStringLiteral("Established Communications with the Gorda @ 19200 Baud     ")));
+    EXPECT_EQ(log.last(), kReEstablished);
+    EXPECT_EQ(d.baud(), 19200);
+    EXPECT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("19200"));
+    EXPECT_EQ(ui::App().DeviceState, QStringLiteral("IDLE"));
+}
+
+TEST_F(SpeedBack, CancelLeavesTheTransferSpeed) {
+    Device& d = setUp(false);
+    const qsizetype before = logLines().size();
+    ASSERT_TRUE(ui::RecoverCommunications());
+    EXPECT_EQ(prompts, QStringList{kBackTo57600});
+    EXPECT_TRUE(sentFrom(before).filter(QStringLiteral("A3")).isEmpty());
+    EXPECT_EQ(logLines().last(), kReEstablished);
+    EXPECT_EQ(d.baud(), 57600);
+    EXPECT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("57600"));
+    EXPECT_EQ(ui::App().DeviceState, QStringLiteral("IDLE"));
+}
+
+TEST_F(SpeedBack, EqualSpeedsAskNothing) {
+    Device& d = attachDevice({}, 57600); // found first at 57600 too
+    ui::scl().chkConfirm->setChecked(true);
+    answer(false); // would cancel a prompt that must not come
+    const qsizetype before = logLines().size();
+    ASSERT_TRUE(ui::RecoverCommunications());
+    EXPECT_TRUE(prompts.isEmpty());
+    EXPECT_TRUE(sentFrom(before).filter(QStringLiteral("A3")).isEmpty());
+    EXPECT_EQ(logLines().last(), kReEstablished);
+    EXPECT_EQ(d.baud(), 57600);
+    events.cancelAll();
+}
+
+// --- Restore Defaults after a load that went through
+
+class Defaults : public Recovery {
+protected:
+    // The device found again after the load, at the speed it was first found at.
+    void finish(const QString& firmware, bool noFwUpdate) {
+        attachDevice({}, 57600, firmware);
+        ui::SCL& s = ui::scl();
+        s.chkDefaults->setChecked(true);
+        s.chkNoFWupdate->setChecked(noFwUpdate);
+        m_before = logLines().size();
+        watchForFrame();
+        ui::FinishFirmwareLoad(0);
+        m_endMs = platform::Clock::instance().nowMs();
+    }
+    // The virtual time at which the Exit key ("A2" with "7") reached the wire.
+    void watchForFrame() {
+        events.in(1, [this] {
+            if (line(1)->wire().contains(QByteArray("A2\0" "7\0", 5)))
+                m_keyAtMs = platform::Clock::instance().nowMs();
+            else
+                watchForFrame();
+        });
+    }
+    QStringList after() const { return logLines().mid(m_before); }
+    qsizetype m_before = 0;
+    qint64 m_keyAtMs = -1;
+    qint64 m_endMs = 0;
+};
+
+TEST_F(Defaults, CommandRestartModeSendsACWithOne) {
+    finish(QStringLiteral("1.24"), false);
+    const QStringList log = after();
+    const qsizetype found = log.indexOf(kReEstablished);
+    ASSERT_GE(found, 0);
+    EXPECT_EQ(sentFrom(m_before + found), QStringList{QStringLiteral("Sent: (STX)3005AC(NUL)1(NUL)(ETX) on COM1 @ 57600")});
+    EXPECT_TRUE(log.filter(QStringLiteral("Navigate")).isEmpty());
+    events.cancelAll();
+}
+
+TEST_F(Defaults, WithoutTheCommandTheMenuAndEnter) {
+    finish(QStringLiteral("1.10b"), false);
+    const QStringList log = after();
+    const qsizetype found = log.indexOf(kReEstablished);
+    ASSERT_GE(found, 0);
+    const QStringList rest = log.mid(found + 1);
+    EXPECT_EQ(rest.value(0), QStringLiteral("Starting subroutine Navigate with input=4,5"));
+    EXPECT_TRUE(sentFrom(m_before + found).filter(QStringLiteral("AC")).isEmpty());
+    const qsizetype enter = rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Enter'     "));
+    ASSERT_GE(enter, 0);
+    EXPECT_EQ(rest.mid(enter).filter(QStringLiteral("Sent: ")),
+              QStringList{QStringLiteral("Sent: (STX)3005A2(NUL)6(NUL)(ETX) on COM1 @ 57600")});
+    EXPECT_TRUE(rest.filter(QStringLiteral("'Exit'")).isEmpty());
+    events.cancelAll();
+}
+
+TEST_F(Defaults, WithoutTheCommandInTestModeTheMenuExitAndAPause) {
+    finish(QStringLiteral("1.10b"), true);
+    const QStringList rest = after().mid(after().indexOf(kReEstablished) + 1);
+    EXPECT_EQ(rest.value(0), QStringLiteral("Starting subroutine Navigate with input=4,5"));
+    const qsizetype exit = rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Exit'     "));
+    ASSERT_GE(exit, 0);
+    EXPECT_EQ(rest.mid(exit).filter(QStringLiteral("Sent: ")),
+              QStringList{QStringLiteral("Sent: (STX)3005A2(NUL)7(NUL)(ETX) on COM1 @ 57600")});
+    // The pause after the key: a quarter of a second of the virtual clock.
+    ASSERT_GE(m_keyAtMs, 0);
+    EXPECT_GE(m_endMs - m_keyAtMs, 250);
+    events.cancelAll();
+}
+
+TEST_F(Defaults, NothingWithTheBoxClearOrInSimulation) {
+    for (bool sim : {false, true}) {
+        attachDevice({}, 57600);
+        ui::scl().chkDefaults->setChecked(sim);
+        ui::scl().chkSim->setChecked(sim);
+        const qsizetype before = logLines().size();
+        ui::FinishFirmwareLoad(0);
+        const QStringList log = logLines().mid(before);
+        const qsizetype found = log.indexOf(kReEstablished);
+        ASSERT_GE(found, 0) << sim;
+        EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Sent: ")).isEmpty()) << sim;
+        EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Navigat")).isEmpty()) << sim;
+        platform::PortMap::instance().attachPeer(1, nullptr);
+        m_peer.reset();
+    }
 }
 
 } // namespace
