@@ -141,6 +141,57 @@ TEST_F(Recovery, LastByteCutLeftAsItIsWhenTheUserSaysNo) {
     EXPECT_FALSE(restartFileExists());
 }
 
+// The same cut with the program left running, as a user leaves it: after the reboot wait the
+// version query goes unanswered (the line is still cut) and the firmware request stands; OK. The
+// search fails; at the question the user switches the device off and on (it showed nothing),
+// sees "Load frk File now." and answers Yes.
+class PowerCycleAtTheQuestion : public platform::ScriptedPlatform {
+public:
+    std::function<void()> atQuestion;
+    int MessageBox(const QString& text, int buttons, const QString& title) override {
+        if (text == kLoadAgain && atQuestion) atQuestion();
+        return ScriptedPlatform::MessageBox(text, buttons, title);
+    }
+};
+
+TEST_F(Recovery, LastByteCutWithTheProgramLeftRunningIsLoadedAgain) {
+    auto owned = std::make_unique<PowerCycleAtTheQuestion>();
+    PowerCycleAtTheQuestion* user = owned.get();
+    platform::InstallPlatform(std::move(owned));
+    scripted = user;
+    DeviceOptions o;
+    o.faults.cutAtImageByte = 5999;
+    Device& d = attachDevice(o);
+    const QByteArray file = image(QStringLiteral("3.00"), 6000);
+    bool deviceMute = false;
+    user->atQuestion = [&] {
+        deviceMute = d.lineCut();
+        m_peer->powerCycle();
+    };
+    bool requestAnswered = false;
+    std::function<void()> okAtTheRequest = [&] {
+        if (!ui::WindowExists("FWR") || ui::fwr().isHidden()) return events.in(10, okAtTheRequest);
+        requestAnswered = true;
+        ui::fwr().Command1->click();
+    };
+    events.in(10, okAtTheRequest);
+    const qint16 code = ui::LoadTheFiles(false);
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(requestAnswered);
+    EXPECT_FALSE(restartFileExists()); // the list went through, as far as the program can tell
+    line(1)->clearWire();
+    ui::FinishFirmwareLoad(code);
+    EXPECT_TRUE(deviceMute);
+    EXPECT_EQ(scripted->messageTexts(), QStringList{kLoadAgain});
+    EXPECT_TRUE(logLines().contains(kNotFound));
+    EXPECT_TRUE(line(1)->wire().contains(file));
+    EXPECT_EQ(logLines().last(), QStringLiteral("Communications re-established with the Gorda"));
+    EXPECT_TRUE(d.firmwareValid());
+    EXPECT_EQ(d.firmwareVersion(), QStringLiteral("3.00"));
+    EXPECT_FALSE(restartFileExists());
+    events.cancelAll();
+}
+
 // A load cut before its first page leaves the old firmware whole: switched off and on, the device
 // runs it at its own rate. "Use Existing Restart File" then sends the image into the running
 // firmware, at the transfer speed, where nothing takes it; after the reboot wait the version
