@@ -108,7 +108,7 @@ public:
                 if (m_trace)
                     traceLine(kind, text);
                 if (m_events && kind == Device::TraceKind::Note)
-                    event(text);
+                    writeEvent(text);
             });
         service();
     }
@@ -126,7 +126,7 @@ public:
                            : m_device.mode() == Device::Mode::Rebooting ? "rebooting"
                                                                         : "loader";
         const QByteArray changed = m_device.settings().changedValues().join(',');
-        event(QByteArray("state mode=") + mode +
+        writeEvent(QByteArray("state mode=") + mode +
               " firmware=" + m_device.firmwareVersion().toLatin1() +
               " valid=" + (m_device.firmwareValid() ? "1" : "0") +
               " rate=" + QByteArray::number(m_device.baud()) +
@@ -264,12 +264,12 @@ private:
         if (bytes == m_lastImageBytes)
             return;
         if (bytes == 1 || (bytes > 0 && bytes % 1024 == 0))
-            event("image " + QByteArray::number(bytes == 1 ? 0 : bytes));
+            writeEvent("image " + QByteArray::number(bytes == 1 ? 0 : bytes));
         m_lastImageBytes = bytes;
     }
 
     // One flushed line: the time in seconds, then the text.
-    void event(const QByteArray& text) {
+    void writeEvent(const QByteArray& text) {
         m_events->write(QByteArray::number(double(nowUs()) / 1e6, 'f', 6) + " " + text + "\n");
         m_events->flush();
     }

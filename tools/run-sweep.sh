@@ -26,9 +26,10 @@ wait || true
     echo "'device at the kill': the device's mode when the program died; in its loader, the image bytes it held"
     echo "then / once the bytes already written by the dead program had arrived. 'took': wall time from the"
     echo "kill to the end of the recovery. Settings: D3, D1, B1 and B6 of input 2, set before the load."
+    echo "'user': what the user did beyond Continue at each prompt and the offered recovery."
     echo
-    printf '%4s|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%6s|%s\n' case cut "way in" save start struck \
-      "device at the kill" "device after" settings took result
+    printf '%4s|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%-24s|%6s|%s\n' case cut "way in" save start struck \
+      "device at the kill" "device after" settings user took result
   else
     echo "Cut sweep (SWEEP=$SWEEP): 64 KB image at 57600 through the load routines against the emulated device"
     echo "(virtual clock; 'took' is the device's time from the cut to the end of the recovery)."

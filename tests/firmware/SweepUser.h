@@ -7,6 +7,7 @@
 
 #include "app/Main.h"
 #include "app/Tools.h"
+#include "config/FWR.h"
 #include "config/modRegistry.h"
 #include "link/DeviceScript.h"
 
@@ -161,8 +162,19 @@ protected:
             if (m_onHold) m_onHold();
             return;
         }
+        // The program has said it lost the device ("?????"): what it then cannot do for want of
+        // an answer is not worth six tries a row; the user cancels it and remembers why.
+        if (ui::App().DeviceState == QLatin1String("?????") && !s.cmdCancel->isHidden() &&
+            s.lblMessage->text().contains(QStringLiteral("Could not"))) {
+            m_steps << QStringLiteral("cancelled the restore");
+            s.cmdCancel->click();
+            return;
+        }
         if (!s.cmdContinue->isHidden()) s.cmdContinue->click();
         if (!l.cmdContinue->isHidden()) l.cmdContinue->click();
+        // Asked for the firmware version the device did not tell: "If you do not know the
+        // firmware loaded just click 'OK'".
+        if (ui::WindowExists("FWR") && !ui::fwr().isHidden()) ui::fwr().Command1->click();
         if (ui::FirmwareWindowExists("RS") && !ui::rs().isHidden() && !ui::App().RestartBusy) {
             ui::RS& w = ui::rs();
             m_restarted = true;
@@ -225,6 +237,7 @@ protected:
     bool m_restarted = false;
     QString m_holdAt;
     std::function<void()> m_onHold;
+    QStringList m_steps; // what the user did beyond the offered recovery
 };
 
 } // namespace telvo::test

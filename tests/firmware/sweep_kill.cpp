@@ -155,19 +155,29 @@ TEST_F(KillRole, Run) {
     // Not found (the device left at another rate): the user asks for a search at every rate, as
     // the window offers (the rate list's first entry, then Connect).
     if (notFound()) {
-        stage("search-all-rates");
+        m_steps << QStringLiteral("searched all rates");
         ui::scl().lstRate->setCurrentIndex(0);
         ui::scl().cmdOpen->click();
     }
-    const QString state = ui::App().DeviceState;
+    // Still not found, and the device shows its loader's prompt: the way out the program names
+    // (RS by hand), here by starting it with "BootLoader".
+    if (notFound() && deviceShowsLoader()) {
+        m_steps << QStringLiteral("BootLoader by hand");
+        start(QStringLiteral("BootLoader"), 0);
+    }
     // The device still on its old firmware (the cut came before the loader): the user loads again.
-    if (ui::scl().txtFirmware->text() != kNew && state != QLatin1String("NOT CONNECTED") &&
-        state != QLatin1String("?????")) {
-        stage("load-again");
+    if (ui::scl().txtFirmware->text() != kNew && !notFound()) {
+        m_steps << QStringLiteral("loaded again");
         load();
     }
-    std::printf("STAGE done state=%s firmware=%s\n", qPrintable(ui::App().DeviceState),
-                qPrintable(ui::scl().txtFirmware->text()));
+    // A restore the user cancelled is done by hand once the device is back.
+    if (m_steps.contains(QStringLiteral("cancelled the restore")) && m_case.save && !notFound() &&
+        !QFile::exists(homeFile(QStringLiteral("LoadSettings.txt")))) {
+        m_steps << QStringLiteral("Restore by hand");
+        ui::scl().cmdRestore->click();
+    }
+    std::printf("STAGE done state=%s firmware=%s steps=%s\n", qPrintable(ui::App().DeviceState),
+                qPrintable(ui::scl().txtFirmware->text()), qPrintable(m_steps.join(QLatin1Char('+'))));
     std::fflush(stdout);
 }
 
@@ -370,10 +380,13 @@ TEST_P(KillSweep, KilledAndRecovered) {
                                          &found);
     const bool recovered = struck && version && settings && !hung;
     const QString said = m_stages.isEmpty() ? QString() : m_stages.last();
-    std::printf("ROW|%4d|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%5llds|%s\n", c.id, c.name().c_str(), c.way(),
-                c.save ? "save" : "-", c.start(), struck ? "killed" : "MISSED", qPrintable(Where(atKill, drained)),
+    QString steps = said.startsWith(QStringLiteral("done ")) ? said.section(QStringLiteral("steps="), 1) : QStringLiteral("?");
+    if (steps.isEmpty()) steps = QStringLiteral("as offered");
+    std::printf("ROW|%4d|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%-24s|%5llds|%s\n", c.id, c.name().c_str(),
+                c.way(), c.save ? "save" : "-", c.start(), struck ? "killed" : "MISSED",
+                qPrintable(Where(atKill, drained)),
                 qPrintable(end.mode + QLatin1Char(' ') + end.firmware + (end.valid ? "" : " (lost)")),
-                c.save ? (settings ? "back" : "LOST") : "-", static_cast<long long>(tookS),
+                c.save ? (settings ? "back" : "LOST") : "-", qPrintable(steps), static_cast<long long>(tookS),
                 recovered ? "recovered" : hung ? "NOT RECOVERED (hung)" : "NOT RECOVERED");
     std::fflush(stdout);
     if (!recovered)
