@@ -241,6 +241,9 @@ protected:
         env.insert(QStringLiteral("SWEEP_KILL_HOME"), home());
         env.insert(QStringLiteral("SWEEP_KILL_CASE"), CaseWords(GetParam()));
         env.insert(QStringLiteral("TELVO_PORTS"), m_pty);
+        // The harness's own shard must not filter out the program's role.
+        env.remove(QStringLiteral("GTEST_TOTAL_SHARDS"));
+        env.remove(QStringLiteral("GTEST_SHARD_INDEX"));
         m_program.setProcessEnvironment(env);
         m_program.setProgram(QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget());
         m_program.setArguments({QStringLiteral("--gtest_filter=KillRole.Run")});
