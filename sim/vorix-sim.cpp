@@ -270,7 +270,9 @@ private:
 
     // One flushed line: the time in seconds, then the text.
     void writeEvent(const QByteArray& text) {
-        m_events->write(QByteArray::number(double(nowUs()) / 1e6, 'f', 6) + " " + text + "\n");
+        QByteArray line = text;
+        line.replace("\r\n", " ").replace('\r', ' ').replace('\n', ' '); // the banner is one event
+        m_events->write(QByteArray::number(double(nowUs()) / 1e6, 'f', 6) + " " + line + "\n");
         m_events->flush();
     }
 

@@ -14,6 +14,7 @@
 
 #include "Firmware.h"
 #include "link/SimProcess.h"
+#include "platform/DoEvents.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -95,16 +96,18 @@ protected:
     }
     const Case& sweepCase() const override { return m_case; }
     // The device's screen: the last change of mode among its events.
-    bool deviceShowsLoader() override {
+    QByteArray deviceShows() {
         QFile f(homeFile(QStringLiteral("events.txt")));
-        if (!f.open(QIODevice::ReadOnly)) return false;
-        bool loader = false;
+        if (!f.open(QIODevice::ReadOnly)) return {};
+        QByteArray shows;
         for (const QByteArray& l : f.readAll().split('\n')) {
-            if (l.contains(" boot loader at ")) loader = true;
-            if (l.contains(" running firmware ") || l.contains(" rebooting for ")) loader = false;
+            if (l.contains(" boot loader at ")) shows = "loader";
+            if (l.contains(" running firmware ")) shows = "running";
+            if (l.contains(" rebooting for ")) shows = "rebooting";
         }
-        return loader;
+        return shows;
     }
+    bool deviceShowsLoader() override { return deviceShows() == "loader"; }
     void stage(const char* name) {
         std::printf("STAGE %s\n", name);
         std::fflush(stdout);
@@ -155,6 +158,16 @@ TEST_F(KillRole, Run) {
     // Not found (the device left at another rate): the user asks for a search at every rate, as
     // the window offers (the rate list's first entry, then Connect).
     if (notFound()) {
+        // A device that is still rebooting is waited for first: its screen says so.
+        if (deviceShows() == "rebooting") {
+            m_steps << QStringLiteral("waited for the reboot");
+            QElapsedTimer t;
+            t.start();
+            while (deviceShows() == "rebooting" && t.elapsed() < 60000) {
+                platform::DoEvents();
+                QThread::msleep(50);
+            }
+        }
         m_steps << QStringLiteral("searched all rates");
         ui::scl().lstRate->setCurrentIndex(0);
         ui::scl().cmdOpen->click();
