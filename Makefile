@@ -9,7 +9,7 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               at-spi2-core python3-pyatspi dbus-daemon qt6-base-private-dev
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep
+.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill
 
 all: build
 
@@ -40,6 +40,15 @@ sweep: deps
 	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
 	cmake --build $(TEST_BUILD) --target sweep_fw -j$(JOBS)
 	bash tools/run-sweep.sh $(TEST_BUILD) $(SWEEP_JOBS) docs/firmware-sweep.txt
+
+# The same cuts with a real SIGKILL: the program as its own process over a pseudo-terminal to a
+# vorix-sim process, on the wall clock (30-45 s a case, mostly the line's own pace, so more
+# processes than cores is fine). Every point once with the ways in turn unless SWEEP=full; the
+# table goes to docs/firmware-sweep-kill.txt.
+sweep-kill: deps
+	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
+	cmake --build $(TEST_BUILD) --target sweep_kill vorix-sim -j$(JOBS)
+	SWEEP=$${SWEEP:-points} bash tools/run-sweep.sh $(TEST_BUILD) $(SWEEP_JOBS) docs/firmware-sweep-kill.txt sweep_kill
 
 # Not part of `make test`: libFuzzer over every fuzz target, FUZZ_SECONDS each, with clang. The
 # libraries under test are instrumented too (fuzzer-no-link), under ASan and UBSan.

@@ -42,6 +42,8 @@ Device::Device(const QStringList& iniLines, DeviceOptions options, qint64 nowUs)
     if (!tables.TransferSpeed.isEmpty())
         m_loaderBaud = tables.TransferSpeed.toInt();
     buildTables();
+    for (const auto& [id, value] : m_options.settings)
+        m_store->set(id, value);
 
     m_powerOnBaud = m_baud = m_options.baud;
     m_powered = !m_options.startStandby;

@@ -39,6 +39,8 @@ const Opt kOptions[] = {
     {"cts-low", "Fault: CTS held low all the time.", nullptr},
     {"cts-stall-at-byte", "Fault: the loader holds CTS low from byte n of an image on.", "n"},
     {"cut-at-byte", "Fault: the line goes dead at byte n of an image.", "n"},
+    {"settings", "The user's values at power-on, set in order (ID=VALUE, comma-separated; 4C and "
+                 "60 choose the input and output of the values after them).", "list"},
 };
 
 bool readInt(const QCommandLineParser& p, const char* name, qint64& out, QString* error,
@@ -132,6 +134,18 @@ bool ReadDeviceOptions(const QCommandLineParser& p, DeviceOptions& o, QString* e
                 }
                 f.errorFor.insert(kv[0].trimmed().toUpper().toLatin1(), code);
             }
+        }
+    }
+    for (const QString& list : p.values(QStringLiteral("settings"))) {
+        for (const QString& item : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            const qsizetype eq = item.indexOf(QLatin1Char('='));
+            if (eq <= 0) {
+                if (error)
+                    *error = QStringLiteral("--settings: expected ID=VALUE, got ") + item;
+                return false;
+            }
+            o.settings.append({item.left(eq).trimmed().toUpper().toLatin1(),
+                               item.mid(eq + 1).trimmed().toLatin1()});
         }
     }
     return true;

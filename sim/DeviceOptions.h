@@ -3,7 +3,9 @@
 // directly; vorix-sim and the in-process device read them from command-line words.
 
 #include <QByteArray>
+#include <QList>
 #include <QMap>
+#include <QPair>
 #include <QString>
 #include <QStringList>
 
@@ -46,6 +48,9 @@ struct DeviceOptions {
     int pageSize = 1024;               // the loader writes the image in pages of this size
     qint64 pageWriteUs = 12'000;       // CTS stays low this long while a page is written
     qint64 resyncIdleUs = 500'000;     // after a failure, a quiet line brings the banner back
+    // The user's own values at power-on, set in order ("4C" and "60" choose the input and the
+    // output the picture and output values after them go to).
+    QList<QPair<QByteArray, QByteArray>> settings;
     Faults faults;
 };
 

@@ -317,4 +317,37 @@ QByteArray SettingStore::profileValue(int profile, const QByteArray& id) const {
     return m_profiles[profile].value(id.toUpper());
 }
 
+QByteArray SettingStore::heldValue(const QByteArray& key) const {
+    const qsizetype at = key.indexOf('@');
+    if (at < 0)
+        return value(key);
+    const QByteArray id = key.left(at);
+    const QByteArray where = key.mid(at + 1);
+    if (where.startsWith("in"))
+        return inputValue(where.mid(2).toInt(), id);
+    if (where.startsWith("out"))
+        return outputValue(where.mid(3).toInt(), id);
+    return {};
+}
+
+QList<QByteArray> SettingStore::changedValues() const {
+    QList<QByteArray> out;
+    for (auto it = m_defs.cbegin(); it != m_defs.cend(); ++it) {
+        if (it->rec.WriteOnly)
+            continue;
+        const QByteArray& id = it.key();
+        if (it->scope == Scope::Global) {
+            if (m_global.value(id) != it->initial)
+                out << id + ":" + m_global.value(id);
+            continue;
+        }
+        const std::vector<Values>& places = it->scope == Scope::PerInput ? m_inputs : m_outputs;
+        const QByteArray tag = it->scope == Scope::PerInput ? "@in" : "@out";
+        for (size_t i = 0; i < places.size(); ++i)
+            if (places[i].value(id) != it->initial)
+                out << id + tag + QByteArray::number(qulonglong(i)) + ":" + places[i].value(id);
+    }
+    return out;
+}
+
 } // namespace vorix::sim

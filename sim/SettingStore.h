@@ -54,6 +54,12 @@ public:
     QByteArray presetValue(int preset, const QByteArray& id) const;
     QByteArray profileValue(int profile, const QByteArray& id) const;
     QList<QByteArray> ids() const { return m_defs.keys(); }
+    // A value by where it is kept: "D3" (the current state's), "B1@in2" (input 2's), "61@out1"
+    // (output 1's); empty when there is no such place.
+    QByteArray heldValue(const QByteArray& key) const;
+    // Every value that differs from its default, one "key:value" each, keys as heldValue takes
+    // them: the picture and output values of every input and output, the rest once.
+    QList<QByteArray> changedValues() const;
     const telvo::core::CommandRec* record(const QByteArray& id) const;
     Scope scope(const QByteArray& id) const;
 

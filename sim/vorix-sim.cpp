@@ -95,23 +95,43 @@ speed_t speedOf(int rate) {
 
 class PtyServer : public QObject {
 public:
-    PtyServer(Device& device, int master, int slave, QFile* trace)
-        : m_device(device), m_master(master), m_slave(slave), m_trace(trace),
+    PtyServer(Device& device, int master, int slave, QFile* trace, QFile* events)
+        : m_device(device), m_master(master), m_slave(slave), m_trace(trace), m_events(events),
           m_reader(master, QSocketNotifier::Read) {
         m_clock.start();
         m_timer.setSingleShot(true);
         m_timer.setTimerType(Qt::PreciseTimer);
         connect(&m_timer, &QTimer::timeout, this, [this] { service(); });
         connect(&m_reader, &QSocketNotifier::activated, this, [this] { readHost(); });
-        if (m_trace)
-            m_device.setTrace(
-                [this](Device::TraceKind kind, const QByteArray& text) { traceLine(kind, text); });
+        if (m_trace || m_events)
+            m_device.setTrace([this](Device::TraceKind kind, const QByteArray& text) {
+                if (m_trace)
+                    traceLine(kind, text);
+                if (m_events && kind == Device::TraceKind::Note)
+                    writeEvent(text);
+            });
         service();
     }
 
     void powerCycle() {
         m_device.powerCycle(nowUs());
         service();
+    }
+
+    // The device as it stands now, on one event line: its mode, firmware, rate, the bytes of
+    // the image it holds, and every setting whose value differs from its default.
+    void reportState() {
+        service();
+        const char* mode = m_device.mode() == Device::Mode::Running     ? "running"
+                           : m_device.mode() == Device::Mode::Rebooting ? "rebooting"
+                                                                        : "loader";
+        const QByteArray changed = m_device.settings().changedValues().join(',');
+        writeEvent(QByteArray("state mode=") + mode +
+              " firmware=" + m_device.firmwareVersion().toLatin1() +
+              " valid=" + (m_device.firmwareValid() ? "1" : "0") +
+              " rate=" + QByteArray::number(m_device.baud()) +
+              " image=" + QByteArray::number(m_device.loader().stats().bytes) +
+              " changed=" + changed);
     }
 
 private:
@@ -168,6 +188,8 @@ private:
                 c = noise();
             m_device.receive(QByteArray(1, c), m_inNextUs);
             m_inNextUs += byteUs;
+            if (m_events)
+                imageMilestone();
         }
         m_device.advance(now);
         if (!m_device.cts())
@@ -233,6 +255,27 @@ private:
         m_timer.start(int((delayUs + 999) / 1000));
     }
 
+    // "image N" once the loader holds N bytes of an image, N a multiple of 1024; "image 0" when
+    // its first byte arrives.
+    void imageMilestone() {
+        const bool receiving = m_device.mode() == Device::Mode::Loader &&
+                               m_device.loader().state() == vorix::sim::BootLoader::State::Receiving;
+        const qint64 bytes = receiving ? m_device.loader().stats().bytes : -1;
+        if (bytes == m_lastImageBytes)
+            return;
+        if (bytes == 1 || (bytes > 0 && bytes % 1024 == 0))
+            writeEvent("image " + QByteArray::number(bytes == 1 ? 0 : bytes));
+        m_lastImageBytes = bytes;
+    }
+
+    // One flushed line: the time in seconds, then the text.
+    void writeEvent(const QByteArray& text) {
+        QByteArray line = text;
+        line.replace("\r\n", " ").replace('\r', ' ').replace('\n', ' '); // the banner is one event
+        m_events->write(QByteArray::number(double(nowUs()) / 1e6, 'f', 6) + " " + line + "\n");
+        m_events->flush();
+    }
+
     void traceLine(Device::TraceKind kind, const QByteArray& text) {
         const char* who = kind == Device::TraceKind::FrameIn    ? "host  "
                           : kind == Device::TraceKind::FrameOut ? "device"
@@ -251,6 +294,8 @@ private:
     int m_master;
     int m_slave;
     QFile* m_trace;
+    QFile* m_events;
+    qint64 m_lastImageBytes = -1;
     QSocketNotifier m_reader;
     QTimer m_timer;
     QElapsedTimer m_clock;
@@ -311,7 +356,8 @@ int main(int argc, char** argv) {
     QCommandLineParser p;
     p.setApplicationDescription(QStringLiteral(
         "An emulated Vorix scaler on a pseudo-terminal. Prints the terminal's path on the first "
-        "line of output and serves the device until interrupted; SIGUSR1 power-cycles it."));
+        "line of output and serves the device until interrupted; SIGUSR1 power-cycles it, SIGUSR2 "
+        "writes its state to the events."));
     p.addHelpOption();
     p.addOption({QStringLiteral("ini"),
                  QStringLiteral("Telvo.ini describing the device "
@@ -320,6 +366,11 @@ int main(int argc, char** argv) {
     p.addOption({QStringLiteral("link"), QStringLiteral("Make a symbolic link to the terminal."),
                  QStringLiteral("path")});
     p.addOption({QStringLiteral("trace"), QStringLiteral("Log every frame to this file."),
+                 QStringLiteral("file")});
+    p.addOption({QStringLiteral("events"),
+                 QStringLiteral("Write a flushed line at each change of mode or rate, at each 1 KB "
+                                "of an image the loader holds, and on SIGUSR2 the device's state "
+                                "('-': standard output, after the terminal's path)."),
                  QStringLiteral("file")});
     p.addOption({QStringLiteral("make-firmware"),
                  QStringLiteral("Write a sample firmware image and exit."),
@@ -344,7 +395,7 @@ int main(int argc, char** argv) {
     sa.sa_handler = onSignal;
     sa.sa_flags = SA_RESTART;
     sigemptyset(&sa.sa_mask);
-    for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGUSR1})
+    for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2})
         ::sigaction(sig, &sa, nullptr);
 
     vorix::sim::DeviceOptions options;
@@ -407,7 +458,24 @@ int main(int argc, char** argv) {
         }
     }
 
-    PtyServer server(*device, master, slave, trace.get());
+    std::unique_ptr<QFile> events;
+    if (p.isSet(QStringLiteral("events"))) {
+        events = std::make_unique<QFile>();
+        const QString name = p.value(QStringLiteral("events"));
+        const bool opened = name == QLatin1String("-")
+                                ? events->open(stdout, QIODevice::WriteOnly)
+                                : (events->setFileName(name),
+                                   events->open(QIODevice::WriteOnly | QIODevice::Append));
+        if (!opened) {
+            err << "vorix-sim: cannot write " << name << "\n";
+            return 1;
+        }
+    }
+
+    // The terminal's path is the first line of output, before any event.
+    QTextStream out(stdout);
+    out << slavePath << Qt::endl;
+    PtyServer server(*device, master, slave, trace.get(), events.get());
     QSocketNotifier signals(g_signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&signals, &QSocketNotifier::activated, &app, [&] {
         char sig = 0;
@@ -415,12 +483,12 @@ int main(int argc, char** argv) {
             return;
         if (sig == SIGUSR1)
             server.powerCycle();
-        else
+        else if (sig == SIGUSR2 && events)
+            server.reportState();
+        else if (sig != SIGUSR2)
             QCoreApplication::quit();
     });
 
-    QTextStream out(stdout);
-    out << slavePath << Qt::endl;
     err << "vorix-sim: " << device->modelName() << " firmware " << device->firmwareVersion()
         << " at " << device->baud() << " baud on " << slavePath
         << (link.isEmpty() ? QString() : QStringLiteral(" (") + link + QStringLiteral(")")) << "\n";

@@ -24,7 +24,8 @@ void ResetOptionsWindows();
 
 // Firmware loader (src/firmware).
 void ResumeCutOffLoad();    // RestartLoader.txt found, or "BootLoader" on the command line
-// Once connected at start-up: settings a load saved and never put back are offered again.
+// Once connected (at start-up or by Connect): settings a load saved and never put back are
+// offered again.
 void RestoreSettingsOfCutOffLoad();
 void cmdStartSCL_Click();   // the main window's Load Firmware: the adapter warning, then LDR
 bool ShowExitSpeedWindow(); // false when it came back by its cancel

@@ -3,6 +3,7 @@
 #include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "app/Tools.h"
 #include "core/text/MinorSubs.h"
 #include "config/FP.h"
 #include "config/INI.h"
@@ -414,6 +415,9 @@ void ReopenPort() {
 
 void cmdOpen_Click() {
     if (ConnectDevice()) {
+        // A device found only by hand (left at the transfer speed by a program that died in the
+        // reboot wait) is offered its cut-off load's settings as one found at start-up is.
+        RestoreSettingsOfCutOffLoad();
         RefreshPanels(7);
         scl().lblWait->hide();
     }

@@ -54,6 +54,10 @@ int SerialPortBackend::open(const LineSettings& s, QString* error) {
         if (err == QSerialPort::DeviceNotFoundError) return 8002;
         return 8015;
     }
+    // A port opens with nothing received, as a real one does (its last close flushed it, and a
+    // closed UART hears nothing). A pseudo-terminal whose far end stays open keeps what came while
+    // no one had it open: a dead program's last reply would answer our first question.
+    m_port.clear(QSerialPort::Input);
     // A pseudo-terminal has no modem lines: reading them fails, and CTS then counts as high.
     m_port.clearError();
     m_port.pinoutSignals();

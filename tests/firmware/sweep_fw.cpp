@@ -7,17 +7,11 @@
 //
 // SWEEP=full runs every case (make sweep); without it a short subset runs (make test).
 
-#include "LoaderFixture.h"
+#include "SweepUser.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
 #include "Firmware.h"
-
-#include "app/Main.h"
-#include "app/Tools.h"
-#include "config/modRegistry.h"
-#include "core/config/IniFile.h"
-#include "link/DeviceScript.h"
 
 #include <cstdio>
 
@@ -29,35 +23,12 @@ using vorix::sim::DevicePeer;
 
 namespace {
 
-constexpr qint64 kImage = 64 * 1024;
-constexpr qint64 kPage = 1024;
-const QString kNew = QStringLiteral("2.90");
+const qint64 kImage = kSweepImage;
+const qint64 kPage = kSweepPage;
+const QString kNew = SweepNewVersion();
 
-enum class Cut { Line, KillAtByte, KillBeforeSpeed, KillAfterSpeed, KillAfterCommand, KillInReboot,
-                 KillInSearch, KillInRestore };
-
-struct Case {
-    int id;
-    Cut cut;
-    qint64 byte; // the image byte of a line cut or a kill at a byte
-    bool menu;   // the menu way into the loader (a version before 1.11) rather than "AD"
-    bool save;   // "Save Settings" ticked
-    bool bootLoader;
-
-    std::string name() const {
-        static const char* const names[] = {"line cut at byte", "killed at byte", "killed before the speed change",
-                                            "killed after the speed change", "killed after the command, before the prompt",
-                                            "killed in the 10 s reboot wait", "killed in the search after the load",
-                                            "killed in the restore of settings"};
-        std::string n = names[int(cut)];
-        if (cut == Cut::Line || cut == Cut::KillAtByte) n += " " + std::to_string(byte);
-        return n;
-    }
-};
-
-// SWEEP=full: every cut point in every way (command or menu, save or not, plain or
-// "BootLoader"); SWEEP=points: every cut point once, the eight ways taken in turn; otherwise a
-// few points, the ways in turn.
+// SWEEP=full: every cut point in every way; SWEEP=points: every cut point once, the eight ways
+// taken in turn; otherwise a few points, the ways in turn.
 std::vector<Case> Cases() {
     const QString mode = qEnvironmentVariable("SWEEP");
     const bool points = mode == QLatin1String("points");
@@ -68,79 +39,35 @@ std::vector<Case> Cases() {
         for (qint64 b = 0; b <= kImage; b += kPage) {
             for (qint64 d : {-1, 0, 1})
                 if (b + d >= 0 && b + d < kImage) lineBytes.push_back(b + d);
-            if (b < kImage) killBytes.push_back(b);
         }
+        killBytes = SweepPageBoundaries();
     } else {
         lineBytes = {1023, 32 * kPage + 1};
         killBytes = {10 * kPage};
     }
-    std::vector<Case> all;
-    for (bool menu : {false, true}) {
-        for (bool save : {true, false}) {
-            for (bool bootLoader : {false, true}) {
-                for (qint64 b : lineBytes) all.push_back({0, Cut::Line, b, menu, save, bootLoader});
-                for (qint64 b : killBytes) all.push_back({0, Cut::KillAtByte, b, menu, save, bootLoader});
-                for (Cut c : {Cut::KillBeforeSpeed, Cut::KillAfterSpeed, Cut::KillAfterCommand,
-                              Cut::KillInReboot, Cut::KillInSearch, Cut::KillInRestore}) {
-                    if (c == Cut::KillInRestore && !save) continue;
-                    all.push_back({0, c, 0, menu, save, bootLoader});
-                }
-            }
-        }
-    }
-    if (points || !full) {
-        // The first way's list holds every point: each point takes the ways in turn.
-        std::vector<Case> spread;
-        const size_t ways = 8;
-        const size_t perWay = lineBytes.size() + killBytes.size() + 6;
-        for (size_t i = 0; i < perWay; ++i) {
-            Case c = all[i];
-            const size_t way = i % ways;
-            c.menu = way & 4;
-            c.save = !(way & 2);
-            c.bootLoader = way & 1;
-            if (c.cut == Cut::KillInRestore && !c.save) c.save = true;
-            spread.push_back(c);
-        }
-        all = spread;
-    }
-    for (size_t i = 0; i < all.size(); ++i) all[i].id = int(i + 1);
-    return all;
+    return SweepCases(lineBytes, killBytes, points || !full);
 }
 
-class Sweep : public LoaderFixture, public ::testing::WithParamInterface<Case> {
+class Sweep : public SweepFixture, public ::testing::WithParamInterface<Case> {
 protected:
     void SetUp() override {
         LoaderFixture::SetUp();
-        ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
-                     QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
-        writeIni();
+        prepareHome();
         writeHomeFile(QStringLiteral("new.frk"), vorix::sim::MakeFirmwareImage(kNew, kImage));
     }
     void TearDown() override {
         LoaderFixture::TearDown();
         m_peer.reset();
     }
-    // The sample ini on one port, connecting at start-up, with confirmation of each step.
-    void writeIni() {
-        QByteArray out;
-        for (const QByteArray& raw : sampleIni().split('\n')) {
-            QByteArray line = raw;
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') && (key == "MAXPORTS" || key == "AUTOSTART" || key == "CONFIRMOPERATIONS"))
-                continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]")
-                out += "Max Ports = 1\r\nAuto Start = True\r\nConfirm Operations = True\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
-    }
+    const Case& sweepCase() const override { return GetParam(); }
+    bool deviceShowsLoader() override { return dev().mode() == Device::Mode::Loader; }
     Device& attachDevice() {
         DeviceOptions o;
         o.model = QStringLiteral("Gorda");
         o.firmware = GetParam().menu ? QStringLiteral("1.10b") : QStringLiteral("1.24");
         o.baud = 19200;
+        QString error;
+        vorix::sim::ParseDeviceOptions({QStringLiteral("--settings"), SweepUserSettingsWords()}, o, &error);
         if (GetParam().cut == Cut::Line) o.faults.cutAtImageByte = GetParam().byte;
         m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
             core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
@@ -149,53 +76,15 @@ protected:
         return m_peer->device();
     }
     Device& dev() { return m_peer->device(); }
-    // The user's own settings on the device before the load.
-    void setUserSettings() {
-        dev().settings().set("D3", "3");
-    }
     bool userSettingsBack() {
-        const QByteArray d3 = dev().settings().query("D3").value;
-        m_found = "D3=" + d3;
-        return d3 == "3";
+        m_found.clear();
+        return SweepUserSettingsBack([this](const QByteArray& key) { return dev().settings().heldValue(key); },
+                                     &m_found);
     }
     QByteArray m_found;
     bool running() {
         return dev().mode() == Device::Mode::Running && dev().firmwareValid() &&
                dev().firmwareVersion() == kNew;
-    }
-
-    // The user: Continue at each prompt and stop of both windows; in RS the restart file when
-    // it is offered, else port and file when the device shows its loader's prompt, else Cancel;
-    // Done on the loader window once a restart from RS is over.
-    void user() {
-        // Armed first: a restart clicked here runs its whole load inside this call.
-        events.in(40, [this] { user(); });
-        ui::SCL& s = ui::scl();
-        ui::LDR& l = ui::ldr();
-        if (!s.cmdContinue->isHidden()) s.cmdContinue->click();
-        if (!l.cmdContinue->isHidden()) l.cmdContinue->click();
-        if (ui::FirmwareWindowExists("RS") && !ui::rs().isHidden() && !ui::App().RestartBusy) {
-            ui::RS& w = ui::rs();
-            m_restarted = true;
-            if (dev().mode() != Device::Mode::Loader) {
-                // The device shows its own picture, not the loader's prompt the window asks for.
-                w.cmdCancel->click();
-            } else if (!w.Check1->isHidden()) {
-                if (!w.Check1->isChecked()) w.Check1->click();
-                w.cmdReStart->click();
-            } else {
-                scripted->paths.push_back(homeFile(QStringLiteral("new.frk")));
-                w.cmdBrowse->click();
-                for (int i = 0; i < w.List1->count(); ++i)
-                    if (w.List1->item(i)->text() == QLatin1String("COM1")) w.List1->setCurrentRow(i);
-                ui::RS_List1_Click();
-                w.cmdReStart->click();
-            }
-        }
-        if (m_inStart && m_restarted && !l.isHidden() && !ui::App().RestartBusy &&
-            (!ui::FirmwareWindowExists("RS") || ui::rs().isHidden()) &&
-            l.cmdStart->text() == QLatin1String("Start"))
-            l.cmdEnd->click();
     }
 
     // The cut of this case: true once it struck.
@@ -238,49 +127,16 @@ protected:
         }
     }
 
-    // A fresh start of the program, as the user runs it.
-    void start(const QString& commandLine) {
-        events.cancelAll();
-        platform::ResetProgramEnded();
-        // A recovery that waits for ever is ended after an hour of the device's time, and shows.
-        events.in(3600 * 1000, [this] {
-            m_hung = true;
-            try {
-                platform::EndProgram();
-            } catch (const platform::ProgramEnd&) {
-            }
-        });
-        ui::ResetSession();
-        ui::App().CommandLine = commandLine;
-        m_restarted = false;
-        m_inStart = true;
-        events.in(40, [this] { user(); });
-        try {
-            ui::Main();
-        } catch (const platform::ProgramEnd&) {
-            // Ended by the hang guard; the row says so.
-        }
-        m_inStart = false;
-    }
-    // Load Firmware on the main window, then Start on the loader: the whole load in the click.
-    void load() {
-        ui::scl().chkSaveRestore->setChecked(GetParam().save);
-        scripted->paths.push_back(homeFile(QStringLiteral("new.frk")));
-        ui::scl().cmdStart->click();
-        ui::ldr().cmdStart->click();
-    }
-
     std::unique_ptr<DevicePeer> m_peer;
-    bool m_inStart = false;
-    bool m_hung = false;
-    bool m_restarted = false;
 };
+
+// A recovery still waiting after an hour of the device's time is hung.
+constexpr int kHangMs = 3600 * 1000;
 
 TEST_P(Sweep, CutAndRecovered) {
     const Case& c = GetParam();
     attachDevice();
-    setUserSettings();
-    start(QString());
+    start(QString(), kHangMs);
     ASSERT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("19200")) << platform::ProgramEnded() << scripted->messageTexts().join(QLatin1Char('\n')).toStdString();
     armCut();
     load();
@@ -289,12 +145,12 @@ TEST_P(Sweep, CutAndRecovered) {
 
     // A cable cut is mended by switching the device off and on, as its manual says.
     if (c.cut == Cut::Line) m_peer->powerCycle();
-    start(c.bootLoader ? QStringLiteral("BootLoader") : QString());
+    start(c.bootLoader ? QStringLiteral("BootLoader") : QString(), kHangMs);
     // Not found (left at the transfer speed on its old firmware): off and on, and start again.
     const QString state = ui::App().DeviceState;
     if (!running() && (state == QLatin1String("NOT CONNECTED") || state == QLatin1String("?????"))) {
         m_peer->powerCycle();
-        start(QString());
+        start(QString(), kHangMs);
     }
     // The device still on its old firmware (the cut came before the loader): the user loads again.
     if (!running()) load();
@@ -303,7 +159,7 @@ TEST_P(Sweep, CutAndRecovered) {
     const bool settings = !c.save || userSettingsBack();
     const bool recovered = struck && version && settings && !m_hung;
     std::printf("ROW|%4d|%-48s|%-7s|%-4s|%-10s|%-6s|%-9s|%-8s|%5llds|%s\n", c.id, c.name().c_str(),
-                c.menu ? "menu" : "command", c.save ? "save" : "-", c.bootLoader ? "BootLoader" : "plain",
+                c.way(), c.save ? "save" : "-", c.start(),
                 struck ? "cut" : "MISSED", version ? kNew.toLatin1().constData() : dev().firmwareVersion().toLatin1().constData(),
                 c.save ? (settings ? "back" : "LOST") : "-", static_cast<long long>(tookS),
                 recovered ? "recovered" : m_hung ? "NOT RECOVERED (hung)" : "NOT RECOVERED");
@@ -311,6 +167,7 @@ TEST_P(Sweep, CutAndRecovered) {
     EXPECT_TRUE(struck);
     EXPECT_TRUE(version) << "device at " << dev().firmwareVersion().toStdString();
     EXPECT_TRUE(settings) << m_found.toStdString();
+    if (!recovered) std::printf("DETAIL|%4d|settings: %s\n", c.id, m_found.constData());
     if (!recovered && qEnvironmentVariableIsSet("SWEEP_DEBUG"))
         std::printf("%s\n", qPrintable(logLines().mid(qMax(0, int(logLines().size()) - 80)).join(QLatin1Char('\n'))));
     EXPECT_FALSE(m_hung);

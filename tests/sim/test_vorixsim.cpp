@@ -9,8 +9,14 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QSerialPort>
+#include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QThread>
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
+#include <sys/types.h>
 
 using namespace vorix::sim;
 using namespace vorix::sim::test;
@@ -176,6 +182,73 @@ TEST_F(VorixSim, FirmwareLoadOverThePseudoTerminal) {
     while (!reply.contains('\x03') && t.elapsed() < 5000)
         reply = exchange(Query("A9"), 250);
     EXPECT_EQ(reply, DataReply("A9", "1.26"));
+}
+
+// The event lines of a file, less their times, once `done` holds for them or after `limitMs`.
+QStringList EventsUntil(const QString& path, const std::function<bool(const QStringList&)>& done,
+                        int limitMs = 10000) {
+    QStringList lines;
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < limitMs) {
+        QFile f(path);
+        lines.clear();
+        if (f.open(QIODevice::ReadOnly))
+            for (const QByteArray& l : f.readAll().split('\n'))
+                if (!l.isEmpty())
+                    lines << QString::fromUtf8(l).section(QLatin1Char(' '), 1);
+        if (done(lines))
+            break;
+        QThread::msleep(10);
+    }
+    return lines;
+}
+
+TEST_F(VorixSim, EventsTellModesImagePagesAndTheStateAskedFor) {
+    QTemporaryDir dir;
+    const QString events = QDir(dir.path()).filePath(QStringLiteral("events.txt"));
+    start({QStringLiteral("--baud"), QStringLiteral("57600"), QStringLiteral("--reboot-delay"),
+           QStringLiteral("300"), QStringLiteral("--page-write"), QStringLiteral("2"),
+           QStringLiteral("--events"), events, QStringLiteral("--settings"),
+           QStringLiteral("D3=3,4C=2,B1=17,4C=1")});
+    const auto has = [](const QString& text) {
+        return [text](const QStringList& l) { return l.contains(text); };
+    };
+    ::kill(pid_t(sim.processId()), SIGUSR2);
+    const QString before = QStringLiteral(
+        "state mode=running firmware=1.24 valid=1 rate=57600 image=0 changed=B1@in2:17,D3:3");
+    EXPECT_TRUE(EventsUntil(events, has(before)).contains(before));
+
+    open(57600);
+    port.write(Set("AD", "1"));
+    ASSERT_TRUE(port.waitForBytesWritten(5000));
+    EXPECT_TRUE(EventsUntil(events, has(QStringLiteral("boot loader at 57600")))
+                    .contains(QStringLiteral("boot loader at 57600")));
+    readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); });
+    const QByteArray image = MakeFirmwareImage(QStringLiteral("1.26"), 3000);
+    port.write(image);
+    ASSERT_TRUE(port.waitForBytesWritten(5000));
+    const QString running = QStringLiteral("running firmware 1.26 at 57600");
+    const QStringList seen = EventsUntil(events, has(running));
+    EXPECT_EQ(seen.filter(QRegularExpression(QStringLiteral("^image "))),
+              (QStringList{QStringLiteral("image 0"), QStringLiteral("image 1024"),
+                           QStringLiteral("image 2048")}));
+    EXPECT_TRUE(seen.contains(QStringLiteral("rebooting for 300 ms")));
+    EXPECT_TRUE(seen.contains(running));
+    // The load wiped the settings; the loader's count of the image stays.
+    ::kill(pid_t(sim.processId()), SIGUSR2);
+    const QString after =
+        QStringLiteral("state mode=running firmware=1.26 valid=1 rate=57600 image=3000 changed=");
+    EXPECT_TRUE(EventsUntil(events, has(after)).contains(after));
+}
+
+TEST_F(VorixSim, SettingsAtPowerOnMustBeIdEqualsValue) {
+    QProcess bad;
+    bad.start(SimBinary(), {QStringLiteral("--ini"), SampleIniPath(), QStringLiteral("--settings"),
+                            QStringLiteral("D3")});
+    ASSERT_TRUE(bad.waitForFinished(10000));
+    EXPECT_EQ(bad.exitCode(), 2);
+    EXPECT_TRUE(bad.readAllStandardError().contains("--settings: expected ID=VALUE, got D3"));
 }
 
 TEST_F(VorixSim, MakesFirmwareImagesItsLoaderAccepts) {

@@ -31,7 +31,12 @@ protected:
     void TearDown() override;
 
     // The program's folder of this test (TELVO_HOME).
-    QString home() const { return m_home->path(); }
+    QString home() const { return m_homeDir.isEmpty() ? m_home->path() : m_homeDir; }
+    // Another program's folder, kept after the test: one that several runs of the program share.
+    void useHome(const QString& dir) {
+        m_homeDir = dir;
+        qputenv("TELVO_HOME", dir.toUtf8());
+    }
     QString homeFile(const QString& name) const;
     void writeHomeFile(const QString& name, const QByteArray& text);
     QByteArray readHomeFile(const QString& name) const;
@@ -58,6 +63,7 @@ protected:
 
     platform::ScriptedPlatform* scripted = nullptr;
     std::unique_ptr<QTemporaryDir> m_home;
+    QString m_homeDir;
     std::vector<std::unique_ptr<platform::ScriptedPeer>> m_peers;
 };
 
