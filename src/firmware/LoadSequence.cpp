@@ -373,10 +373,11 @@ void FinishFirmwareLoad(qint16 code) {
             }
         }
     }
-    // Only what this load (or the cut-off load it took up) saved goes back.
+    // Only what this load (or the cut-off load it took up) saved goes back. A restore that
+    // did not go through whole (cancelled at a row the device refused, or a device not found)
+    // keeps the file, so that the next start or Connect offers it again.
     if (QFile::exists(LoadSettingsPath())) {
-        RestoreSettingsFrom(LoadSettingsPath());
-        QFile::remove(LoadSettingsPath());
+        if (RestoreSettingsFrom(LoadSettingsPath())) QFile::remove(LoadSettingsPath());
     } else if (s.chkSaveRestore->isChecked()) {
         ShowStatus(QStringLiteral("No settings were saved before this load, so none are restored"));
     }
@@ -385,11 +386,12 @@ void FinishFirmwareLoad(qint16 code) {
 void RestoreSettingsOfCutOffLoad() {
     // With RestartLoader.txt still there, the resumed load does it after its success.
     if (!QFile::exists(LoadSettingsPath()) || QFile::exists(restartPath())) return;
-    if (ConfirmOperation(QStringLiteral("The settings saved before the last firmware load were not "
-                                        "put back, Restore them to the ") +
-                         model()))
-        RestoreSettingsFrom(LoadSettingsPath());
-    QFile::remove(LoadSettingsPath());
+    // Declined, the copy goes; taken but not whole, it stays for the next offer.
+    if (!ConfirmOperation(QStringLiteral("The settings saved before the last firmware load were not "
+                                         "put back, Restore them to the ") +
+                          model()) ||
+        RestoreSettingsFrom(LoadSettingsPath()))
+        QFile::remove(LoadSettingsPath());
 }
 
 bool RecoverCommunications() {

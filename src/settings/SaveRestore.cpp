@@ -247,11 +247,11 @@ struct RestoreRun {
 
 void RestoreSettings() { RestoreSettingsFrom(settingsPath()); }
 
-void RestoreSettingsFrom(const QString& path) {
+bool RestoreSettingsFrom(const QString& path) {
     QFile file(path);
     if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
         ShowAlert(QStringLiteral("There is no 'Settings' file (settings.txt) to restore from"));
-        return;
+        return false;
     }
     RestoreRun run;
     bool whole = true;
@@ -259,7 +259,7 @@ void RestoreSettingsFrom(const QString& path) {
         QByteArray raw = file.readLine();
         while (raw.endsWith('\n') || raw.endsWith('\r')) raw.chop(1);
         const Step st = run.line(QString::fromLatin1(raw));
-        if (st == Step::EndNow) return;
+        if (st == Step::EndNow) return false;
         if (st == Step::Cancel) {
             whole = false;
             break;
@@ -268,6 +268,7 @@ void RestoreSettingsFrom(const QString& path) {
     file.close();
     if (whole) Breakpoint(QStringLiteral("All settings have been restored to the ") + model());
     RestoreViewState();
+    return whole;
 }
 
 namespace {

@@ -9,7 +9,8 @@ namespace telvo::ui {
 bool SaveSettings();
 void RestoreSettings();
 // The same restore from another file of the same format (a load's own copy).
-void RestoreSettingsFrom(const QString& path);
+// True when every line of the file went back (none cancelled).
+bool RestoreSettingsFrom(const QString& path);
 void ApplyParameter(const QString& stateType, const QString& parameter, const QString& state,
                     const QString& item);
 

@@ -212,6 +212,56 @@ TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
     EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
 }
 
+TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) {
+    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+    ui::ReadIniFile(1);
+    ui::ReadIniFile(2);
+    Device& d = attachDevice({});
+    d.settings().set("4C", "1");
+    d.settings().set("B1", "17");
+    ui::SCL& s = ui::scl();
+    s.chkSaveRestore->setChecked(true);
+    // Continue at every question but the refusal of a state in the restore.
+    QString question;
+    std::function<void()> user = [&] {
+        events.in(5, user);
+        if (s.cmdCancel->isHidden() || s.cmdContinue->isHidden()) return;
+        if (s.lblMessage->text().contains(QStringLiteral("Could not set the "))) {
+            question = s.lblMessage->text();
+            s.cmdCancel->click();
+        } else {
+            s.cmdContinue->click();
+        }
+    };
+    events.in(5, user);
+    goOnAtEachStop();
+    ASSERT_TRUE(ui::CheckDeviceReady());
+    const QByteArray saved = readHomeFile(QStringLiteral("LoadSettings.txt"));
+    ASSERT_TRUE(saved.contains("B117"));
+    writeHomeFile(QStringLiteral("FileList.frl"),
+                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    const qint16 code = ui::LoadTheFiles(false);
+    ASSERT_EQ(code, 0);
+    // The new firmware refuses the input: the user cancels the restore at its question.
+    d.options().faults.errorFor.insert("4C", 4);
+    s.chkConfirm->setChecked(true);
+    ui::FinishFirmwareLoad(code);
+    EXPECT_TRUE(question.startsWith(QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Video 1")))
+        << qPrintable(question);
+    EXPECT_FALSE(logLines().contains(QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
+    // Not put back whole: the load's copy stays, unchanged, for the offer of the next start.
+    EXPECT_EQ(readHomeFile(QStringLiteral("LoadSettings.txt")), saved);
+
+    // The device takes the input again; the next start's offer (taken) puts everything back.
+    d.options().faults.errorFor.clear();
+    const qsizetype from = logLines().size();
+    ui::RestoreSettingsOfCutOffLoad();
+    const QStringList after = logLines().mid(from);
+    EXPECT_TRUE(after.contains(kBrightness17));
+    EXPECT_TRUE(after.contains(QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
+    EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
+}
+
 TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
     writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
     ui::ReadIniFile(1);
