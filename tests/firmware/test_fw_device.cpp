@@ -71,6 +71,18 @@ protected:
             ui::scl().cmdContinue->click();
         events.in(5, [this] { goOnAtEachStop(); });
     }
+    // The sample ini's tables, and a device holding the user's input 1 with brightness 17,
+    // "Save Settings" ticked.
+    Device& userDevice(const DeviceOptions& o) {
+        writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
+        ui::ReadIniFile(1);
+        ui::ReadIniFile(2);
+        Device& d = attachDevice(o);
+        d.settings().set("4C", "1");
+        d.settings().set("B1", "17");
+        ui::scl().chkSaveRestore->setChecked(true);
+        return d;
+    }
     std::unique_ptr<DevicePeer> m_peer;
 };
 
@@ -188,14 +200,7 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
 const QString kBrightness17 = QStringLiteral("Sent: (STX)3006B1(NUL)17(NUL)(ETX) on COM1 @ 57600");
 
 TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
-    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
-    ui::ReadIniFile(1);
-    ui::ReadIniFile(2);
-    Device& d = attachDevice({});
-    d.settings().set("4C", "1");
-    d.settings().set("B1", "17");
-    ui::SCL& s = ui::scl();
-    s.chkSaveRestore->setChecked(true);
+    userDevice({});
     goOnAtEachStop();
     ASSERT_TRUE(ui::CheckDeviceReady());
     // Another save (another session's) replaces Settings.txt while the load runs.
@@ -213,14 +218,8 @@ TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
 }
 
 TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) {
-    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
-    ui::ReadIniFile(1);
-    ui::ReadIniFile(2);
-    Device& d = attachDevice({});
-    d.settings().set("4C", "1");
-    d.settings().set("B1", "17");
+    Device& d = userDevice({});
     ui::SCL& s = ui::scl();
-    s.chkSaveRestore->setChecked(true);
     // Continue at every question but the refusal of a state in the restore.
     QString question;
     std::function<void()> user = [&] {
@@ -263,15 +262,9 @@ TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) 
 }
 
 TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
-    writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
-    ui::ReadIniFile(1);
-    ui::ReadIniFile(2);
     DeviceOptions o;
     o.faults.cutAtImageByte = 2500;
-    Device& d = attachDevice(o);
-    d.settings().set("4C", "1");
-    d.settings().set("B1", "17");
-    ui::scl().chkSaveRestore->setChecked(true);
+    Device& d = userDevice(o);
     goOnAtEachStop();
     ASSERT_TRUE(ui::CheckDeviceReady());
     writeHomeFile(QStringLiteral("FileList.frl"),
