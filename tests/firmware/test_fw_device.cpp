@@ -2,7 +2,7 @@
 // update command, the boot loader's banner, page stalls with CTS, the verdict and the reboot;
 // and a load cut off mid-image, taken up again from RestartLoader.txt at the next start.
 
-#include "LoaderFixture.h"
+#include "DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -20,42 +20,12 @@ using namespace telvo;
 using namespace telvo::test;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
-using vorix::sim::DevicePeer;
+
 
 namespace {
 
-class DeviceLoad : public LoaderFixture {
+class DeviceLoad : public DeviceFixture {
 protected:
-    void TearDown() override {
-        LoaderFixture::TearDown(); // the line goes before the device it talks to
-        m_peer.reset();
-    }
-    Device& attachDevice(DeviceOptions o) {
-        o.model = QStringLiteral("Gorda");
-        o.firmware = QStringLiteral("1.24");
-        o.baud = 57600;
-        m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
-            core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
-        platform::PortMap::instance().attachPeer(1, m_peer.get());
-        line(1)->setPacing(true);
-        openPort(1, 57600);
-        prepare();
-        return m_peer->device();
-    }
-    // The controls as a connection at 57600 leaves them.
-    void prepare() {
-        ui::SCL& s = ui::scl();
-        s.DeviceModel->setText(QStringLiteral("Gorda"));
-        s.txtFirmware->setText(QStringLiteral("1.24"));
-        s.txtPort->setText(QStringLiteral("COM1"));
-        s.txtCrntSpeed->setText(QStringLiteral("57600"));
-        s.txtxfrspeed->setText(QStringLiteral("57600"));
-        s.txtOrigSpeed->setText(QStringLiteral("57600"));
-        s.lstPort->clear();
-        s.lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1")});
-        ui::Link().PowerState = QStringLiteral("ON");
-        ui::SetState(QStringLiteral("Idle"));
-    }
     QString image(const QString& name, const QString& version, qint64 size) {
         writeHomeFile(name, vorix::sim::MakeFirmwareImage(version, size));
         return homeFile(name);
@@ -83,7 +53,6 @@ protected:
         ui::scl().chkSaveRestore->setChecked(true);
         return d;
     }
-    std::unique_ptr<DevicePeer> m_peer;
 };
 
 TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboot) {

@@ -2,7 +2,7 @@
 // on the image's last byte), the question to put the speed back, and the Restore Defaults steps.
 // Against the emulated device on the in-process line, under the virtual clock.
 
-#include "LoaderFixture.h"
+#include "DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -18,7 +18,7 @@ using namespace telvo;
 using namespace telvo::test;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
-using vorix::sim::DevicePeer;
+
 
 namespace {
 
@@ -29,40 +29,8 @@ const QString kLoadAgain = QStringLiteral(
     "If it runs its firmware, click 'No'.");
 const QString kNotFound = QStringLiteral("Communications was not re-established with the Gorda     ");
 
-class Recovery : public LoaderFixture {
+class Recovery : public DeviceFixture {
 protected:
-    void TearDown() override {
-        LoaderFixture::TearDown(); // the line goes before the device it talks to
-        m_peer.reset();
-    }
-    Device& attachDevice(DeviceOptions o, int baud = 57600, const QString& firmware = QStringLiteral("1.24")) {
-        o.model = QStringLiteral("Gorda");
-        o.firmware = firmware;
-        o.baud = baud;
-        m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
-            core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
-        platform::PortMap::instance().attachPeer(1, m_peer.get());
-        line(1)->setPacing(true);
-        openPort(1, baud);
-        prepare(baud);
-        ui::scl().txtFirmware->setText(firmware);
-        return m_peer->device();
-    }
-    // The controls as a connection at `baud` leaves them.
-    void prepare(int baud) {
-        ui::SCL& s = ui::scl();
-        const QString rate = QString::number(baud);
-        s.DeviceModel->setText(QStringLiteral("Gorda"));
-        s.txtFirmware->setText(QStringLiteral("1.24"));
-        s.txtPort->setText(QStringLiteral("COM1"));
-        s.txtCrntSpeed->setText(rate);
-        s.txtxfrspeed->setText(QStringLiteral("57600"));
-        s.txtOrigSpeed->setText(rate);
-        s.lstPort->clear();
-        s.lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1")});
-        ui::Link().PowerState = QStringLiteral("ON");
-        ui::SetState(QStringLiteral("Idle"));
-    }
     QByteArray image(const QString& version, qint64 size) {
         writeHomeFile(QStringLiteral("new.frk"), vorix::sim::MakeFirmwareImage(version, size));
         writeHomeFile(QStringLiteral("FileList.frl"), (homeFile(QStringLiteral("new.frk")) + "\r\n").toUtf8());
@@ -94,7 +62,6 @@ protected:
         restartFromFileAtStart(50);
         ui::ResumeCutOffLoad();
     }
-    std::unique_ptr<DevicePeer> m_peer;
 };
 
 TEST_F(Recovery, LastByteCutIsLoadedAgainWhenTheUserSaysTheLoaderWaits) {
