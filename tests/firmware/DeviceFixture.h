@@ -51,6 +51,19 @@ protected:
         ui::SetState(QStringLiteral("Idle"));
     }
 
+    // The program's next start after it was ended mid-load, with the device switched off and on
+    // (a load cut off leaves it at its loader's prompt).
+    void nextStartAfterPowerCycle() {
+        events.cancelAll();
+        platform::ResetProgramEnded();
+        ui::ResetSession();
+        initControls();
+        prepare();
+        ui::Link().PowerState.clear();
+        line(1)->clearWire();
+        m_peer->powerCycle();
+    }
+
     std::unique_ptr<vorix::sim::DevicePeer> m_peer;
 };
 

@@ -146,14 +146,7 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,0\r\n"));
 
     // The next start: a fresh run; the device was switched off and on and waits in its loader.
-    events.cancelAll();
-    platform::ResetProgramEnded();
-    ui::ResetSession();
-    initControls();
-    prepare();
-    ui::Link().PowerState.clear();
-    line(1)->clearWire();
-    m_peer->powerCycle();
+    nextStartAfterPowerCycle();
     ASSERT_EQ(d.mode(), Device::Mode::Loader);
     restartFromFileAtStart(50);
     ui::ResumeCutOffLoad();

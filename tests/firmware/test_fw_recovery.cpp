@@ -50,14 +50,7 @@ protected:
         ASSERT_EQ(d.loader().stats().bytes, size);
         // The index says the entry went through.
         ASSERT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,1\r\n"));
-        events.cancelAll();
-        platform::ResetProgramEnded();
-        ui::ResetSession();
-        initControls();
-        prepare(57600);
-        ui::Link().PowerState.clear();
-        line(1)->clearWire();
-        m_peer->powerCycle();
+        nextStartAfterPowerCycle();
         ASSERT_EQ(d.mode(), Device::Mode::Loader);
         restartFromFileAtStart(50);
         ui::ResumeCutOffLoad();
