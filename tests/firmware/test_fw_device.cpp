@@ -179,6 +179,8 @@ TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
     EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
 }
 
+// Beyond the design (recorded in ARCHITECTURE): the load's own copy of the settings outlives a
+// restore that did not go through whole, so that a user never loses the saved settings.
 TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) {
     Device& d = userDevice({});
     ui::SCL& s = ui::scl();

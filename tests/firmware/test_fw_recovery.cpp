@@ -57,6 +57,9 @@ protected:
     }
 };
 
+// Beyond the designed ending ("?????"): the program asks whether the device waits at its
+// loader's prompt and loads again (the departure recorded in ARCHITECTURE, so that a user is
+// never left with a device in its loader); No keeps the designed ending.
 TEST_F(Recovery, LastByteCutIsLoadedAgainWhenTheUserSaysTheLoaderWaits) {
     DeviceOptions o;
     o.faults.cutAtImageByte = 5999;
@@ -156,7 +159,8 @@ TEST_F(Recovery, LastByteCutWithTheProgramLeftRunningIsLoadedAgain) {
 // runs it at its own rate. "Use Existing Restart File" then sends the image into the running
 // firmware, at the transfer speed, where nothing takes it; after the reboot wait the version
 // query goes unanswered and the firmware request stands. Abort leaves it, and the load ends as
-// an aborted one, with the firmware still valid.
+// an aborted one, with the firmware still valid. (Abort leaving the request is a departure,
+// recorded in ARCHITECTURE: before it only ending the program left this wait.)
 TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
     Device& d = attachDevice({}, 19200);
     image(QStringLiteral("3.00"), 3000);
