@@ -1,9 +1,10 @@
 // Gen ALL: the walk over the whole command table that writes every pattern to a text listing,
-// a Pronto hex list or (through the converter) a Pronto configuration file.
+// a Pronto hex list, (through the converter) a Pronto configuration file, or a LIRC remote.
 #include "ir/IRG.h"
 
 #include "app/Controls.h"
 #include "app/Globals.h"
+#include "config/IniLoader.h"
 #include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
@@ -11,6 +12,7 @@
 #include "platform/DoEvents.h"
 #include "platform/Launch.h"
 #include "platform/Platform.h"
+#include "settings/SCL.h"
 
 #include <QDir>
 #include <memory>
@@ -20,6 +22,12 @@ namespace telvo::ui {
 namespace {
 
 const QString kCrLf = QStringLiteral("\r\n");
+
+// The kinds of output, by the file name's ending.
+constexpr qint16 kKindText = 0;
+constexpr qint16 kKindHex = 1;
+constexpr qint16 kKindCcf = 2;
+constexpr qint16 kKindLirc = 3;
 
 void writeLine(QFile* f, const QString& text) {
     if (!f) return;
@@ -70,7 +78,7 @@ void IRG::walkYield() {
 void IRG::saveIRdata(QFile* file1, QFile* file2, const QString& title, const QString& device,
                      const QString& function, qint16 kind) {
     IrGlobals& g = Ir();
-    if (kind == 0) {
+    if (kind == kKindText) {
         writeLine(file1, QStringLiteral("IR Data For Command ") + title);
     } else {
         if (file2) {
@@ -104,12 +112,65 @@ void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
         const QString dec = decimalCode(r.Cmd);
         const QString digits = txtValue->text();
         QString title = r.Name + QStringLiteral(" = ") + r.Values.at(i).Text;
-        if (kind == 0)
+        if (kind == kKindText)
             title += QStringLiteral("  (0x") + r.Cmd + u'/' + dec + QStringLiteral("  '") + digits +
                      QStringLiteral("'/") + EditValue(digits) + u')';
         lblError->setText(title);
-        saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
+        if (kind == kKindLirc) addLircButton(core::ir::LircButtonName(r.Name, r.Values.at(i).Text));
+        else saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
     }
+}
+
+// Every remote key in Remote mode, as a click on its row: each goes into the LIRC remote.
+void IRG::walkRemoteKeys() {
+    if (optRemote->isChecked()) optRemote_Click();
+    else optRemote->setChecked(true);
+    const auto& keys = Config().RemoteCodes;
+    for (qsizetype i = 1; i < keys.size(); ++i) {
+        walkYield();
+        if (walkCancelled()) return;
+        {
+            const QSignalBlocker block(lstRemote);
+            lstRemote->setCurrentRow(int(i - 1));
+        }
+        lblError->setText(keys.at(i).first);
+        lstRemote_Click();
+        addLircButton(keys.at(i).first);
+        prgGenAll->setValue(prgGenAll->value() + 1);
+    }
+}
+
+void IRG::addLircButton(const QString& name) {
+    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
+    if (!code) return; // nothing was generated: no button
+    m_lirc.add(name, *code);
+    Ir().ButtonCount = core::AddInt(Ir().ButtonCount, 1);
+}
+
+QStringList IRG::LircHeader() const {
+    const SCL& s = scl();
+    const QString model = s.DeviceModel->text();
+    const QString firmware = s.txtFirmware->text();
+    QString device = QStringLiteral("IR codes of the Vorix ") +
+                     (model.isEmpty() ? QStringLiteral("????") : model);
+    if (!firmware.isEmpty()) device += QStringLiteral(", firmware ") + firmware;
+    return {device + QStringLiteral(", made by the Telvo Utility"),
+            QStringLiteral("from ") + QDir::toNativeSeparators(platform::NativePath(IniFilePath())),
+            QStringLiteral("Send a button with: irsend SEND_ONCE ") +
+                QLatin1String(core::ir::kLircRemoteName) + QStringLiteral(" BUTTON")};
+}
+
+QString IRG::ShownMode2() const {
+    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
+    return code ? core::ir::Mode2Text(*code) : QString();
+}
+
+QString IRG::ShownLircRemote(const QString& button) const {
+    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
+    if (!code) return QString();
+    core::ir::LircRemote remote;
+    remote.add(button, *code);
+    return remote.conf(LircHeader());
 }
 
 void IRG::walkPoint(int row, const QString& value, const QString& words, const QString& context,
@@ -132,28 +193,29 @@ void IRG::cmdGenAll_Click() {
     QString name = GetSaveFileName(QString());
     if (name.isEmpty()) return;
     const QString lower = name.toLower();
-    const qint16 kind = lower.endsWith(QLatin1String(".hex"))   ? 1
-                        : lower.endsWith(QLatin1String(".ccf")) ? 2
-                                                                : 0;
+    const qint16 kind = lower.endsWith(QLatin1String(".hex"))    ? kKindHex
+                        : lower.endsWith(QLatin1String(".ccf"))  ? kKindCcf
+                        : lower.endsWith(QLatin1String(".conf")) ? kKindLirc
+                                                                 : kKindText;
     QString ccfName;
     std::unique_ptr<QFile> file1, file2;
-    if (kind == 2) {
+    if (kind == kKindCcf) {
         ccfName = name;
         name = platform::AppFile(QStringLiteral("Temp$$.hex"));
         file2 = openForOutput(ccfName.left(ccfName.size() - 4) + QStringLiteral(".txt"));
     }
     file1 = openForOutput(name);
 
-    // Selecting Discrete runs its Click, which clears the window; when it is set already
-    // nothing changes value, so the Click is run here.
-    if (optDiscrete->isChecked()) optDiscrete_Click();
-    else optDiscrete->setChecked(true);
     lblError->setText(QString());
     lblError->show();
     const core::CommandTable& commands = Config().Commands;
     const int rows = int(core::TableRows(commands));
+    // A LIRC remote holds the remote keys too: they come first, so that a command's value
+    // whose name matches a key's is the one numbered.
+    const int keys = kind == kKindLirc ? int(core::TableRows(Config().RemoteCodes)) : 0;
     g.CancelAll = false;
-    prgGenAll->setRange(0, rows);
+    m_lirc = core::ir::LircRemote();
+    prgGenAll->setRange(0, rows + keys);
     prgGenAll->setValue(0);
     prgGenAll->show();
     cmdCancelAll->show();
@@ -181,6 +243,11 @@ void IRG::cmdGenAll_Click() {
         }
     } restore{this, errorMin, errorMax};
 
+    if (kind == kKindLirc) walkRemoteKeys();
+    // Selecting Discrete runs its Click, which clears the window; when it is set already
+    // nothing changes value, so the Click is run here.
+    if (optDiscrete->isChecked()) optDiscrete_Click();
+    else optDiscrete->setChecked(true);
     for (int row = 1; row <= rows && !walkCancelled(); ++row) {
         const core::CommandRec& r = Config().Commands.at(row);
         cmdGen->setEnabled(false);
@@ -190,7 +257,7 @@ void IRG::cmdGenAll_Click() {
         txtOutput->clear();
         if (r.IsList || r.IsByte) {
             walkValues(row, file1.get(), file2.get(), kind);
-        } else if (r.IsRange && kind == 0) {
+        } else if (r.IsRange && kind == kKindText) {
             const QString min = r.MinText;
             const QString max = r.MaxText;
             const double mid = (core::Val(max) + core::Val(min)) / 2;
@@ -202,7 +269,7 @@ void IRG::cmdGenAll_Click() {
                 walkPoint(row, middle, QStringLiteral(") Middle of Range="), range, file1.get(), file2.get(), kind);
             if (!walkCancelled())
                 walkPoint(row, max, QStringLiteral(") Maximum of Range="), range, file1.get(), file2.get(), kind);
-        } else if (r.IsInteger && kind == 0) {
+        } else if (r.IsInteger && kind == kKindText) {
             static const std::pair<const char*, const char*> kPoints[] = {
                 {"1", "), Integer Value="},
                 {"10", "), Interger Value ="},
@@ -215,8 +282,12 @@ void IRG::cmdGenAll_Click() {
                           QStringLiteral("Integer"), file1.get(), file2.get(), kind);
             }
         }
-        prgGenAll->setValue(row);
+        prgGenAll->setValue(keys + row);
     }
+    if (kind == kKindLirc && !walkCancelled() &&
+        file1->write(m_lirc.conf(LircHeader()).toUtf8()) < 0)
+        throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
+    m_lirc = core::ir::LircRemote();
     file1->close();
     if (file2) file2->close();
     lblError->setText(QString());
@@ -229,7 +300,7 @@ void IRG::cmdGenAll_Click() {
         platform::MessageBox(QStringLiteral("Gen ALL was cancelled; no file was written."));
         return;
     }
-    if (kind == 2) {
+    if (kind == kKindCcf) {
         const QString exe = platform::AppPath() + u'/' + converterName();
         if (!core::FileExists(platform::NativePath(exe))) {
             platform::MessageBox(QStringLiteral("file '") +

@@ -336,8 +336,10 @@ QString IRG::GetSaveFileName(const QString& folder) {
     // The dialog of the design: its title, its filter with the text kind first, and the
     // program's folder (with "*.txt") unless a folder is given.
     const QString title = QStringLiteral("Select File name to save IR Data");
+    // A LIRC remote (.conf) is offered after the three kinds of the design.
     const QString classic =
-        QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf");
+        QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf") +
+        QStringLiteral("|LIRC remote (*.conf)|*.conf");
     // Qt spells "name|pattern|name|pattern" as "name;;name".
     const QStringList parts = classic.split(u'|');
     QStringList names;

@@ -1,9 +1,10 @@
 #pragma once
 // "IR Support": a device command, a remote key or a typed code becomes its line of Pronto hex;
-// Gen ALL writes the whole command table to a text listing, a Pronto hex list or a Pronto
-// configuration file.
+// Gen ALL writes the whole command table to a text listing, a Pronto hex list, a Pronto
+// configuration file or a LIRC remote.
 
 #include "core/ir/GenIR.h"
+#include "core/ir/Lirc.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -76,6 +77,13 @@ public:
     QString GetSaveFileName(const QString& folder);
     void ShowValueError();
 
+    // The code in txtOutput as one press in pulse/space lines, or as a one-button LIRC remote
+    // whose button is `button`; empty when the box holds no code.
+    QString ShownMode2() const;
+    QString ShownLircRemote(const QString& button) const;
+    // The comment lines at the head of a LIRC remote: the device and the Telvo.ini it came from.
+    QStringList LircHeader() const;
+
     int FindCommand(const QString& name) const;
     bool IsValueAllowed(const QString& value) const;
     void ProduceIR();
@@ -112,6 +120,9 @@ private:
     QWidget* m_valuesFrom = nullptr;
     QWidget* m_valuesTo = nullptr;
     void walkValues(int row, QFile* f1, QFile* f2, qint16 kind);
+    void walkRemoteKeys();
+    void addLircButton(const QString& name);
+    core::ir::LircRemote m_lirc; // what a Gen ALL to a LIRC remote has gathered
     void walkPoint(int row, const QString& value, const QString& words, const QString& context,
                    QFile* f1, QFile* f2, qint16 kind);
     QString decimalCode(const QString& cmd) const;

@@ -6,8 +6,13 @@
 
 #include "app/Tools.h"
 #include "core/text/Classic.h"
+#include "core/ir/Lirc.h"
 #include "ir/IRG.h"
 #include "platform/Launch.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QSet>
 
 #include <QFile>
 #include <QTest>
@@ -106,9 +111,13 @@ protected:
     ui::IRG& w() { return ui::irg(); }
     // Gen ALL to `name` in the program's folder; the lines written, without CR LF.
     QStringList run(const QString& name) {
+        click(name);
+        return lines(name);
+    }
+    // Gen ALL to `name` in the program's folder.
+    void click(const QString& name) {
         scripted->paths.push_back(homeFile(name));
         QTest::mouseClick(w().cmdGenAll, Qt::LeftButton);
-        return lines(name);
     }
     QStringList lines(const QString& name) {
         const QByteArray bytes = readHomeFile(name);
@@ -379,6 +388,164 @@ TEST_F(GenAll, CancelDuringAConfigurationFileRemovesItsTemporaryAndListFiles) {
     EXPECT_EQ(g_launched.calls, 0);
     EXPECT_EQ(scripted->messageTexts(),
               QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+}
+
+// The three kinds of the design are written byte for byte as before the LIRC remote came:
+// files made then are kept under tests/ir/data.
+QByteArray golden(const char* name) {
+    QFile f(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/tests/ir/data/") +
+            QLatin1String(name));
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+TEST_F(GenAll, SampleFilesByteForByteAsBefore) {
+    load(sampleIni());
+    writeHomeFile(QStringLiteral("hex2ccf"), "#!/bin/sh\n");
+    const QByteArray text = golden("genall-sample.txt"), hex = golden("genall-sample.hex"),
+                     buttons = golden("genall-sample-buttons.txt");
+    ASSERT_GT(text.size(), 60000);
+    ASSERT_GT(hex.size(), 30000);
+    ASSERT_GT(buttons.size(), 8000);
+    run(QStringLiteral("sample.txt"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("sample.txt")), text);
+    run(QStringLiteral("sample.hex"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("sample.hex")), hex);
+    run(QStringLiteral("listed.ccf"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("Temp$$.hex")), hex);
+    EXPECT_EQ(readHomeFile(QStringLiteral("listed.txt")), buttons);
+    EXPECT_EQ(g_launched.calls, 1);
+}
+
+// A lircd.conf remote, read back: its settings and its buttons with their numbers.
+struct Conf {
+    QStringList comments;
+    QMap<QString, QString> settings;
+    QStringList names;
+    QList<QList<qint32>> codes;
+};
+Conf parseConf(const QByteArray& bytes) {
+    Conf c;
+    bool inCodes = false;
+    for (const QString& raw : QString::fromUtf8(bytes).split(u'\n')) {
+        const QString line = raw.trimmed();
+        if (line.startsWith(u'#')) {
+            c.comments << line.mid(2);
+            continue;
+        }
+        const QStringList w = line.split(u' ', Qt::SkipEmptyParts);
+        if (w.isEmpty()) continue;
+        if (w.size() == 2 && w[0] == u"begin" && w[1] == u"raw_codes") inCodes = true;
+        else if (w.size() == 2 && w[0] == u"end" && w[1] == u"raw_codes") inCodes = false;
+        else if (inCodes && w[0] == u"name") {
+            c.names << w.value(1);
+            c.codes << QList<qint32>{};
+        } else if (inCodes) {
+            for (const QString& n : w) c.codes.last() << n.toInt();
+        } else if (w.size() == 2) {
+            c.settings[w[0]] = w[1];
+        }
+    }
+    return c;
+}
+
+// The durations of a Pronto line without its lead-out, as a raw code of the remote holds them.
+QList<qint32> rawOf(const QString& pronto) {
+    const auto code = core::ir::ProntoDurations(pronto);
+    if (!code) return {};
+    QList<qint32> d = code->durations;
+    if (d.size() % 2 == 0) d.removeLast();
+    return d;
+}
+
+TEST_F(GenAll, SampleLircRemote) {
+    load(sampleIni());
+    const QStringList hex = run(QStringLiteral("pronto.hex"));
+    click(QStringLiteral("vorix.CONF"));
+    const QByteArray bytes = readHomeFile(QStringLiteral("vorix.CONF"));
+    EXPECT_FALSE(bytes.contains('\r'));
+    const Conf c = parseConf(bytes);
+    ASSERT_EQ(c.comments.size(), 3);
+    EXPECT_EQ(c.comments[0], "IR codes of the Vorix Gorda, firmware 1.24, made by the Telvo Utility");
+    EXPECT_EQ(c.comments[1], "from " + QDir::toNativeSeparators(homeFile(QStringLiteral("Telvo.ini"))));
+    EXPECT_EQ(c.comments[2], "Send a button with: irsend SEND_ONCE vorix BUTTON");
+    EXPECT_EQ(c.settings.value(QStringLiteral("name")), "vorix");
+    EXPECT_EQ(c.settings.value(QStringLiteral("flags")), "RAW_CODES");
+    EXPECT_EQ(c.settings.value(QStringLiteral("frequency")), "38381");
+    // The longest lead-out: a remote key's 170 words.
+    EXPECT_EQ(c.settings.value(QStringLiteral("gap")), "4429");
+    // The remote keys first, by their names; then every list value, as the .hex list has them.
+    const auto& keys = ui::Config().RemoteCodes;
+    const int nKeys = int(keys.size()) - 1;
+    ASSERT_EQ(nKeys, 33);
+    ASSERT_EQ(c.names.size(), nKeys + hex.size() / 2);
+    EXPECT_EQ(ui::Ir().ButtonCount, c.names.size());
+    EXPECT_EQ(c.names.mid(0, 4), (QStringList{"POWER", "POWER_ON", "POWER_OFF", "MENU"}));
+    EXPECT_EQ(c.names[nKeys - 1], "PROFILE_NEXT");
+    EXPECT_EQ(c.names.indexOf(QStringLiteral("INPUT_S_VIDEO")), 23);
+    // "Input = Video-1" folds to the key "Input Video 1": the value is numbered.
+    EXPECT_EQ(c.names[nKeys], "INPUT_VIDEO_1_2");
+    EXPECT_EQ(c.names[nKeys + 1], "INPUT_VIDEO_2_2");
+    EXPECT_EQ(c.names[nKeys + 2], "INPUT_S_VID_1");
+    EXPECT_TRUE(c.names.contains(QStringLiteral("ASPECT_RATIO_4_3")));
+    EXPECT_TRUE(c.names.contains(QStringLiteral("OUTPUT_COLORSPACE_YCBCR_4_4_4")));
+    EXPECT_TRUE(c.names.contains(QStringLiteral("IR_CODE_SET_ALTERNATE")));
+    EXPECT_EQ(QSet<QString>(c.names.begin(), c.names.end()).size(), c.names.size());
+    for (const QString& n : c.names)
+        EXPECT_TRUE(QRegularExpression(QStringLiteral("^[A-Z0-9_]+$")).match(n).hasMatch()) << n.toStdString();
+    // Each value's raw code is its Pronto line of the .hex list in microseconds.
+    for (qsizetype i = 0; i < hex.size() / 2; ++i)
+        EXPECT_EQ(c.codes[nKeys + i], rawOf(hex[2 * i + 1])) << c.names[nKeys + i].toStdString();
+    // The walk leaves the window as the other kinds do.
+    EXPECT_TRUE(w().optDiscrete->isChecked());
+    EXPECT_FALSE(w().lstRemote->isEnabled());
+    EXPECT_TRUE(w().lblError->isHidden());
+    EXPECT_TRUE(scripted->messageTexts().isEmpty());
+    // Each key's raw code is what a click on its row shows.
+    w().optRemote->setChecked(true);
+    for (int k = 0; k < nKeys; ++k) {
+        w().lstRemote->setCurrentRow(k);
+        const QString shown = w().txtOutput->toPlainText();
+        ASSERT_TRUE(shown.startsWith(QStringLiteral("0000 006C 0024 0000 0156 00AA "))) << k;
+        EXPECT_EQ(c.codes[k], rawOf(shown)) << c.names[k].toStdString();
+        EXPECT_EQ(c.codes[k].size(), 71);
+    }
+}
+
+TEST_F(GenAll, LircRemoteWithoutListCommandsHoldsTheKeys) {
+    load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nWide = [1] 10 ; -20..20 ;\r\n"
+         "Count = [1] 14 ; INTEGER ; 0 to 9\r\n[REMOTECODES]\r\nZoom In = 65\r\n"
+         "Zoom-In = 66\r\nZoom_In = 67\r\n");
+    click(QStringLiteral("keys.conf"));
+    const Conf c = parseConf(readHomeFile(QStringLiteral("keys.conf")));
+    EXPECT_EQ(c.comments.value(0), "IR codes of the Vorix Gorda, made by the Telvo Utility");
+    EXPECT_EQ(c.names, (QStringList{"ZOOM_IN", "ZOOM_IN_2", "ZOOM_IN_3"}));
+    ASSERT_EQ(c.codes.size(), 3);
+    // Device code 8324 as 16 bits, then 65 as 8 bits and its complement, then the tail.
+    QList<qint32> want{8911, 4429};
+    auto bits = [&want](int v, int n, bool invert) {
+        for (int b = 0; b < n; ++b) want << 573 << (bool((v >> b) & 1) != invert ? 1694 : 547);
+    };
+    bits(8324, 16, false);
+    bits(65, 8, false);
+    bits(65, 8, true);
+    want << 573 << 45022 << 8911 << 2215 << 573;
+    EXPECT_EQ(c.codes[0], want);
+    EXPECT_EQ(c.settings.value(QStringLiteral("gap")), "4429");
+    EXPECT_EQ(ui::Ir().ButtonCount, 3);
+}
+
+TEST_F(GenAll, CancelDuringALircRemoteLeavesNoFile) {
+    load(sampleIni());
+    writeHomeFile(QStringLiteral("old.conf"), "an older remote\n");
+    QTimer::singleShot(0, w().cmdCancelAll, [this] { QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton); });
+    click(QStringLiteral("old.conf"));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("old.conf"))));
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Gen ALL was cancelled; no file was written.")});
+    EXPECT_TRUE(w().cmdGenAll->isEnabled());
+    // A later walk starts from an empty remote.
+    click(QStringLiteral("new.conf"));
+    EXPECT_EQ(parseConf(readHomeFile(QStringLiteral("new.conf"))).names.value(0), "POWER");
 }
 
 // The progress line spans the row it stands in, as txtOutput above it: titles are not cut.
