@@ -10,7 +10,7 @@ QStringList valueOptionsOf(const QString& command) {
         return {QStringLiteral("--source"), QStringLiteral("--scalar"),
                 QStringLiteral("--reference")};
     if (command == QLatin1String("ir"))
-        return {QStringLiteral("--value"), QStringLiteral("--key")};
+        return {QStringLiteral("--value"), QStringLiteral("--key"), QStringLiteral("--format")};
     return {};
 }
 

@@ -63,13 +63,14 @@ const Page kPages[] = {
     {"console", "telvo-cli console",
      "The device's debug console on the terminal, raw, until Ctrl-] ends it."},
     {"ir",
-     "telvo-cli ir code COMMAND [--value V]\n"
-     "telvo-cli ir code --key KEY\n"
-     "telvo-cli ir gen-all OUT.txt|OUT.hex|OUT.ccf",
+     "telvo-cli ir code COMMAND [--value V] [--format pronto|mode2|lirc]\n"
+     "telvo-cli ir code --key KEY [--format pronto|mode2|lirc]\n"
+     "telvo-cli ir gen-all OUT.txt|OUT.hex|OUT.ccf|OUT.conf",
      "The Pronto hex of a device command and value (a list value by its text or number), or "
-     "of a remote key; "
-     "gen-all writes the whole command table as the IR tool's Gen ALL does, with a counter on "
-     "standard error when it is a terminal."},
+     "of a remote key; with --format mode2 the same code as pulse/space lines in microseconds "
+     "(for ir-ctl --send), with --format lirc as a one-button LIRC remote; "
+     "gen-all writes the whole command table as the IR tool's Gen ALL does (OUT.conf: one "
+     "LIRC remote), with a counter on standard error when it is a terminal."},
     {"gamma",
      "telvo-cli gamma make --source G --scalar G [--reference FILE] OUT.gma\n"
      "telvo-cli gamma export IN.gma OUT.cal|OUT.cube",

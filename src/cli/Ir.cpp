@@ -6,6 +6,7 @@
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "config/IniLoader.h"
+#include "core/ir/Lirc.h"
 #include "core/text/Classic.h"
 #include "ir/IRG.h"
 #include "settings/Layout.h"
@@ -35,14 +36,27 @@ int prepare() {
     return kDone;
 }
 
-int told(ui::IRG& w, const QString& what) {
+// The forms `ir code` prints the shown code in.
+const QStringList kFormats{QStringLiteral("pronto"), QStringLiteral("mode2"), QStringLiteral("lirc")};
+
+// The shown code in `format`; `button` names it in a LIRC remote.
+int told(ui::IRG& w, const QString& what, const QString& format, const QString& button) {
     const QString out = w.txtOutput->toPlainText();
     if (out.isEmpty()) {
         QString why = ui::App().AlertText.simplified();
         if (why.isEmpty()) why = QStringLiteral("no IR code for ") + what;
         return rep().fail(kUsage, why);
     }
-    rep().result(out, {{QStringLiteral("for"), what}, {QStringLiteral("pronto"), out}});
+    QJsonObject fields{{QStringLiteral("for"), what}, {QStringLiteral("pronto"), out}};
+    QString text = out;
+    if (format != kFormats[0]) {
+        text = format == kFormats[1] ? w.ShownMode2() : w.ShownLircRemote(button);
+        if (text.isEmpty()) return rep().fail(kUsage, QStringLiteral("no IR durations for ") + what);
+        fields.insert(format, text);
+        fields.insert(QStringLiteral("button"), core::ir::LircButtonName(button));
+        text.chop(1); // the last line's end: each line is printed with its own
+    }
+    rep().result(text, fields);
     return kDone;
 }
 
@@ -50,6 +64,10 @@ int codeJob(const Options& o) {
     ui::IRG& w = ui::irg();
     const QString value = NamedValue(o, QStringLiteral("--value"));
     const QString key = NamedValue(o, QStringLiteral("--key"));
+    QString format = NamedValue(o, QStringLiteral("--format")).toLower();
+    if (format.isEmpty()) format = kFormats[0];
+    if (!kFormats.contains(format))
+        return rep().fail(kUsage, QStringLiteral("--format takes pronto, mode2 or lirc"));
     ui::App().AlertText.clear();
     if (!key.isEmpty()) {
         w.optRemote->setChecked(true);
@@ -58,7 +76,7 @@ int codeJob(const Options& o) {
         if (row < 0) return rep().fail(kUsage, QStringLiteral("no remote key named ") + key);
         w.lstRemote->setCurrentRow(row);
         w.lstRemote_Click();
-        return told(w, key);
+        return told(w, key, format, w.lstRemote->item(row)->text());
     }
     if (o.words.size() != 2)
         return rep().fail(kUsage, QStringLiteral("ir code takes COMMAND [--value V] or --key KEY"));
@@ -83,17 +101,23 @@ int codeJob(const Options& o) {
         if (v < 0) return rep().fail(kUsage, name + QStringLiteral(" has no value ") + value);
         w.lstValues->setCurrentRow(v);
         w.lstValues_Click();
+        return told(w, name + QStringLiteral("=") + value, format,
+                    core::ir::LircButtonName(w.lstCmnds->item(row)->text(), w.lstValues->item(v)->text()));
     } else if (w.cmdGen->isEnabled()) {
         if (value.isEmpty()) return rep().fail(kUsage, name + QStringLiteral(" needs --value"));
         w.txtValue->setText(value);
         w.cmdGen_Click();
     }
-    return told(w, name + (value.isEmpty() ? QString() : QStringLiteral("=") + value));
+    const QString command = w.lstCmnds->item(row)->text();
+    return told(w, name + (value.isEmpty() ? QString() : QStringLiteral("=") + value), format,
+                value.isEmpty() ? command : core::ir::LircButtonName(command, value));
 }
 
 int genAllJob(const Options& o) {
     if (o.words.size() != 2)
-        return rep().fail(kUsage, QStringLiteral("ir gen-all takes OUT.txt, OUT.hex or OUT.ccf"));
+        return rep().fail(kUsage, QStringLiteral("ir gen-all takes OUT.txt, OUT.hex, OUT.ccf or OUT.conf"));
+    if (!NamedValue(o, QStringLiteral("--format")).isEmpty())
+        return rep().fail(kUsage, QStringLiteral("ir gen-all takes its format from the file name"));
     const QString out = QFileInfo(o.words.at(1)).absoluteFilePath();
     if (!QFileInfo(QFileInfo(out).path()).isWritable())
         return rep().fail(kFileError, QStringLiteral("could not write ") + o.words.at(1));

@@ -15,6 +15,7 @@
 #include "settings/SCL.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <memory>
 
 namespace telvo::ui {
@@ -155,7 +156,8 @@ QStringList IRG::LircHeader() const {
                      (model.isEmpty() ? QStringLiteral("????") : model);
     if (!firmware.isEmpty()) device += QStringLiteral(", firmware ") + firmware;
     return {device + QStringLiteral(", made by the Telvo Utility"),
-            QStringLiteral("from ") + QDir::toNativeSeparators(platform::NativePath(IniFilePath())),
+            QStringLiteral("from ") +
+                QDir::toNativeSeparators(QFileInfo(platform::NativePath(IniFilePath())).absoluteFilePath()),
             QStringLiteral("Send a button with: irsend SEND_ONCE ") +
                 QLatin1String(core::ir::kLircRemoteName) + QStringLiteral(" BUTTON")};
 }
@@ -250,6 +252,12 @@ void IRG::cmdGenAll_Click() {
     else optDiscrete->setChecked(true);
     for (int row = 1; row <= rows && !walkCancelled(); ++row) {
         const core::CommandRec& r = Config().Commands.at(row);
+        // A LIRC remote is what the IR window lists: a command kept out of IR ("Enter Loader")
+        // gets no button that a media centre could press.
+        if (kind == kKindLirc && r.NotInIR) {
+            prgGenAll->setValue(keys + row);
+            continue;
+        }
         cmdGen->setEnabled(false);
         txtValue->clear();
         txtFChex->setText(r.Cmd);
