@@ -14,6 +14,7 @@
 #include "settings/SCL.h"
 
 #include <QCloseEvent>
+#include <QDir>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -186,13 +187,18 @@ IRG::IRG() {
     named(cmdGen, "cmdGen", QStringLiteral("IR Gen"));
     named(cmdGenAll, "cmdGenAll", QStringLiteral("Gen ALL"));
     named(quit, "quit", QStringLiteral("Done"));
+    // Beside Gen ALL, in the room the row leaves before Done: no control of the design moves.
+    cmdSaveAs = new QPushButton(QStringLiteral("Save As..."), frmIR);
+    named(cmdSaveAs, "cmdSaveAs", QStringLiteral("Save As"));
+    cmdSaveAs->setEnabled(false);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(cmdGen);
     buttons->addWidget(cmdGenAll);
+    buttons->addWidget(cmdSaveAs);
     buttons->addStretch(1);
     buttons->addWidget(quit);
     grid->addLayout(buttons, 9, 0, 1, 3);
-    for (QPushButton* b : {cmdGen, cmdGenAll, quit, cmdCancelAll}) b->setAutoDefault(false);
+    for (QPushButton* b : {cmdGen, cmdGenAll, cmdSaveAs, quit, cmdCancelAll}) b->setAutoDefault(false);
 
     auto on = [this](auto* sender, auto signal, void (IRG::*handler)()) {
         connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
@@ -227,6 +233,9 @@ IRG::IRG() {
     on(txtFChex, &QLineEdit::editingFinished, &IRG::txtFChex_Commit);
     on(quit, &QPushButton::clicked, &IRG::quit_Click);
     on(cmdGenAll, &QPushButton::clicked, &IRG::cmdGenAll_Click);
+    on(cmdSaveAs, &QPushButton::clicked, &IRG::cmdSaveAs_Click);
+    connect(txtOutput, &QPlainTextEdit::textChanged, this,
+            [this] { cmdSaveAs->setEnabled(cmdGenAll->isEnabled() && !txtOutput->toPlainText().isEmpty()); });
     connect(cmdCancelAll, &QPushButton::clicked, this, [] { Ir().CancelAll = true; });
 
     Form_Load();
@@ -561,6 +570,23 @@ void IRG::txtFChex_Commit() {
     const qint64 d = core::HexToLong(txtFChex->text());
     txtFCdec->setText(decimalText(d));
     if (d > 255 && d != 8324) ShowAlert(kIllegalCode);
+}
+
+// The code shown, to a file: Pronto hex (.txt, the line as the box shows it) or one press as
+// pulse/space lines (.ir).
+void IRG::cmdSaveAs_Click() {
+    if (txtOutput->toPlainText().isEmpty()) return;
+    const QString name = platform::SaveFileDialog(
+        QStringLiteral("Save the IR code shown"), platform::NativePath(platform::AppPath() + QStringLiteral("/*.txt")),
+        QStringLiteral("Pronto hex (*.txt);;Pulse/space for ir-ctl and LIRC (*.ir)"));
+    if (name.isEmpty()) return;
+    const QByteArray bytes = name.endsWith(QLatin1String(".ir"), Qt::CaseInsensitive)
+                                 ? ShownMode2().toLatin1()
+                                 : core::ToAnsi(txtOutput->toPlainText() + QStringLiteral("\r\n"));
+    QFile f(platform::NativePath(name));
+    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size())
+        platform::MessageBox(QStringLiteral("Could not write '") + QDir::toNativeSeparators(name) +
+                             QStringLiteral("'"));
 }
 
 void IRG::quit_Click() {

@@ -65,6 +65,7 @@ public:
     QLabel* lblOptions;
     QPushButton* cmdGen;
     QPushButton* cmdGenAll;
+    QPushButton* cmdSaveAs;
     QPushButton* quit;
     QFrame* Line1;
     QProgressBar* prgGenAll;
@@ -104,6 +105,7 @@ public:
     void txtFChex_Commit();
     void quit_Click();
     void cmdGenAll_Click();
+    void cmdSaveAs_Click();
 
     // Option buttons as the classic ones: one can be cleared without setting another.
     static void SetOption(QRadioButton* b, bool on);

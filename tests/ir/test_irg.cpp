@@ -12,6 +12,7 @@
 #include "platform/CommControl.h"
 #include "settings/SCL.h"
 
+#include <QDir>
 #include <QTest>
 
 using namespace telvo;
@@ -85,7 +86,7 @@ TEST_F(Window, CaptionsNamesAndFirstState) {
              w().optManual, w().chkAbsolute, w().optVAL, w().optAscii, w().optHex, w().optDec,
              w().txtFChex, w().txtFCdec, w().txtValue, w().txtOutput, w().cmdGen, w().cmdGenAll,
              w().quit, w().lblModel, w().lblFirmware, w().lblOptions, w().prgGenAll,
-             w().cmdCancelAll}) {
+             w().cmdCancelAll, w().cmdSaveAs}) {
         EXPECT_FALSE(c->objectName().isEmpty());
         EXPECT_FALSE(c->accessibleName().isEmpty()) << c->objectName().toStdString();
     }
@@ -201,6 +202,38 @@ TEST_F(Window, RemoteKeyGeneratesAtOnce) {
                             bitsWords("0010000100000100") + u' ' + bitsWords("00001000") + u' ' +
                             bitsWords("11110111") +
                             QStringLiteral(" 0016 06C0 0156 0055 0016 00AA"));
+}
+
+// Save As keeps the code shown: Pronto hex as the box shows it, or one press as pulse/space.
+TEST_F(Window, SaveAsTheShownCode) {
+    EXPECT_EQ(w().cmdSaveAs->text(), "Save As...");
+    EXPECT_FALSE(w().cmdSaveAs->isEnabled()); // nothing shown
+    click(w().optRemote);
+    pick(w().lstRemote, QStringLiteral("Power"));
+    ASSERT_TRUE(w().cmdSaveAs->isEnabled());
+    const QString pronto = output();
+    scripted->paths.push_back(homeFile(QStringLiteral("power.txt")));
+    click(w().cmdSaveAs);
+    ASSERT_EQ(scripted->shown.size(), 1u);
+    EXPECT_EQ(scripted->shown[0].kind, "Save");
+    EXPECT_EQ(scripted->shown[0].text, "Save the IR code shown");
+    EXPECT_EQ(readHomeFile(QStringLiteral("power.txt")), (pronto + QStringLiteral("\r\n")).toLatin1());
+    scripted->paths.push_back(homeFile(QStringLiteral("power.IR")));
+    click(w().cmdSaveAs);
+    const QByteArray mode2 = readHomeFile(QStringLiteral("power.IR"));
+    // The silence, then 342 and 170 words of 26.054568 us: the leader.
+    EXPECT_TRUE(mode2.startsWith("space 100000\npulse 8911\nspace 4429\npulse 573\nspace 547\n"));
+    // The tail's last pulse, then its lead-out of 170 words run into the silence after.
+    EXPECT_TRUE(mode2.endsWith("pulse 8911\nspace 2215\npulse 573\nspace 104429\n"));
+    EXPECT_EQ(mode2.count('\n'), 1 + 72);
+    // A cancelled dialog writes nothing; the output box is as it was.
+    click(w().cmdSaveAs);
+    EXPECT_EQ(QDir(home()).entryList({QStringLiteral("power*")}).size(), 2);
+    EXPECT_EQ(output(), pronto);
+    EXPECT_TRUE(scripted->messageTexts().isEmpty());
+    // A new mode clears the box and Save As with it.
+    click(w().optDiscrete);
+    EXPECT_FALSE(w().cmdSaveAs->isEnabled());
 }
 
 TEST_F(Window, ManualCodesAndTheRemoteText) {
