@@ -206,6 +206,13 @@ TEST_F(LircTools, CommandLineTextsAreTheWindows) {
     ASSERT_EQ(value.exit, 0) << value.err.toStdString();
     EXPECT_EQ(QString::fromLatin1(value.out), all[input].mode2);
 
+    const test::CliResult wrong =
+        test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"),
+                           QStringLiteral("Power"), QStringLiteral("--format"), QStringLiteral("raw")});
+    EXPECT_EQ(wrong.exit, 2);
+    EXPECT_EQ(wrong.err, "telvo-cli: --format takes pronto, mode2 or lirc\n");
+    EXPECT_TRUE(wrong.out.isEmpty());
+
     // The one-button remote of "Input = Video-1" names it by command and value.
     const test::CliResult one =
         test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Input"),
