@@ -1,5 +1,6 @@
 #include "platform/CommControl.h"
 
+#include "platform/LinkLatency.h"
 #include "platform/NetworkPortBackend.h"
 #include "platform/PortMap.h"
 #include "platform/SerialPortBackend.h"
@@ -131,6 +132,8 @@ void CommControl::setPortOpen(bool open) {
     }
     backend->setWriteTimeout(m_writeTimeout);
     attach(backend);
+    // A local line has no round trip; a network port measures its own.
+    if (target.kind != PortTarget::Network) SetLinkRoundTripMs(0);
 }
 
 void CommControl::setSettings(const QString& settings) {
