@@ -1,15 +1,19 @@
-// End to end over the network: vorix-sim on a pseudo-terminal served by the real ser2net on
-// loopback, COM1 pointed at rfc2217:// or socket://. ser2net sets the terminal's rate as the
-// program asks (RFC 2217) and vorix-sim hears only what comes at its own rate, so a wrong rate
-// reads as noise. These run on the wall clock, as the emulator and the server do.
+// End to end over the network: vorix-sim on a pseudo-terminal served on loopback by the real
+// ser2net (configured as users do, without `kickolduser`) or by a server built on pySerial's
+// PortManager (one client at a time), COM1 pointed at rfc2217:// or socket://. The server sets
+// the terminal's rate as the program asks (RFC 2217) and vorix-sim hears only what comes at its
+// own rate, so a wrong rate reads as noise. These run on the wall clock, as the emulator and the
+// servers do.
 
-#include "support/Fixture.h"
+#include "firmware/LoaderFixture.h"
 
 #include "SimProcess.h"
 #include "Ser2Net.h"
 #include "app/Main.h"
 #include "link/Driver.h"
+#include "config/modRegistry.h"
 #include "link/zSCL.h"
+#include "platform/NetworkPortBackend.h"
 #include "settings/SaveRestore.h"
 #include "settings/SCL.h"
 
@@ -24,16 +28,20 @@ const QString kFive = QStringLiteral("     ");
 
 QString query(const QString& id) { return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)"); }
 
-class NetEndToEnd : public RunFixture {
+class NetEndToEnd : public LoaderFixture {
 protected:
     void SetUp() override {
-        RunFixture::SetUp();
+        LoaderFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
         if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
         if (Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+        // The adapter warning before a load is not asked again.
+        ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
+                     QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
     }
     void TearDown() override {
-        RunFixture::TearDown();
+        LoaderFixture::TearDown();
+        platform::NetworkPortBackend::dropConnections();
         m_server.reset();
         m_sim.reset();
         qunsetenv("TELVO_PORTS");
@@ -155,5 +163,85 @@ TEST_F(NetEndToEnd, OverAPlainSocketRefreshAndSaveWorkAtTheServersRate) {
     EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: connected to ") + m_server->address()));
     refreshSaveRestore();
 }
+
+TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    serve({}, Ser2Net::Telnet);
+
+    ui::Main();
+
+    EXPECT_NE(s().txtState->text(), QStringLiteral("Powered"));
+    const QString port = m_server->address().mid(QStringLiteral("rfc2217://").size());
+    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() +
+                                    QStringLiteral(": the server at ") + port +
+                                    QStringLiteral(" does not take COM port settings: use socket:// "
+                                                   "and set Baud =")))
+        << qPrintable(logLines().join(QLatin1Char('\n')));
+    // Not one frame reached the device through a server that would have changed it.
+    EXPECT_TRUE(heard().isEmpty());
+}
+
+// ---- the same whole session against each server: one TCP connection for all of it ------------
+
+class EveryServer : public NetEndToEnd, public ::testing::WithParamInterface<Ser2Net::Kind> {
+protected:
+    void SetUp() override {
+        NetEndToEnd::SetUp();
+        if (!IsSkipped() && GetParam() == Ser2Net::PySerial && PySerialPython().isEmpty())
+            GTEST_SKIP() << "python3-serial not installed";
+    }
+    QString image(const QString& name, const QString& version, qint64 size) {
+        QProcess p;
+        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
+                              version, QStringLiteral("--size"), QString::number(size)});
+        p.waitForFinished(10000);
+        return homeFile(name);
+    }
+};
+
+TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnection) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    serve({QStringLiteral("--baud"), QStringLiteral("38400")}, GetParam());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.76"), 65536);
+
+    // The search: every rate it tries is an open of the same connection.
+    ui::Main();
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("38400"));
+
+    refreshSaveRestore();
+
+    ui::SetGordaBaudRate(QStringLiteral("57600"));
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("57600"));
+    ui::SetGordaBaudRate(QStringLiteral("38400"));
+    EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("38400"));
+    ui::QueryDevice(QStringLiteral("A3"));
+    EXPECT_EQ(ui::Link().ReportedSpeedCode, QStringLiteral("5"));
+
+    s().chkConfirm->setChecked(false);
+    scripted->paths = {file};
+    QTest::mouseClick(s().cmdStart, Qt::LeftButton);
+    ui::ldr().cmdStart->click(); // the whole load runs inside this click
+    EXPECT_EQ(s().txtFirmware->text(), QStringLiteral("2.76"));
+    bool verified = false;
+    for (const QString& l : m_sim->trace()) verified = verified || l.contains(QStringLiteral("Verify OK, version 2.76"));
+    EXPECT_TRUE(verified);
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+
+    // One connection for all of it, never a retry; the log names the options and the round trip.
+    const QStringList log = logLines();
+    const QString addr = m_server->address();
+    EXPECT_EQ(log.count(QStringLiteral("COM1: connected to ") + addr), 1);
+    EXPECT_EQ(log.filter(QStringLiteral("COM1: ") + addr + QStringLiteral(": connected (connection 1); the server said ")).size(), 1);
+    EXPECT_TRUE(log.filter(QStringLiteral("connection 2")).isEmpty());
+    EXPECT_TRUE(log.filter(QStringLiteral("trying again")).isEmpty());
+    EXPECT_TRUE(log.filter(QStringLiteral("no answer to")).isEmpty()) << qPrintable(log.filter(QStringLiteral("no answer")).join(QLatin1Char('\n')));
+    EXPECT_EQ(log.filter(QRegularExpression(QStringLiteral("^COM1: .*: round trip [0-9]+ ms$"))).size(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, EveryServer, ::testing::Values(Ser2Net::Rfc2217, Ser2Net::PySerial),
+                         [](const ::testing::TestParamInfo<Ser2Net::Kind>& i) {
+                             return std::string(i.param == Ser2Net::PySerial ? "PySerial" : "Ser2Net");
+                         });
 
 } // namespace
