@@ -168,9 +168,9 @@ TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
     writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
     serve({}, Ser2Net::Telnet);
 
-    ui::Main();
+    // The one port is no port: the run ends as with no port at all, saying why in the log.
+    EXPECT_THROW(ui::Main(), platform::ProgramEnd);
 
-    EXPECT_NE(s().txtState->text(), QStringLiteral("Powered"));
     const QString port = m_server->address().mid(QStringLiteral("rfc2217://").size());
     EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() +
                                     QStringLiteral(": the server at ") + port +
