@@ -188,6 +188,18 @@ protected:
         gone.listen(QHostAddress::LocalHost, 0);
         return gone.serverPort();
     }
+    // The port's notes, as the log gets them.
+    QStringList& notesOf(CommBackend& b) {
+        QObject::connect(&b, &CommBackend::note, [this](const QString& t) { m_notes << t; });
+        return m_notes;
+    }
+    static LineSettings settings(int baud, Handshake handshake = Handshake::None) {
+        LineSettings s;
+        s.baud = baud;
+        s.handshake = handshake;
+        return s;
+    }
+    QStringList m_notes;
     static QStringList commandsOf(const std::vector<TelnetEvent>& events) {
         QStringList out;
         for (const TelnetEvent& e : events)
@@ -204,11 +216,8 @@ TEST_F(NetPort, OpenTakesTheOptionsAndSetsRateFramingFlowAndModemMaskThenPurges)
     const quint16 port = server.begin();
     const QString addr = address("rfc2217", port);
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
-    LineSettings s;
-    s.baud = 19200;
-    s.handshake = Handshake::Rts;
+    QStringList& notes = notesOf(b);
+    LineSettings s = settings(19200, Handshake::Rts);
     QString error;
     ASSERT_EQ(b.open(s, &error), 0) << qPrintable(error);
     EXPECT_TRUE(b.isOpen());
@@ -302,8 +311,7 @@ TEST_F(NetPort, ServerKeepingTextModeIsNoPortEither) {
     const quint16 port = server.begin();
     const QString addr = address("rfc2217", port);
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     QString error;
     EXPECT_EQ(b.open(LineSettings{}, &error), 8002);
     EXPECT_TRUE(error.contains(QStringLiteral("does not take COM port settings")));
@@ -318,8 +326,7 @@ TEST_F(NetPort, ServerThatNeverNegotiatesIsNoPort) {
     const QString addr = address("rfc2217", port);
     NetworkPortBackend b(addr);
     b.setTimeLimits(2000, 200);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     QString error;
     EXPECT_EQ(b.open(LineSettings{}, &error), 8002);
     EXPECT_TRUE(error.contains(QStringLiteral("does not take COM port settings")));
@@ -337,11 +344,8 @@ TEST_F(NetPort, EveryAnswerIsCheckedAndAChangeIsNamed) {
     const quint16 port = server.begin();
     const QString addr = address("rfc2217", port);
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
-    LineSettings s;
-    s.baud = 19200;
-    s.handshake = Handshake::Rts;
+    QStringList& notes = notesOf(b);
+    LineSettings s = settings(19200, Handshake::Rts);
     ASSERT_EQ(b.open(s, nullptr), 0);
     EXPECT_TRUE(notes.contains(addr + QStringLiteral(": the server runs at 38400 baud, not 19200")));
     EXPECT_TRUE(notes.contains(addr + QStringLiteral(": the server changed SET-DATASIZE: asked 8, answered 7")));
@@ -360,8 +364,7 @@ TEST_F(NetPort, ServerThatNeverAnswersASettingIsWaitedForOnlyUpToTheLimitAndALat
     const QString addr = address("rfc2217", server.begin());
     NetworkPortBackend b(addr);
     b.setTimeLimits(2000, 200);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     server.answers = false;
     ASSERT_EQ(b.open(LineSettings{}, nullptr), 0);
     EXPECT_TRUE(b.isOpen());
@@ -386,8 +389,7 @@ TEST_F(NetPort, SignatureIsAnsweredWhenAskedAndTheServersIsLogged) {
     Server server;
     const QString addr = address("rfc2217", server.begin());
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     ASSERT_EQ(b.open(LineSettings{}, nullptr), 0);
     server.queue(ComPortCommand(100, {}) + ComPortCommand(100, "Box 2") + "a");
     ASSERT_TRUE(until([&] { return b.bytesAvailable() == 1; }));
@@ -420,8 +422,7 @@ TEST_F(NetPort, ResetJustAfterAcceptIsTriedAgainWithAGrowingPause) {
     server.resets = 2;
     const QString addr = address("rfc2217", server.begin());
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     QString error;
     ASSERT_EQ(b.open(LineSettings{}, &error), 0) << qPrintable(error);
     EXPECT_EQ(server.accepted(), 3);
@@ -438,8 +439,7 @@ TEST_F(NetPort, NobodyListeningIsTriedForABoundedTimeThenConnectionRefused) {
     const QString addr = address("rfc2217", port);
     NetworkPortBackend b(addr);
     b.setTimeLimits(2000, 200, 350);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     QString error;
     EXPECT_EQ(b.open(LineSettings{}, &error), 8002);
     EXPECT_EQ(error, QStringLiteral("127.0.0.1:%1: connection refused").arg(port));
@@ -499,8 +499,7 @@ TEST_F(NetPort, AFloodNobodyReadsIsHeldToAFixedAmount) {
     Server server;
     const QString addr = address("rfc2217", server.begin());
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     ASSERT_EQ(b.open(LineSettings{}, nullptr), 0);
     const int total = 8 * 1024 * 1024;
     server.queue(QByteArray(total - 3, 'f') + "end");
@@ -513,7 +512,9 @@ TEST_F(NetPort, AFloodNobodyReadsIsHeldToAFixedAmount) {
         ended = ended || b.readAll().endsWith("end");
         return ended;
     }));
-    EXPECT_EQ(notes.filter(QStringLiteral("nobody read")).size(), 1);
+    // Each time it runs over again is one line, never one per byte dropped.
+    EXPECT_GE(notes.filter(QStringLiteral("nobody read")).size(), 1);
+    EXPECT_LE(notes.filter(QStringLiteral("nobody read")).size(), total / NetworkPortBackend::kMaxUnread);
     EXPECT_EQ(notes.last(), addr + QStringLiteral(": more than 1048576 bytes nobody read: the oldest are dropped"));
 }
 
@@ -534,8 +535,7 @@ TEST_F(NetPort, DroppedConnectionClosesThePortAndTheNextOpenConnectsAgain) {
     Server server;
     const QString addr = address("rfc2217", server.begin());
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     ASSERT_EQ(b.open(LineSettings{}, nullptr), 0);
     server.hangUp();
     ASSERT_TRUE(until([&] { return b.connectionLost(); }));
@@ -557,8 +557,7 @@ TEST_F(NetPort, PlainSocketSendsBytesAsTheyAreAndLogsARateChangeAsNotApplicable)
     server.telnet = false;
     const QString addr = address("socket", server.begin());
     NetworkPortBackend b(addr);
-    QStringList notes;
-    QObject::connect(&b, &CommBackend::note, [&](const QString& t) { notes << t; });
+    QStringList& notes = notesOf(b);
     LineSettings s;
     s.baud = 19200;
     ASSERT_EQ(b.open(s, nullptr), 0);
