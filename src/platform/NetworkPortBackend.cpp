@@ -206,30 +206,31 @@ int NetworkPortBackend::open(const LineSettings& s, QString* error) {
     }
     m_open = false;
     m_settings = s;
-    const bool fresh = !usable();
-    if (fresh) {
-        QString why;
-        if (connectAndNegotiate(&why) != 0) return fail(why);
-    }
+    // A live connection is reused; one the server dropped meanwhile is made again.
+    if (usable() && setLine(false)) return 0;
+    QString why;
+    if (connectAndNegotiate(&why) != 0) return fail(why);
+    return 0;
+}
+
+bool NetworkPortBackend::setLine(bool fresh) {
     c().in.clear();
     c().overflowTold = false;
     m_pacer.forget();
     m_open = true;
     if (m_addr.kind == NetworkAddress::Socket) {
-        c().lineBaud = s.baud;
-        return 0;
+        c().lineBaud = m_settings.baud;
+        return true;
     }
     // Reused or new, the line is set as this open asks, and what the server's port held
     // before is not ours: everything up to the purge's answer is dropped.
-    sendSettings(s, true);
+    sendSettings(m_settings, true);
     purge(fresh ? comport::PurgeBoth : comport::PurgeReceive);
     awaitAnswers();
     if (fresh && c().rtt.samples() > 0) say(QStringLiteral("round trip %1 ms").arg(c().rtt.estimateMs()));
-    if (!usable()) {
-        m_open = false;
-        return fail(server() + QStringLiteral(": the server closed the connection"));
-    }
-    return 0;
+    if (usable()) return true;
+    m_open = false;
+    return false;
 }
 
 int NetworkPortBackend::connectAndNegotiate(QString* why) {
@@ -262,9 +263,11 @@ int NetworkPortBackend::connectAndNegotiate(QString* why) {
             if (m_addr.kind == NetworkAddress::Socket) {
                 say(QStringLiteral("connected (connection %1)").arg(c().connections));
                 Q_EMIT note(QStringLiteral("connected to ") + m_address);
+                setLine(true);
                 return 0;
             }
-            if (negotiate()) return 0;
+            // A busy server may take the options and hang up at the first setting.
+            if (negotiate() && setLine(true)) return 0;
             if (c().lost) {
                 // Busy ("Port already in use") or reset just after accept: tried again.
                 QString said = QString::fromLatin1(c().banner).simplified();
@@ -487,13 +490,13 @@ void NetworkPortBackend::pump() {
 
 void NetworkPortBackend::deliver(const QByteArray& data) {
     if (data.isEmpty()) return;
-    if (m_addr.kind == NetworkAddress::Rfc2217 && !c().negotiated) {
-        // A busy server says so in text before it hangs up: kept for the log only.
+    // Nothing before the options are settled, nothing on a closed port, and nothing from before
+    // the purge's answer is ours; a busy server's words among it are kept for the log.
+    const bool settled = m_addr.kind == NetworkAddress::Socket || c().negotiated;
+    if (!settled || !m_open || c().purging()) {
         if (c().banner.size() < 256) c().banner += data.left(256 - c().banner.size());
         return;
     }
-    // A closed port hears nothing, and nothing from before the purge's answer is ours.
-    if (!m_open || c().purging()) return;
     c().in += data;
     if (c().in.size() > kMaxUnread) {
         const qsizetype drop = c().in.size() - kMaxUnread;

@@ -74,6 +74,8 @@ private:
     NetworkConnection& c() const;
     bool usable() const;
     int connectAndNegotiate(QString* why);
+    // Sets the server's port as m_settings asks and purges; false when the connection went.
+    bool setLine(bool fresh);
     bool negotiate();
     void pump();
     void deliver(const QByteArray& data);

@@ -18,6 +18,12 @@
 #include "settings/SCL.h"
 
 #include <QTest>
+#include <arpa/inet.h>
+#include <chrono>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace telvo;
 using namespace telvo::test;
@@ -179,6 +185,38 @@ TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
         << qPrintable(logLines().join(QLatin1Char('\n')));
     // Not one frame reached the device through a server that would have changed it.
     EXPECT_TRUE(heard().isEmpty());
+}
+
+TEST_F(NetEndToEnd, Ser2NetBusyWithAnotherClientIsTriedAgainUntilItLetsGo) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    serve({}, Ser2Net::Rfc2217);
+    // Another client holds the port (ser2net without kickolduser: "Port already in use") and
+    // lets go a moment later, on a thread of its own while the program waits.
+    const quint16 port = quint16(m_server->address().section(QLatin1Char(':'), -1).toUInt());
+    const int holder = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::connect(holder, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
+    char greeting[64];
+    ASSERT_GT(::recv(holder, greeting, sizeof greeting, 0), 0); // ser2net took it as its client
+    std::thread release([holder] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        ::close(holder);
+    });
+
+    ui::Main();
+    release.join();
+
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    const QStringList log = logLines();
+    const QStringList retries = log.filter(QStringLiteral("trying again"));
+    ASSERT_FALSE(retries.isEmpty()) << qPrintable(log.join(QLatin1Char('\n')));
+    EXPECT_TRUE(retries.first().endsWith(QStringLiteral("the server closed the connection (\"Port already in use\"): "
+                                                        "trying again in 100 ms (attempt 2)")))
+        << qPrintable(retries.first());
+    EXPECT_FALSE(log.filter(QStringLiteral("connected (connection %1)").arg(retries.size() + 1)).isEmpty());
 }
 
 // ---- the same whole session against each server: one TCP connection for all of it ------------
