@@ -92,6 +92,7 @@ public:
         negotiated = false;
         cts = true;
         flowRefused = false;
+        probeUnanswered = false;
         serverOptions.clear();
         banner.clear();
         rtt.reset();
@@ -112,6 +113,7 @@ public:
     bool cts = true;
     int lineBaud = 0;
     bool flowRefused = false;
+    bool probeUnanswered = false; // the server does not answer a question of the rate
     std::vector<Awaited> awaiting;
     RoundTripEstimate rtt;
     int published = -1;
@@ -409,10 +411,12 @@ bool NetworkPortBackend::awaitAnswers() {
     }
     if (c().awaiting.empty()) return true;
     QStringList names;
-    for (const auto& a : c().awaiting)
+    for (const auto& a : c().awaiting) {
+        if (a.command == comport::SetBaudrate && a.value == QByteArray(4, '\0')) c().probeUnanswered = true;
         names << commandName(a.command) +
                      (a.command == comport::SetBaudrate ? QLatin1Char(' ') + valueText(a.command, a.value)
                                                         : QString());
+    }
     // Whatever answers later is late: never taken for what is asked next.
     c().awaiting.clear();
     if (!c().lost)
@@ -435,7 +439,8 @@ qint64 NetworkPortBackend::write(const QByteArray& bytes) {
     m_pacer.sent(bytes.size(), c().lineBaud);
     if (m_writeTimeoutMs > 0) m_writeWatch.start(m_writeTimeoutMs);
     // A running link's round trip is kept up to date: the rate is asked (0 asks without a change).
-    if (telnet && c().clock.elapsed() - c().lastProbeMs >= kProbeEveryMs && c().awaiting.empty()) {
+    if (telnet && !c().probeUnanswered && c().clock.elapsed() - c().lastProbeMs >= kProbeEveryMs &&
+        c().awaiting.empty()) {
         c().lastProbeMs = c().clock.elapsed();
         ask(comport::SetBaudrate, QByteArray(4, '\0'));
     }

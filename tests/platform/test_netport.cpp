@@ -495,6 +495,27 @@ TEST_F(NetPort, DataIsEscapedOnTheWireAndUnescapedComingBack) {
     EXPECT_GE(told, 1);
 }
 
+TEST_F(NetPort, ARunningLinkIsAskedItsRateToKeepTheRoundTripUpToDate) {
+    Server server;
+    const QString addr = address("rfc2217", server.begin());
+    NetworkPortBackend b(addr);
+    QStringList& notes = notesOf(b);
+    ASSERT_EQ(b.open(settings(19200), nullptr), 0);
+    const size_t before = server.commands().size();
+    EXPECT_EQ(b.write("x"), 1);
+    EXPECT_EQ(b.write("y"), 1); // at most one question in flight, and one every 2 s
+    ASSERT_TRUE(until([&] { return server.data() == "xy"; }));
+    const auto cmds = server.commands();
+    ASSERT_EQ(cmds.size(), before + 1);
+    // SET-BAUDRATE 0 asks without changing: the answer (the rate) changes nothing.
+    EXPECT_EQ(commandsOf({cmds.back()}), QStringList{QStringLiteral("1:00000000")});
+    server.queue("z");
+    ASSERT_TRUE(until([&] { return b.bytesAvailable() == 1; }));
+    EXPECT_EQ(b.lineBaud(), 19200);
+    EXPECT_TRUE(notes.filter(QStringLiteral("late")).isEmpty()) << qPrintable(notes.join(QLatin1Char('\n')));
+    EXPECT_TRUE(notes.filter(QStringLiteral("changed")).isEmpty());
+}
+
 TEST_F(NetPort, AFloodNobodyReadsIsHeldToAFixedAmount) {
     Server server;
     const QString addr = address("rfc2217", server.begin());
