@@ -39,7 +39,7 @@ inline QString PySerialPython() {
 
 class Ser2Net {
 public:
-    enum Kind { Rfc2217, Socket, Telnet, PySerial };
+    enum Kind { Rfc2217, Socket, Telnet, PySerial, PySerialNoHardwareFlow };
     // `rate`: the line settings ser2net opens the terminal with ("19200n81").
     Ser2Net(const QString& folder, const QString& pty, Kind kind, const QString& rate = QStringLiteral("19200n81"))
         : m_folder(folder), m_pty(pty), m_kind(kind), m_rate(rate) {
@@ -60,7 +60,7 @@ public:
 
     // Started again on the same port (after stop()).
     void start() {
-        if (m_kind == PySerial) return startPySerial();
+        if (m_kind == PySerial || m_kind == PySerialNoHardwareFlow) return startPySerial();
         const QString config = QDir(m_folder).filePath(QStringLiteral("ser2net.yaml"));
         QFile f(config);
         if (f.open(QIODevice::WriteOnly)) {
@@ -94,6 +94,8 @@ public:
         m_proc.setArguments({here.filePath(QStringLiteral("link/rfc2217_server.py")), QStringLiteral("--port"),
                              QString::number(m_port), QStringLiteral("--device"), m_pty,
                              QStringLiteral("--log"), QDir(m_folder).filePath(QStringLiteral("pyserial.log"))});
+        if (m_kind == PySerialNoHardwareFlow)
+            m_proc.setArguments(m_proc.arguments() << QStringLiteral("--no-hardware-flow"));
         m_proc.setProcessChannelMode(QProcess::MergedChannels);
         m_proc.setStandardOutputFile(QDir(m_folder).filePath(QStringLiteral("pyserial.out")),
                                      QIODevice::Append);

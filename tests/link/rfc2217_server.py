@@ -6,7 +6,10 @@ the small servers people run beside a device do: a second client waits in the li
 until the first has gone, and the server takes --linger seconds to let go of a client before it
 accepts the next one.
 
-usage: rfc2217_server.py --port N --device PATH [--linger S] [--log FILE]
+usage: rfc2217_server.py --port N --device PATH [--linger S] [--log FILE] [--no-hardware-flow]
+
+--no-hardware-flow: answers a request for RTS/CTS flow control with "no flow control", as a
+server on a port without those lines does.
 """
 
 import argparse
@@ -47,6 +50,17 @@ class PtySerial(serial.Serial):
         return self._line("cd", False)
 
 
+class NoHardwareFlow(serial.rfc2217.PortManager):
+    def _telnet_process_subnegotiation(self, suboption):
+        if suboption == (serial.rfc2217.COM_PORT_OPTION + serial.rfc2217.SET_CONTROL +
+                         serial.rfc2217.SET_CONTROL_USE_HW_FLOW_CONTROL):
+            self.serial.rtscts = False
+            self.rfc2217_send_subnegotiation(serial.rfc2217.SERVER_SET_CONTROL,
+                                             serial.rfc2217.SET_CONTROL_USE_NO_FLOW_CONTROL)
+            return
+        super()._telnet_process_subnegotiation(suboption)
+
+
 class Client:
     """What PortManager writes to: the client's socket."""
 
@@ -57,8 +71,8 @@ class Client:
         self.sock.sendall(data)
 
 
-def serve(conn, port, log):
-    manager = serial.rfc2217.PortManager(port, Client(conn), logger=log)
+def serve(conn, port, log, manager_class):
+    manager = manager_class(port, Client(conn), logger=log)
     fd = port.fileno()
     while True:
         ready, _, _ = select.select([conn, fd], [], [], 0.05)
@@ -83,6 +97,7 @@ def main():
     ap.add_argument("--device", required=True)
     ap.add_argument("--linger", type=float, default=1.0)
     ap.add_argument("--log")
+    ap.add_argument("--no-hardware-flow", action="store_true")
     args = ap.parse_args()
 
     logging.basicConfig(filename=args.log, level=logging.INFO,
@@ -100,7 +115,8 @@ def main():
         conn.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         log.info("client %s", peer)
         try:
-            serve(conn, port, log)
+            serve(conn, port, log,
+                  NoHardwareFlow if args.no_hardware_flow else serial.rfc2217.PortManager)
         except (OSError, serial.SerialException) as e:
             log.info("client lost: %s", e)
         conn.close()

@@ -277,6 +277,25 @@ TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnec
     EXPECT_EQ(log.filter(QRegularExpression(QStringLiteral("^COM1: .*: round trip [0-9]+ ms$"))).size(), 1);
 }
 
+TEST_F(NetEndToEnd, ServerWithoutRtsCtsIsNamedBeforeAnyLoad) {
+    if (PySerialPython().isEmpty()) GTEST_SKIP() << "python3-serial not installed";
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    serve({}, Ser2Net::PySerialNoHardwareFlow);
+
+    ui::Main();
+
+    // Every open asks for RTS/CTS (the loader's at the transfer speed too), so the log says it
+    // before any block of an image could be sent.
+    ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
+    const QString port = m_server->address().mid(QStringLiteral("rfc2217://").size());
+    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() + QStringLiteral(": the server at ") +
+                                    port +
+                                    QStringLiteral(" does not do RTS/CTS flow control (SET-CONTROL answered 1, "
+                                                   "not 3): a firmware load is not paced by the device there and "
+                                                   "may overrun")))
+        << qPrintable(logLines().join(QLatin1Char('\n')));
+}
+
 INSTANTIATE_TEST_SUITE_P(Servers, EveryServer, ::testing::Values(Ser2Net::Rfc2217, Ser2Net::PySerial),
                          [](const ::testing::TestParamInfo<Ser2Net::Kind>& i) {
                              return std::string(i.param == Ser2Net::PySerial ? "PySerial" : "Ser2Net");
