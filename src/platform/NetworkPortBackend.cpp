@@ -191,6 +191,9 @@ int NetworkPortBackend::lineBaud() const { return m_c ? c().lineBaud : 0; }
 bool NetworkPortBackend::connectionLost() const { return !m_c || c().lost; }
 bool NetworkPortBackend::flowControlRefused() const { return m_c && c().flowRefused; }
 int NetworkPortBackend::connectionsMade() const { return m_c ? c().connections : 0; }
+QString NetworkPortBackend::closedReason() const {
+    return m_open && !usable() ? server() + QStringLiteral(": the server closed the connection") : QString();
+}
 int NetworkPortBackend::roundTripMs() const { return m_c ? c().rtt.estimateMs() : 0; }
 
 int NetworkPortBackend::open(const LineSettings& s, QString* error) {

@@ -55,6 +55,7 @@ public:
     void setWriteTimeout(int ms) override { m_writeTimeoutMs = ms; }
     int writeTimeout() const override { return m_writeTimeoutMs; }
     qintptr handle() const override;
+    QString closedReason() const override;
 
     // The rate the far line runs at: the server's answer to the rate asked, else the rate asked
     // (for socket://, the rate the port was opened with).

@@ -633,6 +633,21 @@ TEST_F(NetPort, SerialControlOpensTheAddressThePortMapGivesAndNamesItInItsNotes)
     ::close(master);
 }
 
+TEST_F(NetPort, SerialControlSaysTheServerClosedTheConnectionMidJob) {
+    Server server;
+    const quint16 port = server.begin();
+    PortMap::instance().setPorts({address("rfc2217", port)});
+    CommControl p1;
+    p1.setCommPort(1);
+    p1.setPortOpen(true);
+    ASSERT_TRUE(p1.PortOpen());
+    server.hangUp();
+    ASSERT_TRUE(until([&] { return !p1.PortOpen(); }));
+    p1.Output(QStringLiteral("x"));
+    EXPECT_EQ(p1.ErrNumber(), 8012);
+    EXPECT_EQ(p1.ErrDescription(), QStringLiteral("127.0.0.1:%1: the server closed the connection").arg(port));
+}
+
 TEST_F(NetPort, SerialControlGivesNoSuchPortAndTheAddressForAnUnreachableServer) {
     const quint16 port = nobodyListening();
     const QString addr = address("socket", port);
