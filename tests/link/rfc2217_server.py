@@ -6,7 +6,10 @@ the small servers people run beside a device do: a second client waits in the li
 until the first has gone, and the server takes --linger seconds to let go of a client before it
 accepts the next one.
 
-usage: rfc2217_server.py --port N --device PATH [--linger S] [--log FILE] [--no-hardware-flow]
+usage: rfc2217_server.py --port N --device PATH [--host ADDR] [--linger S] [--log FILE]
+                          [--no-hardware-flow]
+
+--host: the address to listen on (default 127.0.0.1; 0.0.0.0 for every interface).
 
 --no-hardware-flow: answers a request for RTS/CTS flow control with "no flow control", as a
 server on a port without those lines does.
@@ -94,6 +97,7 @@ def serve(conn, port, log, manager_class):
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--port", type=int, required=True)
+    ap.add_argument("--host", default="127.0.0.1")
     ap.add_argument("--device", required=True)
     ap.add_argument("--linger", type=float, default=1.0)
     ap.add_argument("--log")
@@ -107,7 +111,7 @@ def main():
     port = PtySerial(args.device, 19200, timeout=0)
     listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
     listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-    listener.bind(("127.0.0.1", args.port))
+    listener.bind((args.host, args.port))
     listener.listen(1)
     log.info("listening on %d for %s", args.port, args.device)
     while True:
