@@ -32,6 +32,9 @@ public:
     virtual void setWriteTimeout(int ms) = 0;
     virtual int writeTimeout() const = 0;
     virtual qintptr handle() const = 0;
+    // Why a port that was open reads closed now (a network server that dropped the connection);
+    // empty when there is nothing more to say than that it is not open.
+    virtual QString closedReason() const { return {}; }
 
 Q_SIGNALS:
     void received();

@@ -1,5 +1,6 @@
 #include "platform/CommControl.h"
 
+#include "platform/LinkLatency.h"
 #include "platform/NetworkPortBackend.h"
 #include "platform/PortMap.h"
 #include "platform/SerialPortBackend.h"
@@ -48,6 +49,11 @@ QString OpenFailureReason(int errNumber, const QString& path) {
 
 void CommControl::ClearError() { setError(0, QString()); }
 
+void CommControl::setNotOpen() {
+    const QString why = m_backend ? m_backend->closedReason() : QString();
+    setError(8012, why.isEmpty() ? QString::fromLatin1(kNotOpen) : why);
+}
+
 void CommControl::setCommPort(int port) {
     if (PortOpen()) {
         setError(8005, QStringLiteral("Port already open"));
@@ -85,7 +91,7 @@ void CommControl::attach(CommBackend* b) {
 void CommControl::setPortOpen(bool open) {
     if (!open) {
         if (!PortOpen()) {
-            setError(8012, QString::fromLatin1(kNotOpen));
+            setNotOpen();
             return;
         }
         m_backend->close();
@@ -131,6 +137,8 @@ void CommControl::setPortOpen(bool open) {
     }
     backend->setWriteTimeout(m_writeTimeout);
     attach(backend);
+    // A local line has no round trip; a network port measures its own.
+    if (target.kind != PortTarget::Network) SetLinkRoundTripMs(0);
 }
 
 void CommControl::setSettings(const QString& settings) {
@@ -165,7 +173,7 @@ void CommControl::Output(const QString& text) { OutputBytes(text.toLatin1()); }
 
 void CommControl::OutputBytes(const QByteArray& bytes) {
     if (!PortOpen()) {
-        setError(8012, QString::fromLatin1(kNotOpen));
+        setNotOpen();
         return;
     }
     if (m_backend->write(bytes) < 0) setError(8020, QStringLiteral("Error reading comm device"));
@@ -173,7 +181,7 @@ void CommControl::OutputBytes(const QByteArray& bytes) {
 
 QString CommControl::Input() {
     if (!PortOpen()) {
-        setError(8012, QString::fromLatin1(kNotOpen));
+        setNotOpen();
         return {};
     }
     return QString::fromLatin1(m_backend->readAll());

@@ -61,6 +61,9 @@ Q_SIGNALS:
 
 private:
     void setError(int number, const QString& description);
+    // 8012, with the back-end's reason when it has one ("HOST:PORT: the server closed the
+    // connection").
+    void setNotOpen();
     void attach(CommBackend* b);
 
     int m_commPort = 1;

@@ -1,6 +1,8 @@
 #include "core/link/Rfc2217.h"
 
 #include <QRegularExpression>
+#include <algorithm>
+#include <cmath>
 
 namespace telvo::core {
 
@@ -76,7 +78,6 @@ QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>*
                 m_state = Verb;
             } else if (c == SB) {
                 m_sub.clear();
-                m_subOverflow = false;
                 m_state = Sub;
             } else {
                 // NOP, GA, BRK and the like carry nothing a serial line needs.
@@ -88,28 +89,28 @@ QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>*
             e.kind = TelnetEvent::Option;
             e.verb = m_verb;
             e.option = c;
+            e.at = data.size();
             if (events) events->push_back(std::move(e));
             m_state = Data;
             break;
         }
         case Sub:
             if (c == IAC) m_state = SubIac;
-            else if (m_sub.size() < kMaxSub) m_sub += ch;
-            else m_subOverflow = true;
+            else subByte(ch, data, events);
             break;
         case SubIac:
             if (c == IAC) {
-                if (m_sub.size() < kMaxSub) m_sub += ch;
-                else m_subOverflow = true;
                 m_state = Sub;
+                subByte(ch, data, events);
             } else if (c == SE) {
-                if (!m_subOverflow && m_sub.size() >= 2 &&
-                    static_cast<unsigned char>(m_sub[0]) == COM_PORT && events) {
+                if (m_sub.size() >= 2 && static_cast<unsigned char>(m_sub[0]) == COM_PORT &&
+                    events) {
                     TelnetEvent e;
                     e.kind = TelnetEvent::ComPort;
                     e.option = COM_PORT;
                     e.command = static_cast<unsigned char>(m_sub[1]);
                     e.value = m_sub.mid(2);
+                    e.at = data.size();
                     events->push_back(std::move(e));
                 }
                 m_sub.clear();
@@ -125,6 +126,22 @@ QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>*
     return data;
 }
 
+void TelnetParser::subByte(char ch, QByteArray& data, std::vector<TelnetEvent>* events) {
+    if (m_sub.size() < kMaxSub) {
+        m_sub += ch;
+        return;
+    }
+    // Past the limit: left, and this byte is data again.
+    TelnetEvent e;
+    e.kind = TelnetEvent::Abandoned;
+    e.option = m_sub.isEmpty() ? 0 : static_cast<unsigned char>(m_sub[0]);
+    e.at = data.size();
+    if (events) events->push_back(std::move(e));
+    m_sub.clear();
+    m_state = Data;
+    data += ch;
+}
+
 bool TelnetNegotiator::weWant(unsigned char option) {
     return option == BINARY || option == SGA || option == COM_PORT;
 }
@@ -137,6 +154,11 @@ static QByteArray verbBytes(unsigned char verb, unsigned char option) {
     out += char(verb);
     out += char(option);
     return out;
+}
+
+bool TelnetNegotiator::settled() const {
+    const auto known = [](Q q) { return q == Yes || q == No; };
+    return m_started && known(m_us[COM_PORT]) && known(m_us[BINARY]) && known(m_him[BINARY]);
 }
 
 QByteArray TelnetNegotiator::start() {
@@ -190,6 +212,25 @@ QByteArray TelnetNegotiator::answer(unsigned char verb, unsigned char option) {
         return {};
     default: return {};
     }
+}
+
+void RoundTripEstimate::add(int ms) {
+    ms = qMax(0, ms);
+    if (m_count == 0) {
+        m_srtt = ms;
+        m_var = ms / 2.0;
+    } else {
+        m_var = 0.75 * m_var + 0.25 * std::abs(m_srtt - ms);
+        m_srtt = 0.875 * m_srtt + 0.125 * ms;
+    }
+    m_recent[size_t(m_count % kRecent)] = ms;
+    ++m_count;
+}
+
+int RoundTripEstimate::estimateMs() const {
+    if (m_count == 0) return 0;
+    const int recentMax = *std::max_element(m_recent.begin(), m_recent.end());
+    return qMax(int(std::lround(m_srtt + m_var)), recentMax);
 }
 
 } // namespace telvo::core

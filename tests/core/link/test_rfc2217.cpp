@@ -79,20 +79,92 @@ TEST(Rfc2217, ByteByByteGivesWhatTheWholeGives) {
     for (size_t i = 0; i < 3; ++i) EXPECT_EQ(a[i].value, b[i].value);
 }
 
-TEST(Rfc2217, OverlongOrBrokenSubNegotiationIsDroppedAndTheStreamGoesOn) {
+TEST(Rfc2217, RunawaySubNegotiationIsLeftAtTheLimitAndWhatFollowsIsData) {
     TelnetParser p;
     std::vector<TelnetEvent> ev;
     QByteArray big = B({255, 250, 44, 101});
-    big += QByteArray(TelnetParser::kMaxSub + 10, 'q');
-    big += B({255, 240});
-    EXPECT_EQ(p.feed(big + "ok", &ev), QByteArray("ok"));
+    big += QByteArray(TelnetParser::kMaxSub - 2, 'q'); // the limit, counting 44 and 101
+    EXPECT_EQ(p.feed(big, &ev), QByteArray());
     EXPECT_TRUE(ev.empty());
+    // One byte past it: left, and that byte and the rest are data again; the stray IAC SE is
+    // a command of no meaning.
+    EXPECT_EQ(p.feed(QByteArray("ab") + B({255, 240}) + "ok", &ev), QByteArray("abok"));
+    ASSERT_EQ(ev.size(), 1u);
+    EXPECT_EQ(ev[0].kind, TelnetEvent::Abandoned);
+    EXPECT_EQ(ev[0].option, telnet::COM_PORT);
+    EXPECT_EQ(ev[0].at, 0);
+    // A sub-negotiation that never ends does not swallow the line.
+    ev.clear();
+    TelnetParser q;
+    QByteArray endless = B({255, 250, 44, 7});
+    endless += QByteArray(100000, 'z');
+    EXPECT_EQ(q.feed(endless, &ev).size(), 100000 - (TelnetParser::kMaxSub - 2));
+    EXPECT_EQ(ev.size(), 1u);
+}
+
+TEST(Rfc2217, BrokenOrForeignSubNegotiationIsDroppedAndTheStreamGoesOn) {
+    TelnetParser p;
+    std::vector<TelnetEvent> ev;
     // IAC followed by anything but SE or IAC inside breaks the sub-negotiation off.
     EXPECT_EQ(p.feed(B({255, 250, 44, 101, 1, 255, 'Q'}) + "after", &ev), QByteArray("after"));
     EXPECT_TRUE(ev.empty());
     // Another option's sub-negotiation is not ours.
     EXPECT_EQ(p.feed(B({255, 250, 24, 1, 255, 240}) + "t", &ev), QByteArray("t"));
     EXPECT_TRUE(ev.empty());
+}
+
+TEST(Rfc2217, EventsSayHowMuchDataCameBeforeThem) {
+    TelnetParser p;
+    std::vector<TelnetEvent> ev;
+    const QByteArray data =
+        p.feed(QByteArray("old") + ComPortCommand(112, B({1})) + "new" + B({255, 251, 0}), &ev);
+    EXPECT_EQ(data, QByteArray("oldnew"));
+    ASSERT_EQ(ev.size(), 2u);
+    EXPECT_EQ(ev[0].command, 112);
+    EXPECT_EQ(ev[0].at, 3);
+    EXPECT_EQ(ev[1].verb, telnet::WILL);
+    EXPECT_EQ(ev[1].at, 6);
+}
+
+TEST(Rfc2217, NegotiationIsSettledWhenComPortAndBinaryBothWaysHaveTheirAnswers) {
+    TelnetNegotiator n;
+    EXPECT_FALSE(n.settled());
+    n.start();
+    EXPECT_FALSE(n.settled());
+    n.answer(telnet::DO, telnet::COM_PORT);
+    n.answer(telnet::DO, telnet::BINARY);
+    EXPECT_FALSE(n.settled());
+    EXPECT_FALSE(n.binaryAgreed());
+    n.answer(telnet::WILL, telnet::BINARY);
+    EXPECT_TRUE(n.settled());
+    EXPECT_TRUE(n.binaryAgreed());
+    EXPECT_TRUE(n.comPortAgreed());
+
+    // A server that keeps to text mode: settled, but binary is refused.
+    TelnetNegotiator text;
+    text.start();
+    text.answer(telnet::DO, telnet::COM_PORT);
+    text.answer(telnet::DO, telnet::BINARY);
+    text.answer(telnet::WONT, telnet::BINARY);
+    EXPECT_TRUE(text.settled());
+    EXPECT_FALSE(text.binaryAgreed());
+}
+
+TEST(Rfc2217, RoundTripIsSmoothedAndBiasedToTheRecentMaximum) {
+    RoundTripEstimate r;
+    EXPECT_EQ(r.estimateMs(), 0);
+    r.add(100); // mean 100, deviation 50
+    EXPECT_EQ(r.estimateMs(), 150);
+    r.add(100); // deviation 37.5
+    EXPECT_EQ(r.estimateMs(), 138);
+    r.add(300); // the largest recent sample holds
+    EXPECT_EQ(r.estimateMs(), 300);
+    for (int i = 0; i < RoundTripEstimate::kRecent; ++i) r.add(100);
+    // Once it is no longer recent, the smoothed value is what is left, above the mean.
+    EXPECT_LT(r.estimateMs(), 300);
+    EXPECT_GT(r.estimateMs(), 100);
+    r.add(-5);
+    EXPECT_GE(r.estimateMs(), 100);
 }
 
 TEST(Rfc2217, NegotiationAsksOnceAndAnswersWithoutLoops) {
