@@ -129,17 +129,20 @@ protected:
 
 class Matrix : public FarDevice, public ::testing::WithParamInterface<int> {
 protected:
-    void SetUp() override {
-        FarDevice::SetUp();
-        if (IsSkipped()) return;
-        writeIni();
+    // The start-up with its search and refresh (`refresh`), or the start-up and then the search
+    // alone, as the Open Port button does it without the refresh that follows.
+    void start(bool refresh) {
+        writeIni(refresh ? "Max Ports = 1\r\nAuto Start = True\r\n"
+                         : "Max Ports = 1\r\nAuto Start = False\r\n");
         serve(GetParam(), GetParam() / 3);
+        ui::Main();
+        if (!refresh) ui::ConnectDevice();
+        expectConnected();
     }
 };
 
 TEST_P(Matrix, StartUpFindsTheDeviceAndRefreshesEverySetting) {
-    ui::Main();
-    expectConnected();
+    start(true);
     const qsizetype before = heard().size();
     QTest::mouseClick(s().cmdRefreshAll, Qt::LeftButton);
     // Every setting of the refresh was asked, and every answer was taken for its own question.
@@ -154,8 +157,7 @@ TEST_P(Matrix, StartUpFindsTheDeviceAndRefreshesEverySetting) {
 }
 
 TEST_P(Matrix, SaveThenRestorePutsTheSavedValueBack) {
-    ui::Main();
-    expectConnected();
+    start(false);
     ui::SetDevice(QStringLiteral("B1"), QStringLiteral("17"));
     ASSERT_TRUE(acknowledged(kSetB1To17));
     keepGoing();
@@ -173,8 +175,7 @@ TEST_P(Matrix, SaveThenRestorePutsTheSavedValueBack) {
 
 TEST_P(Matrix, FirmwareLoadRunsAndTheDeviceIsFoundAfterItsReboot) {
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.76"), 16000);
-    ui::Main();
-    expectConnected();
+    start(false);
     s().chkConfirm->setChecked(false);
     scripted->paths = {file};
     QTest::mouseClick(s().cmdStart, Qt::LeftButton);
