@@ -53,6 +53,8 @@ public:
         return scheme + QStringLiteral("://127.0.0.1:") + QString::number(m_port);
     }
     int accepted() const { return m_accepted; }
+    // The next chunk the server sends is held `extraMs` longer than the rest: one slow answer.
+    void holdNextAnswer(int extraMs) { m_hold = extraMs; }
 
     // The server goes away: every connection is closed and new ones are refused until up().
     void down() {
@@ -129,12 +131,12 @@ private:
         return std::chrono::milliseconds(ms);
     }
     // Reads what `from` has into `dir`; false when the side hung up.
-    bool take(int from, Direction& dir) {
+    bool take(int from, Direction& dir, int extraMs = 0) {
         char buffer[4096];
         const ssize_t n = ::recv(from, buffer, sizeof buffer, 0);
         if (n <= 0) return false;
         Chunk c;
-        c.due = std::max(Clock::now() + oneWay(), dir.last);
+        c.due = std::max(Clock::now() + oneWay() + std::chrono::milliseconds(extraMs), dir.last);
         dir.last = c.due;
         c.bytes.assign(buffer, buffer + n);
         dir.queue.push_back(std::move(c));
@@ -201,7 +203,8 @@ private:
                 const short fromServer = fds[firstPair + 2 * i + 1].revents;
                 bool alive = true;
                 if (fromClient & (POLLIN | POLLHUP | POLLERR)) alive = take(p.client, p.up) && alive;
-                if (fromServer & (POLLIN | POLLHUP | POLLERR)) alive = take(p.server, p.down) && alive;
+                if (fromServer & (POLLIN | POLLHUP | POLLERR))
+                    alive = take(p.server, p.down, m_hold.exchange(0)) && alive;
                 if (!alive) closePair(p);
             }
             for (Pair& p : m_pairs) {
@@ -224,6 +227,7 @@ private:
     std::atomic<bool> m_wantDown{false};
     std::atomic<bool> m_isDown{false};
     std::atomic<int> m_accepted{0};
+    std::atomic<int> m_hold{0};
     std::thread m_thread;
 };
 

@@ -11,6 +11,7 @@
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
+#include "core/text/Classic.h"
 #include "link/Driver.h"
 #include "link/Ser2Net.h"
 #include "link/SimProcess.h"
@@ -18,6 +19,7 @@
 #include "platform/LinkLatency.h"
 #include "settings/SaveRestore.h"
 
+#include <QRegularExpression>
 #include <QTest>
 #include <csignal>
 
@@ -194,7 +196,7 @@ INSTANTIATE_TEST_SUITE_P(RoundTrip, Matrix, ::testing::Values(0, 50, 150, 300),
 
 // ---- the server hanging up, and a device too far away --------------------------------------
 
-TEST_F(FarDevice, ServerHangsUpMidRefreshThenTheRefreshEndsWithClearWords) {
+TEST_F(FarDevice, ServerGoneMidRefreshStopsTheRefreshWithThePortError) {
     writeIni();
     serve(150, 50);
     ui::Main();
@@ -209,10 +211,16 @@ TEST_F(FarDevice, ServerHangsUpMidRefreshThenTheRefreshEndsWithClearWords) {
     QTest::mouseClick(s().cmdRefreshAll, Qt::LeftButton);
     const QStringList log = logLines();
     EXPECT_TRUE(log.contains(QStringLiteral("COM1: ") + address() + QStringLiteral(": connection lost")));
+    EXPECT_TRUE(log.contains(QStringLiteral("COM1: ") + address() + QStringLiteral(": Connection refused")));
     bool closed = false;
     for (const QString& l : log) closed |= l.contains(QStringLiteral(" Port is closed"));
     EXPECT_TRUE(closed);
-    // Nothing of the device was invented: no reply stands for a setting asked after the cut.
+    // The refresh stops where the port is gone, as with an adapter pulled out: the run-time error
+    // of a port that is not open, and the reason on the status line.
+    const QStringList boxes = scripted->messageTexts();
+    ASSERT_EQ(boxes.size(), 1);
+    EXPECT_TRUE(boxes.first().startsWith(QStringLiteral("Run-time error '8012':"))) << qPrintable(boxes.first());
+    EXPECT_EQ(s().lblMessage->text(), QStringLiteral("Invalid Port Number"));
     EXPECT_FALSE(ui::WindowExists("FWR"));
 }
 
@@ -252,6 +260,33 @@ TEST_F(FarDevice, ServerGoneMidLoadLeavesTheRestartFileThenTheLoadResumesThrough
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.81"));
     EXPECT_TRUE(traceHas(QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+}
+
+TEST_F(FarDevice, AnAnswerPastItsTimeOutIsLoggedLateAndNeverAnswersTheNextQuestion) {
+    writeIni("Max Ports = 1\r\nAuto Start = False\r\nPort = 1\r\nBaud = 19200\r\n");
+    serve(50, 0);
+    ui::Main();
+    ui::ConnectDevice();
+    expectConnected();
+    // The firmware's answer is held 400 ms on its way: past the time-out its 50 ms link earns,
+    // within the time a late answer is waited for.
+    m_proxy->holdNextAnswer(400);
+    ui::QueryDevice(QStringLiteral("A9"));
+    EXPECT_TRUE(ui::Link().TimedOut);
+    EXPECT_TRUE(ui::Link().Reply.isEmpty());
+    ui::QueryDevice(QStringLiteral("A8"));
+    EXPECT_FALSE(ui::Link().TimedOut);
+    EXPECT_EQ(core::Mid(ui::Link().Reply, 2, 2), QStringLiteral("21"));
+    EXPECT_EQ(core::Mid(ui::Link().Reply, 6, 2), QStringLiteral("A8"));
+    const QStringList log = logLines();
+    const qsizetype late = log.indexOf(QRegularExpression(QStringLiteral("^Late: \\(STX\\)21..A9.*, \\d+ ms after it was sent$")));
+    ASSERT_GE(late, 0);
+    // Logged before the next question went out, which then had its own answer.
+    const qsizetype next = log.indexOf(QStringLiteral("Sent: (STX)2003A8(NUL)(ETX) on COM1 @ 19200"), late);
+    ASSERT_GT(next, late);
+    ASSERT_LT(next + 1, log.size());
+    EXPECT_TRUE(log.at(next + 1).startsWith(QStringLiteral("Rply: (STX)21"))) << qPrintable(log.at(next + 1));
+    EXPECT_TRUE(log.at(next + 1).contains(QStringLiteral("A8(NUL)"))) << qPrintable(log.at(next + 1));
 }
 
 TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsksForFirmware) {
