@@ -65,19 +65,20 @@ protected:
         writeHomeFile(QStringLiteral("Telvo.ini"), ini);
     }
     // The device, its server, the far link in front of it, and COM1 pointed at the link.
-    void serve(int roundTripMs, int jitterMs) {
+    void serve(int roundTripMs, int jitterMs, Ser2Net::Kind kind = Ser2Net::Rfc2217) {
         m_sim = std::make_unique<SimProcess>(
             home(), QStringLiteral("dev"),
             QStringList{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))});
         ASSERT_TRUE(m_sim->running());
-        m_server = std::make_unique<Ser2Net>(home(), m_sim->path(), Ser2Net::Rfc2217);
+        m_server = std::make_unique<Ser2Net>(home(), m_sim->path(), kind);
         ASSERT_TRUE(m_server->running());
+        m_scheme = kind == Ser2Net::Rfc2217 ? QStringLiteral("rfc2217") : QStringLiteral("socket");
         const quint16 port = quint16(m_server->address().section(QLatin1Char(':'), -1).toUInt());
         m_proxy = std::make_unique<DelayProxy>(port, roundTripMs, jitterMs);
         qputenv("TELVO_PORTS", address().toUtf8());
         platform::PortMap::instance().loadFromEnvironment();
     }
-    QString address() const { return m_proxy->address(QStringLiteral("rfc2217")); }
+    QString address() const { return m_proxy->address(m_scheme); }
     QStringList heard(int from = 0) const {
         QStringList out;
         for (const QString& f : m_sim->frames())
@@ -125,6 +126,7 @@ protected:
     std::unique_ptr<SimProcess> m_sim;
     std::unique_ptr<Ser2Net> m_server;
     std::unique_ptr<DelayProxy> m_proxy;
+    QString m_scheme;
 };
 
 // ---- the matrix: each job at each round trip, with a jitter of a third of it ---------------------
@@ -287,6 +289,22 @@ TEST_F(FarDevice, AnAnswerPastItsTimeOutIsLoggedLateAndNeverAnswersTheNextQuesti
     ASSERT_LT(next + 1, log.size());
     EXPECT_TRUE(log.at(next + 1).startsWith(QStringLiteral("Rply: (STX)21"))) << qPrintable(log.at(next + 1));
     EXPECT_TRUE(log.at(next + 1).contains(QStringLiteral("A8(NUL)"))) << qPrintable(log.at(next + 1));
+}
+
+// socket:// has no Telnet of its own to measure: the exchange's answers are the measure. In
+// `make latency` only.
+TEST_F(FarDevice, OverAPlainSocketAt300msTheStartUpAndASaveWork) {
+    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    serve(300, 100, Ser2Net::Socket);
+    ui::Main();
+    expectConnected();
+    keepGoing();
+    ui::SaveSettings();
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Breakpoint: All settings have been saved from the Gorda")));
+    bool measured = false;
+    for (const QString& l : logLines()) measured |= l.startsWith(address() + QStringLiteral(": round trip "));
+    EXPECT_TRUE(measured);
 }
 
 TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsksForFirmware) {
