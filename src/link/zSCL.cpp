@@ -127,9 +127,10 @@ void awaitLateReply() {
 
 QString NetworkAddress() {
     const platform::PortMap& map = platform::PortMap::instance();
+    const QStringList ports = map.ports();
     const int port = scl().P1->CommPort();
-    if (map.usesDefault() || port < 1 || port > map.ports().size()) return QString();
-    const QString entry = map.ports().at(port - 1);
+    if (map.usesDefault() || port < 1 || port > ports.size()) return QString();
+    QString entry = ports.at(port - 1);
     if (core::ParseNetworkAddress(entry).kind == core::NetworkAddress::None) return QString();
     core::LinkState& l = Link();
     // A round trip belongs to its link: another address is measured afresh.
