@@ -8,6 +8,7 @@
 #include "firmware/LoaderFixture.h"
 
 #include "DelayProxy.h"
+#include "cli/CliRun.h"
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
@@ -324,6 +325,29 @@ TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsks
     EXPECT_TRUE(alert.contains(address() + QStringLiteral(" answers after ")));
     EXPECT_TRUE(alert.contains(QStringLiteral(" ms, beyond the 1000 ms round trip the program waits for")))
         << qPrintable(alert);
+}
+
+// The user's own words for it: telvo-cli info, as the command line runs it.
+TEST_F(FarDevice, TheCommandLineSaysHowFarADeviceBeyondReachIs) {
+    if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
+    writeIni("Max Ports = 1\r\nBaud = 19200\r\n");
+    serve(1600, 0);
+    const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
+    EXPECT_EQ(r.exit, 3);
+    EXPECT_TRUE(r.err.contains(("no device found: " + address() + " answers after ").toUtf8()))
+        << r.err.constData();
+    EXPECT_TRUE(r.err.contains(" ms, beyond the 1000 ms round trip the program waits for"))
+        << r.err.constData();
+}
+
+// The command line's info at 300 ms.
+TEST_F(FarDevice, TheCommandLinesInfoAt300msTellsTheDevice) {
+    if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
+    writeIni("Max Ports = 1\r\n");
+    serve(300, 100);
+    const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
+    EXPECT_EQ(r.exit, 0) << r.err.constData();
+    EXPECT_TRUE(r.out.contains("Gorda")) << r.out.constData();
 }
 
 } // namespace
