@@ -115,11 +115,15 @@ void awaitLateReply() {
         l.LateUntilMs = 0;
         return;
     }
-    bool over = false;
-    platform::Clock& clock = platform::Clock::instance();
-    const platform::Clock::Id id = clock.scheduleIn(waitMs * 1000, [&over] { over = true; });
-    while (!over && l.LateUntilMs != 0) platform::DoEvents();
-    clock.cancel(id);
+    // The end of the window is a clock event of its own, dropped however the wait ends (the end
+    // of the program unwinds through it).
+    struct Window {
+        bool over = false;
+        platform::Clock::Id id = 0;
+        ~Window() { platform::Clock::instance().cancel(id); }
+    } window;
+    window.id = platform::Clock::instance().scheduleIn(waitMs * 1000, [&window] { window.over = true; });
+    while (!window.over && l.LateUntilMs != 0) platform::DoEvents();
     l.LateUntilMs = 0;
 }
 
