@@ -99,6 +99,7 @@ private:
         a.sin_port = htons(port);
         ::bind(m_listen, reinterpret_cast<sockaddr*>(&a), sizeof a);
         ::listen(m_listen, 8);
+        if (port != 0) return; // back on its own port: the number stands
         socklen_t len = sizeof a;
         ::getsockname(m_listen, reinterpret_cast<sockaddr*>(&a), &len);
         m_port = ntohs(a.sin_port);
