@@ -10,7 +10,7 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               python3-serial
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill
+.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill latency
 
 all: build
 
@@ -90,6 +90,16 @@ run: demo
 bench: build
 	bash tools/run-bench.sh $(BUILD)
 	bash tools/bench-startup.sh $(BUILD)
+
+# Not part of `make test` (the round trips 0 and 300 ms and the hang-ups are): every job (start-up
+# and refresh, save and restore, a firmware load) at every round trip, 0, 50, 150 and 300 ms with a
+# jitter of a third, through the tests' delaying proxy in front of ser2net. Some 10 minutes.
+latency: deps
+	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
+	cmake --build $(TEST_BUILD) --target test_latency_e2e vorix-sim -j$(JOBS)
+	cd $(TEST_BUILD)/tests && QT_QPA_PLATFORM=offscreen TELVO_SOURCE_DIR=$(CURDIR) \
+	  TELVO_BINARY_DIR=$(abspath $(TEST_BUILD)) LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
+	  ./test_latency_e2e
 
 # The Debian package from the release build: CPack (dependencies by dpkg-shlibdeps), then
 # lintian, then the package unpacked into a temporary root and its telvo --version run.

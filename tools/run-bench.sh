@@ -10,7 +10,7 @@ for b in "$build"/bench/bench_*; do
   [ -f "$b" ] && [ -x "$b" ] || continue
   echo "== $(basename "$b")"
   case "$(basename "$b")" in
-    bench_xfr | bench_refresh | bench_exchange | bench_transfer)
+    bench_xfr | bench_refresh | bench_exchange | bench_transfer | bench_netrefresh)
       if [ "${BENCH_FIFO:-0}" = 1 ] && chrt -f 10 true 2>/dev/null; then
         chrt -f 10 "$b"
         continue

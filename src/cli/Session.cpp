@@ -11,6 +11,7 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
+#include "link/zSCL.h"
 #include "platform/AppPath.h"
 #include "platform/PortMap.h"
 #include "settings/Layout.h"
@@ -75,8 +76,13 @@ int Connect() {
         return Report::instance().fail(
             kNoDevice, QStringLiteral("Telvo.ini says there is no device (IR generator only)"));
     PrepareDeviceTables();
-    if (!ui::ConnectDevice() || App().NoDeviceFound)
-        return Report::instance().fail(kNoDevice, QStringLiteral("no device found"));
+    if (!ui::ConnectDevice() || App().NoDeviceFound) {
+        // A device too far away says how far, rather than nothing.
+        const QString tooFar = ui::LatencyBeyondReach();
+        return Report::instance().fail(kNoDevice, QStringLiteral("no device found") +
+                                                      (tooFar.isEmpty() ? QString()
+                                                                        : QStringLiteral(": ") + tooFar));
+    }
     return kDone;
 }
 

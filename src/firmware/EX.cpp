@@ -73,7 +73,7 @@ void EX_cmdSetandExit_Click() {
         if (!box->isChecked()) continue;
         if (box->text() != s.txtCrntSpeed->text()) {
             SetGordaBaudRate(box->text());
-            Pause(5000);
+            DevicePause(5000);
         }
         break;
     }

@@ -149,7 +149,7 @@ qint16 XfrOneFile() {
     (void)P1->CommID();
     fw.SavedTimeouts = P1->WriteTimeout();
     P1->setWriteTimeout(0);
-    Pause(250);
+    DevicePause(250);
 
     fw.BlockSize = 100;
     fw.BlockBuffer.resize(100);

@@ -315,7 +315,7 @@ qint16 LoadTheFiles(bool restart) {
             return -1;
         }
         ShowStatusLDR(QStringLiteral("Waiting 10 seconds while ") + model() + QStringLiteral(" reboots"));
-        Pause(10000);
+        DevicePause(10000);
         l.lblMessage->setText(QString());
         ReadFirmware();
         if (fw.RequestAborted) {
@@ -366,7 +366,7 @@ void FinishFirmwareLoad(qint16 code) {
             if (s.chkNoFWupdate->isChecked()) {
                 ShowStatus(QStringLiteral("Sending Navigation Command: 'Exit'"));
                 SetDevice(QStringLiteral("A2"), QStringLiteral("7"), 2);
-                Pause(250);
+                DevicePause(250);
             } else {
                 ShowStatus(QStringLiteral("Sending Navigation Command: 'Enter'"));
                 SetDevice(QStringLiteral("A2"), QStringLiteral("6"), 2);
@@ -398,7 +398,7 @@ bool RecoverCommunications() {
     SCL& s = scl();
     platform::Timer* t = s.tmrFindGorda;
     t->setEnabled(false);
-    t->setInterval(30000);
+    t->setInterval(DeviceWaitMs(30000));
     t->setEnabled(true);
     bool found = false;
     while (t->Enabled() && !found) found = FindDevice(11);

@@ -293,11 +293,11 @@ void PowerUp() {
     for (int i = 0; i < 5 && l.PowerState != QLatin1String("ON"); ++i) {
         ShowStatus(QStringLiteral("Sending command to Power up Gorda"));
         SetDevice(QStringLiteral("A1"), QStringLiteral("1"));
-        Pause(1000);
+        DevicePause(1000);
         ShowStatus(QStringLiteral("Sending command to check ") + model() +
                    QStringLiteral(" Power state"));
         QueryDevice(QStringLiteral("A1"));
-        Pause(1000);
+        DevicePause(1000);
     }
     if (l.PowerState == QLatin1String("STANDBY"))
         ShowAlert(QStringLiteral("UNABLE TO POWER UP THE ") + model().toUpper());
@@ -339,7 +339,11 @@ bool ConnectDevice() {
     } else {
         l.PowerState.clear();
         if (!FindDevice(G().driver.ProbeMode)) {
-            ShowAlert(QStringLiteral("All requested Com Ports Checked, No Vorix Device Found"));
+            // A device too far away answers late: the alert says how late, so that nobody
+            // takes it for a device without firmware.
+            const QString tooFar = LatencyBeyondReach();
+            ShowAlert(QStringLiteral("All requested Com Ports Checked, No Vorix Device Found") +
+                      (tooFar.isEmpty() ? QString() : QStringLiteral(": ") + tooFar));
             App().NoDeviceFound = true;
             s.txtCrntSpeed->clear();
             s.txtPort->clear();

@@ -24,7 +24,7 @@ QString model() {
 void pressKey(const QString& name, const QString& value, int pauseMs) {
     ShowStatus(QStringLiteral("Sending Navigation Command: '") + name + QStringLiteral("'"));
     SetDevice(QStringLiteral("A2"), value, 2);
-    Pause(pauseMs);
+    DevicePause(pauseMs);
 }
 
 // The first four characters of the firmware text, as a number: "1.10b" reads 1.1.
@@ -106,7 +106,7 @@ bool EnterFirmwareUpdateMode() {
         if (scl().chkNoFWupdate->isChecked()) {
             LogLine(QStringLiteral("Not navigating to firmware update, debug set so exiting"));
             SetDevice(QStringLiteral("A2"), QStringLiteral("7"), 2);
-            Pause(250);
+            DevicePause(250);
         } else {
             SetDevice(QStringLiteral("A2"), QStringLiteral("6"), 2);
         }

@@ -7,8 +7,13 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
+#include "core/link/LinkTiming.h"
 #include "core/link/Protocol.h"
+#include "core/link/Rfc2217.h"
+#include "platform/Clock.h"
 #include "platform/DoEvents.h"
+#include "platform/LinkLatency.h"
+#include "platform/PortMap.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {
@@ -54,16 +59,109 @@ void followDevice(const QString& code) {
     LogLine(QStringLiteral("Application Port settings changed to ") + rate);
 }
 
+qint64 nowMs() { return platform::Clock::instance().nowMs(); }
+
+// The time a frame and its reply spent on the serial line beyond the server, at the port's rate.
+int lineTimeOf(const QString& reply) {
+    return core::LineTimeMs(Link().SentFrame.size() + reply.size(), scl().P1->Baud());
+}
+
+// One answer's round trip into the estimate of the link; the log tells each change that matters.
+void noteRoundTrip(int ms) {
+    core::LinkState& l = Link();
+    const int before = l.RoundTrip.measured() ? l.RoundTrip.value() : -1;
+    l.RoundTrip.add(ms);
+    const int now = l.RoundTrip.value();
+    platform::SetLinkRoundTripMs(now);
+    if (before < 0 || qAbs(now - before) >= 50)
+        WriteLogFile(l.RoundTripOf + QStringLiteral(": round trip ") + QString::number(now) +
+                     QStringLiteral(" ms"));
+}
+
 class Sink : public core::ReceiveSink {
 public:
     void EchoReceived(const QString& reply) override {
         LogLine(QStringLiteral("Echo: ") + Printable(reply));
     }
-    void ReplyReceived() override { scl().T1->setEnabled(false); }
+    void ReplyReceived() override {
+        scl().T1->setEnabled(false);
+        core::LinkState& l = Link();
+        if (l.WaitingReply && !NetworkAddress().isEmpty())
+            noteRoundTrip(int(nowMs() - l.SentAtMs) - lineTimeOf(l.Reply));
+    }
     void PromptSeen() override { dbg().MoveCursorToEnd(); }
+    bool LateReply(const QString& reply) override {
+        core::LinkState& l = Link();
+        if (l.WaitingReply || l.LateUntilMs == 0 || nowMs() > l.LateUntilMs) return false;
+        // One frame, one reply: the wait for this one ends with it.
+        l.LateUntilMs = 0;
+        const int age = int(nowMs() - l.SentAtMs);
+        LogLine(QStringLiteral("Late: ") + Printable(reply) + QStringLiteral(", ") +
+                QString::number(age) + QStringLiteral(" ms after it was sent"));
+        noteRoundTrip(age - lineTimeOf(reply));
+        return true;
+    }
 };
 
+// After a time-out on a network port the frame's reply may still be on its way: nothing more is
+// sent until it has come (and is logged as late) or can no longer be expected, so that it is
+// never taken for the answer to the next frame.
+void awaitLateReply() {
+    core::LinkState& l = Link();
+    if (!l.TimedOut || NetworkAddress().isEmpty()) return;
+    l.LateUntilMs = l.SentAtMs + scl().T1->Interval() + core::LateWindowMs(DeviceWaitGrowthMs());
+    const qint64 waitMs = l.LateUntilMs - nowMs();
+    if (waitMs <= 0) {
+        l.LateUntilMs = 0;
+        return;
+    }
+    // The end of the window is a clock event of its own, dropped however the wait ends (the end
+    // of the program unwinds through it).
+    struct Window {
+        bool over = false;
+        platform::Clock::Id id = 0;
+        ~Window() { platform::Clock::instance().cancel(id); }
+    } window;
+    window.id = platform::Clock::instance().scheduleIn(waitMs * 1000, [&window] { window.over = true; });
+    while (!window.over && l.LateUntilMs != 0) platform::DoEvents();
+    l.LateUntilMs = 0;
+}
+
 } // namespace
+
+QString NetworkAddress() {
+    const platform::PortMap& map = platform::PortMap::instance();
+    const QStringList ports = map.ports();
+    const int port = scl().P1->CommPort();
+    if (map.usesDefault() || port < 1 || port > ports.size()) return QString();
+    QString entry = ports.at(port - 1);
+    if (core::ParseNetworkAddress(entry).kind == core::NetworkAddress::None) return QString();
+    core::LinkState& l = Link();
+    // A round trip belongs to its link: another address is measured afresh.
+    if (l.RoundTripOf != entry) {
+        l.RoundTripOf = entry;
+        l.RoundTrip.clear();
+    }
+    return entry;
+}
+
+int DeviceWaitGrowthMs() {
+    if (NetworkAddress().isEmpty()) return 0;
+    const int measured = qMax(Link().RoundTrip.value(), platform::LinkRoundTripMs());
+    return core::WaitGrowthMs(true, Link().RoundTrip.measured() || measured > 0, measured);
+}
+
+int DeviceWaitMs(int ms) { return ms + DeviceWaitGrowthMs(); }
+
+void DevicePause(int ms) { Pause(DeviceWaitMs(ms)); }
+
+QString LatencyBeyondReach() {
+    const core::LinkState& l = Link();
+    if (l.RoundTripOf.isEmpty() || l.RoundTrip.value() <= core::kWorkableRoundTripMs) return QString();
+    return l.RoundTripOf + QStringLiteral(" answers after ") + QString::number(l.RoundTrip.value()) +
+           QStringLiteral(" ms, beyond the ") + QString::number(core::kWorkableRoundTripMs) +
+           QStringLiteral(" ms round trip the program waits for");
+}
 
 void Pause(int ms) {
     platform::Timer* t = scl().tmrdelay;
@@ -91,8 +189,10 @@ void GordaCommSend(const QString& frame) {
     SCL& s = scl();
     core::LinkState& l = Link();
     s.T1->setEnabled(false);
-    s.T1->setInterval(int(Val(s.txtTO->text())));
+    s.T1->setInterval(DeviceWaitMs(int(Val(s.txtTO->text()))));
     s.T1->setEnabled(true);
+    l.SentAtMs = nowMs();
+    l.LateUntilMs = 0;
     // Flags are set before the frame leaves: a reply can only be seen at the next yield.
     l.Reply.clear();
     l.WaitingReply = true;
@@ -145,6 +245,7 @@ void SendCommand(const QString& type, const QString& data, int retries) {
     } else if (SameText(id, QStringLiteral("AD"))) {
         GordaCommSend(l.SentFrame);
         waitForReply();
+        awaitLateReply();
         return;
     }
 
@@ -154,6 +255,7 @@ void SendCommand(const QString& type, const QString& data, int retries) {
         waitForReply();
         ++K;
         if (l.TimedOut) {
+            awaitLateReply();
             QString followCode;
             if (kind == Kind::SpeedChange) {
                 LogLine(QStringLiteral(
@@ -264,6 +366,7 @@ bool ProbeExchange(const QString& type, const QString& data) {
     while (K < Val(s.txtretry->text())) {
         GordaCommSend(l.SentFrame);
         waitForReply();
+        awaitLateReply();
         if (!l.TimedOut && core::ReplyType(l.Reply) != QLatin1String("02")) {
             K = Val(s.txtretry->text());
             continue;

@@ -16,6 +16,18 @@ void SimulateCommand(const QString& type, const QString& data);
 void SimulatedAck();
 void Pause(int ms);
 
+// Waits on the device over a network port (rfc2217://, socket://) grow by the link's round trip;
+// on a local port they are exactly what they say.
+// The address of the open port when it is a network one, else empty. A new address starts a new
+// measurement of the round trip.
+QString NetworkAddress();
+int DeviceWaitGrowthMs();
+int DeviceWaitMs(int ms);
+void DevicePause(int ms);
+// When the device answers too late to be worked with: a sentence naming the address and its
+// round trip; else empty.
+QString LatencyBeyondReach();
+
 // Events of the serial control and the timers.
 void P1_OnComm();
 void T1_Timer();

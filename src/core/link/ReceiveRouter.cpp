@@ -95,6 +95,8 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
                 // The echo of the command: the wait goes on.
                 sink.EchoReceived(link.Reply);
                 link.Reply.clear();
+            } else if (sink.LateReply(link.Reply)) {
+                link.Reply.clear();
             } else {
                 sink.ReplyReceived();
                 link.TimedOut = false;

@@ -2,6 +2,8 @@
 // The receive handler of the serial line as a state machine fed characters: it sorts what the
 // device says into reply packets and boot-loader or console text, and keeps the link's flags.
 
+#include "core/link/LinkTiming.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -32,6 +34,13 @@ struct LinkState {
     bool LoaderFailed = false;
     bool LoaderReady = false;
     bool LoaderAborted = false;
+    // A network link's round trip as the exchange measures it, the address it is of, and the
+    // frame in flight: when it went out, and until when its reply counts as late after a
+    // time-out (clock milliseconds).
+    RoundTripEstimate RoundTrip;
+    QString RoundTripOf;
+    qint64 SentAtMs = 0;
+    qint64 LateUntilMs = 0;
 };
 
 // A text box fed by the line, with the loader's marks found as text arrives rather than by
@@ -82,6 +91,9 @@ public:
     virtual void EchoReceived(const QString& reply) = 0; // log "Echo: " ...
     virtual void ReplyReceived() = 0;                    // disable the reply timer
     virtual void PromptSeen() = 0;                       // console prompt: cursor to the end
+    // A reply packet other than the echo, before it is taken: true when it is the late answer
+    // to a frame that already timed out, which is then dropped and leaves the flags alone.
+    virtual bool LateReply(const QString& reply) { (void)reply; return false; }
 };
 
 // True when the device state word asks for loader text to be shown.
