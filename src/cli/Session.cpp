@@ -18,6 +18,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace telvo::cli {
@@ -40,9 +41,23 @@ QString UsePort(const QString& port) {
     return QStringLiteral("COM1");
 }
 
+QString PortFolderName(const QString& port) {
+    QString name = port;
+    // A device's other names (/dev/serial/by-id/...) share its folder and its lock.
+    const QFileInfo file(port);
+    if (port.startsWith(QLatin1Char('/')) && file.exists()) name = file.canonicalFilePath();
+    static const QRegularExpression other(QStringLiteral("[^A-Za-z0-9.-]+"));
+    name.replace(other, QStringLiteral("_"));
+    while (name.startsWith(QLatin1Char('_'))) name.remove(0, 1);
+    return name.isEmpty() ? QStringLiteral("port") : name;
+}
+
 int PrepareRun(const Options& o, const QString& com) {
     App().DebuggerMode = false;
     Config().StateSettings = {core::StateSettingRow()};
+    // A read leaves the device as found: no power-up unless asked, the selectors put back as read.
+    G().driver.PowerUpAllowed = o.powerOn;
+    G().settings.ExactPutBack = true;
     if (!QFile::exists(ui::IniFilePath()))
         return Report::instance().fail(kFileError, QStringLiteral("no Telvo.ini in ") +
                                                        platform::AppPath());
@@ -69,15 +84,73 @@ void PrepareDeviceTables() {
     ui::BuildPanels();
 }
 
+namespace {
+
+// Why one port tried gave no device, in the words a user can act on.
+QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
+    const platform::PortTarget target =
+        platform::PortMap::instance().resolve(int(core::Val(core::Mid(t.port, 4))));
+    const QString name = target.path.isEmpty() ? t.port : target.path;
+    if (t.openError != 0) {
+        if (target.kind == platform::PortTarget::Network) {
+            const QString text = t.openText.toLower();
+            if (text.contains(QLatin1String("not found")))
+                return name + QStringLiteral(": host not found");
+            if (text.contains(QLatin1String("refused")))
+                return name + QStringLiteral(": connection refused (nothing listens there)");
+            if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")))
+                return name + QStringLiteral(": connection timed out");
+            return name + QStringLiteral(": ") + t.openText;
+        }
+        if (target.kind == platform::PortTarget::Missing || !QFileInfo::exists(target.path))
+            return name + QStringLiteral(": the device file does not exist");
+        if (t.openError == 8010) {
+            if (!QFileInfo(target.path).isReadable() || !QFileInfo(target.path).isWritable())
+                return name + QStringLiteral(": permission denied; add your user to the dialout "
+                                             "group (sudo usermod -aG dialout $USER, then log in again)");
+            return name + QStringLiteral(": busy (another program has it open)");
+        }
+        return name + QStringLiteral(": ") + t.openText;
+    }
+    if (t.silentAt.isEmpty()) return name + QStringLiteral(": opened, but not asked");
+    QString text = name + QStringLiteral(": opened, but silent at ") +
+                   t.silentAt.join(QStringLiteral(", ")) + QStringLiteral(" baud");
+    if (!rateGiven.isEmpty() && t.silentAt == QStringList{rateGiven}) {
+        // A rate was given: the others are asked (queries only) to tell a wrong rate from a
+        // silent device.
+        ui::SCL& s = ui::scl();
+        if (ui::TryOpenPort(t.port)) {
+            const QString other = ui::ProbeRates(t.port, 1, s.lstRate->count() - 1);
+            if (!other.isEmpty())
+                return name + QStringLiteral(": answered at ") + other +
+                       QStringLiteral(" baud, not at the ") + rateGiven + QStringLiteral(" given");
+        }
+    }
+    return text;
+}
+
+} // namespace
+
 int Connect() {
     core::ConfigTables& c = Config();
     if (c.NoDeviceMode)
         return Report::instance().fail(
             kNoDevice, QStringLiteral("Telvo.ini says there is no device (IR generator only)"));
     PrepareDeviceTables();
-    if (!ui::ConnectDevice() || App().NoDeviceFound)
-        return Report::instance().fail(kNoDevice, QStringLiteral("no device found"));
-    return kDone;
+    if (ui::ConnectDevice() && !App().NoDeviceFound) return kDone;
+    if (Link().PowerState == QLatin1String("STANDBY") && !G().driver.PowerUpAllowed)
+        return Report::instance().fail(
+            kNoDevice, QStringLiteral("the device is in standby: give --power-on to power it up"));
+    if (QFile::exists(platform::JobFile(QStringLiteral("RestartLoader.txt"))))
+        return Report::instance().fail(
+            kDeviceFailed,
+            QStringLiteral("no answer: the device is in its boot loader: run `telvo-cli load --resume`"));
+    const QList<ui::DriverGlobals::PortTry> tried = G().driver.Tried;
+    QStringList why;
+    for (const ui::DriverGlobals::PortTry& t : tried) why << whyNot(t, c.BaudName);
+    if (why.isEmpty()) why << QStringLiteral("no port to try");
+    return Report::instance().fail(kNoDevice, QStringLiteral("no device found: ") +
+                                                  why.join(QStringLiteral("; ")));
 }
 
 int RunJob(const Options& o, const QString& port) {

@@ -562,7 +562,7 @@ void IRG::txtFChex_Commit() {
 }
 
 void IRG::quit_Click() {
-    QFile::remove(platform::AppFile(QStringLiteral("Temp$$.hex")));
+    QFile::remove(platform::JobFile(QStringLiteral("Temp$$.hex")));
     if (quit->text() == QLatin1String("Done")) {
         hide();
         return;
