@@ -39,6 +39,12 @@ namespace {
 
 Report& rep() { return Report::instance(); }
 
+// A prompt's text without the "Breakpoint: " a breakpoint puts before what went wrong.
+QString withoutBreakpoint(const QString& told) {
+    static const QLatin1String mark("Breakpoint: ");
+    return told.startsWith(mark) ? told.mid(mark.size()) : told;
+}
+
 // Where the log stands before an exchange, so that what went wrong in it can be read after.
 qint64 logMark() { return QFileInfo(ui::LogFilePath()).size(); }
 
@@ -231,9 +237,10 @@ int restoreJob(const QString& in) {
     ui::RestoreSettingsFrom(in);
     // Every setting the device refused is named, not only the first.
     QStringList refused;
+    static const QLatin1String couldNot("Could not Restore the ");
     for (const QString& told : Stopped().told)
-        if (told.startsWith(QLatin1String("Could not Restore the ")))
-            refused << told.mid(int(qstrlen("Could not Restore the ")));
+        if (const QString t = withoutBreakpoint(told); t.startsWith(couldNot))
+            refused << t.mid(couldNot.size());
     if (!refused.isEmpty()) {
         rep().failedSettings(refused);
         return rep().fail(kDeviceFailed, QStringLiteral("could not restore ") +
@@ -338,8 +345,8 @@ int diffJob(const QByteArray& fileBytes) {
 int JobOutcome() {
     const QString alert = App().AlertText.simplified();
     if (!alert.isEmpty()) return rep().fail(kDeviceFailed, alert);
-    for (const QString& told : Stopped().told)
-        if (told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
+    for (const QString& each : Stopped().told)
+        if (const QString told = withoutBreakpoint(each); told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
             told.startsWith(QLatin1String("Critical Situation")))
             return rep().fail(kDeviceFailed, told);
     return kDone;

@@ -88,9 +88,13 @@ namespace {
 
 // Why one port tried gave no device, in the words a user can act on.
 QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
-    const platform::PortTarget target =
-        platform::PortMap::instance().resolve(int(core::Val(core::Mid(t.port, 4))));
-    const QString name = target.path.isEmpty() ? t.port : target.path;
+    const int com = int(core::Val(core::Mid(t.port, 4)));
+    const platform::PortTarget target = platform::PortMap::instance().resolve(com);
+    // A device file that is not there resolves to nothing: the name given for it is in the map.
+    const QStringList entries = platform::PortMap::instance().ports();
+    const QString name = !target.path.isEmpty()             ? target.path
+                         : com >= 1 && com <= entries.size() ? entries.at(com - 1)
+                                                             : t.port;
     if (t.openError != 0) {
         if (target.kind == platform::PortTarget::Network) {
             const QString text = t.openText.toLower();

@@ -35,6 +35,10 @@ void quietQt(QtMsgType type, const QMessageLogContext&, const QString& text) {
 // The exit code and message of a job that a signal ended.
 int signalled(const Options& o, const QString& port, int code) {
     QString text = SignalText(code - 128);
+    // Where the load stood: a device that gave its verdict is rebooting into the new image.
+    if (o.command == QLatin1String("load") &&
+        ui::G().ldrText.text().contains(QLatin1String("Verify OK")))
+        text += QStringLiteral("; the device had accepted the image and is rebooting into it");
     if (o.command == QLatin1String("load"))
         text += QStringLiteral("; RestartLoader.txt is kept: run \"telvo-cli") +
                 (o.home.isEmpty() ? QString() : QStringLiteral(" --home ") + o.home) +
