@@ -109,6 +109,16 @@ protected:
         return true;
     }
 
+    // Starts `load FILE` on `dev` and waits until the device sits in its boot loader with the
+    // load under way (the restart file written): the moment to cut it.
+    bool startLoadIntoLoader(QProcess& p, SimProcess& dev, const QString& file) {
+        StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
+        return waitFor([&] {
+            return QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))) &&
+                   traceHas(dev, QStringLiteral("boot loader at"));
+        });
+    }
+
     std::vector<std::unique_ptr<SimProcess>> m_sims;
     std::vector<std::unique_ptr<EmptyPty>> m_empty;
 };

@@ -392,12 +392,8 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
     ASSERT_TRUE(dev.running());
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.80"), 32000);
     QProcess p;
-    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
     // Interrupted once the device sits in its boot loader with the load under way.
-    ASSERT_TRUE(waitFor([&] {
-        return QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))) &&
-               traceHas(dev, QStringLiteral("boot loader at"));
-    }));
+    ASSERT_TRUE(startLoadIntoLoader(p, dev, file));
     ::kill(pid_t(p.processId()), SIGINT);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 130);

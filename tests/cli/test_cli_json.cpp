@@ -103,6 +103,23 @@ protected:
     QJsonObject m_schema;
 };
 
+TEST(CliJsonSchema, TheCheckRefusesWhatTheDocumentDoesNotSay) {
+    const QJsonObject schema = documentedSchema();
+    ASSERT_FALSE(schema.isEmpty());
+    const QJsonObject info{{QStringLiteral("schema"), 1}, {QStringLiteral("command"), QStringLiteral("save")},
+                           {QStringLiteral("file"), QStringLiteral("a.txt")}, {QStringLiteral("lines"), 12}};
+    EXPECT_EQ(check(schema, info), QString());
+    QJsonObject wrong = info;
+    wrong.insert(QStringLiteral("lines"), QStringLiteral("12"));
+    EXPECT_EQ(check(schema, wrong), QStringLiteral("lines is not integer"));
+    wrong = info;
+    wrong.insert(QStringLiteral("extra"), 1);
+    EXPECT_EQ(check(schema, wrong), QStringLiteral("unknown field extra"));
+    wrong = info;
+    wrong.remove(QStringLiteral("schema"));
+    EXPECT_EQ(check(schema, wrong), QStringLiteral("schema is not 1"));
+}
+
 TEST_F(CliJson, EveryCommandsObjectsAreTheDocumentedOnes) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());

@@ -261,11 +261,8 @@ TEST_F(CliTrust, ACutLoadIsNamedByEveryJobAndAResumeStoppedAtAPromptKeepsItsFile
     ASSERT_TRUE(dev.running());
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.80"), 32000);
     QProcess p;
-    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
     const QString restart = portFile(dev, QStringLiteral("RestartLoader.txt"));
-    ASSERT_TRUE(waitFor([&] {
-        return QFile::exists(restart) && traceHas(dev, QStringLiteral("boot loader at"));
-    }));
+    ASSERT_TRUE(startLoadIntoLoader(p, dev, file));
     // A dropped SSH session ends it as Ctrl-C does.
     ::kill(pid_t(p.processId()), SIGHUP);
     const CliResult cut = Finish(p);
