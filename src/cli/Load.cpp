@@ -33,17 +33,25 @@ Report& rep() { return Report::instance(); }
 CliPlatform* cliPlatform() { return dynamic_cast<CliPlatform*>(&platform::CurrentPlatform()); }
 
 // The version the device runs, asked again after a resume: the windows' box may still show the
-// version before the cut.
+// version before the cut. A device that gave its verdict before the cut may still be rebooting
+// (8 s): it is asked again each second for a while before its silence is told.
 QString versionReadBack() {
-    ui::QueryDevice(QStringLiteral("A9"));
-    const QString v = core::AnswerValue(ui::Link().Reply).trimmed();
-    return v.isEmpty() ? ui::scl().txtFirmware->text() : v;
+    for (int attempt = 0; attempt < 15; ++attempt) {
+        ui::QueryDevice(QStringLiteral("A9"));
+        QString v = core::AnswerValue(ui::Link().Reply).trimmed();
+        if (!v.isEmpty()) return v;
+        ui::Pause(1000);
+    }
+    return QString();
 }
 
 int loaded(const QString& what, bool readBack) {
     const int outcome = JobOutcome();
     if (outcome != kDone) return outcome;
     const QString firmware = readBack ? versionReadBack() : ui::scl().txtFirmware->text();
+    if (firmware.isEmpty())
+        return rep().fail(kDeviceFailed, QStringLiteral("the load went on, but the device does not "
+                                                        "answer: its firmware version could not be read back"));
     rep().result(QStringLiteral("Loaded ") + what + QStringLiteral("; the firmware is now ") +
                      firmware,
                  {{QStringLiteral("file"), what}, {QStringLiteral("firmware"), firmware}});

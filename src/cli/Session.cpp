@@ -56,7 +56,11 @@ int PrepareRun(const Options& o, const QString& com) {
     App().DebuggerMode = false;
     Config().StateSettings = {core::StateSettingRow()};
     // A read leaves the device as found: no power-up unless asked, the selectors put back as read.
-    G().driver.PowerUpAllowed = o.powerOn;
+    // A job that changes the device anyway powers it up as the windows do.
+    static const QStringList reads{QStringLiteral("info"), QStringLiteral("get"),
+                                   QStringLiteral("save"), QStringLiteral("diff"),
+                                   QStringLiteral("ports")};
+    G().driver.PowerUpAllowed = o.powerOn || !reads.contains(o.command);
     G().settings.ExactPutBack = true;
     if (!QFile::exists(ui::IniFilePath()))
         return Report::instance().fail(kFileError, QStringLiteral("no Telvo.ini in ") +

@@ -75,15 +75,21 @@ protected:
         return cliFile(QStringLiteral("ports/") + cli::PortFolderName(dev.path()) + QLatin1Char('/') + name);
     }
     // The walk of a save or restore: from its first set to where the command line's exact
-    // put-back begins (its query of the preset), which the windows' put-back of their view
-    // replaces by design.
+    // put-back begins, which the windows' put-back of their view replaces by design. The
+    // put-back is the run's tail of frames about the selectors (input, preset, output type,
+    // profile) and the device's plain acknowledgements.
     static QStringList walkOf(const QStringList& frames) {
-        qsizetype start = 0;
-        while (start < frames.size() && !frames.at(start).startsWith(QLatin1String("host  (STX)30")))
-            ++start;
-        qsizetype end = start;
-        while (end < frames.size() && frames.at(end) != QLatin1String("host  (STX)2003E1(NUL)(ETX)"))
-            ++end;
+        const qsizetype start = firstSet(frames);
+        qsizetype end = frames.size();
+        static const QStringList selectors{QStringLiteral("E1"), QStringLiteral("4C"),
+                                           QStringLiteral("E0"), QStringLiteral("60")};
+        while (end > start) {
+            const QString body = frames.at(end - 1).mid(frames.at(end - 1).indexOf(QLatin1String("(STX)")));
+            const QString type = body.mid(5, 2);
+            if (type != QLatin1String("01") && type != QLatin1String("02") && !selectors.contains(body.mid(9, 2)))
+                break;
+            --end;
+        }
         return frames.mid(start, end - start);
     }
     static qsizetype firstSet(const QStringList& frames) {

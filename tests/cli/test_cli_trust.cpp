@@ -287,4 +287,27 @@ TEST_F(CliTrust, ACutLoadIsNamedByEveryJobAndAResumeStoppedAtAPromptKeepsItsFile
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("filelist.frl"))));
 }
 
+TEST_F(CliTrust, ACutAfterTheDevicesVerdictSaysSoAndTheResumeTellsTheVersionItReads) {
+    SimProcess& dev = sim(QStringLiteral("dev"));
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.85"), 4000);
+    QProcess p;
+    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
+    // Interrupted while the device reboots into the image it has verified, once the program has
+    // seen the verdict and waits out the reboot.
+    ASSERT_TRUE(waitFor([&] {
+        return readFile(portFile(dev, QStringLiteral("LogFile.txt"))).contains("reboots");
+    }));
+    ::kill(pid_t(p.processId()), SIGINT);
+    const CliResult cut = Finish(p);
+    EXPECT_EQ(cut.exit, 130);
+    EXPECT_TRUE(cut.err.contains(": interrupted; the device had accepted the image and is rebooting into it; "
+                                 "RestartLoader.txt is kept"))
+        << cut.err.toStdString();
+    const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
+    ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
+    EXPECT_EQ(resumed.lines(), QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.85")});
+    EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
+}
+
 } // namespace
