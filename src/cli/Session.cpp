@@ -90,6 +90,17 @@ void PrepareDeviceTables() {
 
 namespace {
 
+// The last remark the port's backend logged about `address` ("COM1: ADDRESS: Host not found").
+QString loggedNote(const QString& address) {
+    QFile log(ui::LogFilePath());
+    if (!log.open(QIODevice::ReadOnly)) return QString();
+    const QString mark = address + QStringLiteral(": ");
+    QString found;
+    for (const QString& line : QString::fromUtf8(log.readAll()).split(QStringLiteral("\r\n")))
+        if (const qsizetype at = line.indexOf(mark); at >= 0) found = line.mid(at + mark.size());
+    return found;
+}
+
 // Why one port tried gave no device, in the words a user can act on.
 QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
     const int com = int(core::Val(core::Mid(t.port, 4)));
@@ -101,12 +112,13 @@ QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
                                                              : t.port;
     if (t.openError != 0) {
         if (target.kind == platform::PortTarget::Network) {
-            const QString text = t.openText.toLower();
+            const QString text = (t.openText + QLatin1Char(' ') + loggedNote(name)).toLower();
             if (text.contains(QLatin1String("not found")))
                 return name + QStringLiteral(": host not found");
             if (text.contains(QLatin1String("refused")))
                 return name + QStringLiteral(": connection refused (nothing listens there)");
-            if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")))
+            if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")) ||
+                text.contains(QLatin1String("no connection within")))
                 return name + QStringLiteral(": connection timed out");
             return name + QStringLiteral(": ") + t.openText;
         }

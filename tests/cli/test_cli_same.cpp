@@ -118,7 +118,7 @@ TEST_F(SameJob, Save) {
     EXPECT_EQ(read(cliPortFile(c, QStringLiteral("Settings.txt"))), windowsFile);
     // The same walk over the states; only the put-back after it differs.
     const QStringList walk = walkOf(c.frames());
-    EXPECT_GT(walk.size(), 400);
+    EXPECT_GT(walk.size(), 250);
     EXPECT_EQ(w.frames().mid(firstSet(w.frames()), walk.size()), walk);
 }
 

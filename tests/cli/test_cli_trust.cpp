@@ -7,6 +7,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QTcpServer>
 #include <csignal>
 #include <unistd.h>
 
@@ -243,6 +244,18 @@ TEST_F(CliTrust, AFailedConnectionSaysWhyPerPort) {
     const CliResult rate = on(other, {QStringLiteral("info")});
     EXPECT_EQ(rate.exit, 3);
     EXPECT_TRUE(rate.err.contains(": answered at 38400 baud, not at the 19200 given")) << rate.err.toStdString();
+    // A network port nobody listens on, and a host name that does not resolve.
+    QTcpServer closed;
+    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost));
+    const QString refusedAt = QStringLiteral("socket://127.0.0.1:%1").arg(closed.serverPort());
+    closed.close();
+    const CliResult refused = cli({QStringLiteral("--port"), refusedAt, QStringLiteral("info")});
+    EXPECT_EQ(refused.exit, 3);
+    EXPECT_TRUE(refused.err.contains(refusedAt.toUtf8() + ": connection refused")) << refused.err.toStdString();
+    const CliResult unknown = cli({QStringLiteral("--port"), QStringLiteral("rfc2217://no-such-host.invalid:4000"),
+                                   QStringLiteral("info")});
+    EXPECT_EQ(unknown.exit, 3);
+    EXPECT_TRUE(unknown.err.contains("rfc2217://no-such-host.invalid:4000: host not found")) << unknown.err.toStdString();
     // Permission: a device file the user may not open (root may open anything).
     if (::geteuid() != 0) {
         SimProcess& locked = sim(QStringLiteral("locked"));
