@@ -7,6 +7,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QSerialPort>
 #include <QTcpServer>
 #include <csignal>
 #include <unistd.h>
@@ -244,6 +245,16 @@ TEST_F(CliTrust, AFailedConnectionSaysWhyPerPort) {
     const CliResult rate = on(other, {QStringLiteral("info")});
     EXPECT_EQ(rate.exit, 3);
     EXPECT_TRUE(rate.err.contains(": answered at 38400 baud, not at the 19200 given")) << rate.err.toStdString();
+    // A device file another program holds (opened exclusively, as a terminal program would).
+    SimProcess& held = sim(QStringLiteral("held"));
+    ASSERT_TRUE(held.running());
+    QSerialPort holder(held.path());
+    ASSERT_TRUE(holder.open(QIODevice::ReadWrite));
+    const CliResult busy = on(held, {QStringLiteral("info")});
+    EXPECT_EQ(busy.exit, 3);
+    EXPECT_TRUE(busy.err.contains(held.path().toUtf8() + ": busy (another program has it open)"))
+        << busy.err.toStdString();
+    holder.close();
     // A network port nobody listens on, and a host name that does not resolve.
     QTcpServer closed;
     ASSERT_TRUE(closed.listen(QHostAddress::LocalHost));
