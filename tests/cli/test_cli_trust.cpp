@@ -5,7 +5,10 @@
 
 #include "CliFixture.h"
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonArray>
+#include <QLockFile>
 #include <QJsonObject>
 #include <QSerialPort>
 #include <QTcpServer>
@@ -169,20 +172,31 @@ TEST_F(CliTrust, EachRunKeepsThePreviousRunsLog) {
 TEST_F(CliTrust, ASecondJobOnAPortSaysWhichJobHasIt) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
-    const QString rack = homeFile(QStringLiteral("rack.txt"));
-    ASSERT_EQ(on(dev, {QStringLiteral("save"), rack}).exit, 0);
+    // The test holds the port's lock as another job would.
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(portFile(dev, QStringLiteral("x"))).absolutePath()));
+    QLockFile lock(portFile(dev, QStringLiteral("telvo-cli.lock")));
+    ASSERT_TRUE(lock.tryLock(0));
+    const QString holder = QStringLiteral("in use by job %1").arg(QCoreApplication::applicationPid());
+    const CliResult refused = on(dev, {QStringLiteral("--no-wait"), QStringLiteral("info")});
+    EXPECT_EQ(refused.exit, 7);
+    EXPECT_TRUE(refused.err.contains(holder.toUtf8())) << refused.err.toStdString();
+    EXPECT_TRUE(dev.frames().isEmpty());
+    // Without --no-wait it waits its turn, saying for whom, and runs once the lock is free.
     QProcess p;
-    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("restore"), rack});
-    const QString lock = portFile(dev, QStringLiteral("telvo-cli.lock"));
-    ASSERT_TRUE(waitFor([&] { return QFile::exists(lock); }));
-    const CliResult second = on(dev, {QStringLiteral("--no-wait"), QStringLiteral("info")});
-    EXPECT_EQ(second.exit, 7);
-    EXPECT_TRUE(second.err.contains(QStringLiteral("in use by job %1").arg(p.processId()).toUtf8()))
-        << second.err.toStdString();
-    // Without --no-wait it waits its turn, saying for whom.
-    const CliResult waited = on(dev, {QStringLiteral("info")});
+    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("info")});
+    QByteArray err;
+    ASSERT_TRUE(waitFor([&] {
+        p.waitForReadyRead(50);
+        err += p.readAllStandardError();
+        return err.contains("waiting for job");
+    }));
+    EXPECT_TRUE(err.contains(QStringLiteral("waiting for job %1").arg(QCoreApplication::applicationPid()).toUtf8()))
+        << err.toStdString();
+    EXPECT_TRUE(dev.frames().isEmpty());
+    lock.unlock();
+    const CliResult waited = Finish(p);
     EXPECT_EQ(waited.exit, 0) << waited.err.toStdString();
-    EXPECT_EQ(Finish(p).exit, 0);
+    EXPECT_EQ(waited.lines().value(0), QStringLiteral("Model:          Gorda"));
 }
 
 // 3. Failures that exit 0.
