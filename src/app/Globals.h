@@ -7,6 +7,7 @@
 #include "core/link/ReceiveRouter.h"
 
 #include <QString>
+#include <QStringList>
 
 class QWidget;
 
@@ -47,6 +48,16 @@ struct DriverGlobals {
     qint16 ProbeMode = 0;
     bool PortsEnumerated = false;
     QStringList lstComPorts; // hidden list of the ports found
+    // The command line powers a device in standby only when asked to (--power-on).
+    bool PowerUpAllowed = true;
+    // What the last search met at each port, for the command line to tell why none answered.
+    struct PortTry {
+        QString port;          // "COMn"
+        int openError = 0;     // the port's error number when it did not open
+        QString openText;      // and its description
+        QStringList silentAt;  // the rates at which it opened and nothing answered
+    };
+    QList<PortTry> Tried;
 };
 
 // The main window's selectors: while set, a change the program makes is no user's command.
@@ -63,6 +74,10 @@ struct SettingsGlobals {
     qint16 KeptTab = 0;
     qint16 KeptPreset = 0;
     qint16 KeptDigital = 0;
+    // The command line has no view to put back: it keeps the selectors as the device answered
+    // them (input, preset, output type, profile) and puts exactly those back.
+    bool ExactPutBack = false;
+    QStringList KeptSelection;
     // The device refused "Input SDI": the module is absent, the row is left out for the run.
     bool SDIFailed = false;
 };

@@ -95,7 +95,7 @@ void Main() {
     EnsureModelAndFirmware();
     ReadIniFile(2);
     BuildPanels();
-    if (QFile::exists(platform::AppFile(QStringLiteral("RestartLoader.txt"))) || a.BootLoaderMode)
+    if (QFile::exists(platform::JobFile(QStringLiteral("RestartLoader.txt"))) || a.BootLoaderMode)
         ResumeCutOffLoad();
     a.BootLoaderMode = false;
     if (!c.AutoOpen && c.UserLevel != 1) {

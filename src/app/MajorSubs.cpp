@@ -70,7 +70,7 @@ void alertTick(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter) {
 }
 } // namespace
 
-QString LogFilePath() { return QDir(platform::AppPath()).filePath(QStringLiteral("LogFile.txt")); }
+QString LogFilePath() { return QDir(platform::JobFolder()).filePath(QStringLiteral("LogFile.txt")); }
 
 void WriteLogFile(const QString& text) {
     if (!Config().LogToFile) return;

@@ -75,6 +75,8 @@ Options ParseArguments(const QStringList& args) {
         else if (word == QLatin1String("--yes") || word == QLatin1String("-y")) o.yes = true;
         else if (word == QLatin1String("--help") || word == QLatin1String("-h")) o.help = true;
         else if (word == QLatin1String("--version")) o.version = true;
+        else if (word == QLatin1String("--power-on")) o.powerOn = true;
+        else if (word == QLatin1String("--no-wait")) o.noWait = true;
         else if (valueOptionsOf(o.command).contains(word)) o.named << word << value();
         else if (!o.command.isEmpty() && flagOf(o.command, word, o)) {
         } else if (word.startsWith(QLatin1String("--")) && word.size() > 2)

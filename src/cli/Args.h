@@ -15,7 +15,11 @@ enum ExitCode {
     kNoDevice = 3,
     kFileError = 4,
     kStoppedAtPrompt = 5,
+    kDiffers = 6,   // diff: the device's settings differ from the file's
+    kLockHeld = 7,  // --no-wait: another job holds the port
+    kHangUp = 129,
     kInterrupted = 130,
+    kTerminated = 143,
 };
 
 struct Options {
@@ -30,6 +34,8 @@ struct Options {
     bool yes = false;
     bool help = false;
     bool version = false;
+    bool powerOn = false; // --power-on: a device in standby may be powered up
+    bool noWait = false;  // --no-wait: a port another job holds is exit 7, not a wait
     bool probe = false;           // ports --probe
     bool saveSettings = false;    // load --save-settings
     bool restoreDefaults = false; // load --restore-defaults

@@ -19,7 +19,11 @@ namespace {
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
-extern "C" void onSigint(int) { g_interrupted = 1; }
+// Ctrl-C, SIGTERM and SIGHUP (a dropped SSH session) all end the job the same way; the signal is
+// kept for the exit code.
+extern "C" void onSignal(int sig) { g_interrupted = sig; }
+
+const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 // The windows whose showing is a wait for an answer only a person can give.
 bool isModalWait(const QObject* o) {
@@ -38,6 +42,18 @@ QString promptText(const QString& label) {
 }
 
 } // namespace
+
+int TakeSignal() {
+    const int sig = g_interrupted;
+    g_interrupted = 0;
+    return sig;
+}
+
+QString SignalText(int sig) {
+    if (sig == SIGTERM) return QStringLiteral("terminated (SIGTERM)");
+    if (sig == SIGHUP) return QStringLiteral("hung up (SIGHUP)");
+    return QStringLiteral("interrupted");
+}
 
 StopState& Stopped() {
     static StopState s;
@@ -134,7 +150,7 @@ void PromptWatcher::answer(QWidget* button) {
 
 Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
     : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile), m_progress(progress) {
-    std::signal(SIGINT, onSigint);
+    for (int sig : kEndingSignals) std::signal(sig, onSignal);
     connect(m_timer, &QTimer::timeout, this, &Heartbeat::beat);
     m_timer->start(50);
 }
@@ -142,14 +158,11 @@ Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
 Heartbeat::~Heartbeat() {
     beat();
     if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
-    std::signal(SIGINT, SIG_DFL);
+    for (int sig : kEndingSignals) std::signal(sig, SIG_DFL);
 }
 
 void Heartbeat::beat() {
-    if (g_interrupted) {
-        g_interrupted = 0;
-        StopJob(kInterrupted, QStringLiteral("interrupted"));
-    }
+    if (const int sig = TakeSignal(); sig != 0) StopJob(128 + sig, SignalText(sig));
     if (m_progress) {
         const QString line = JobProgress();
         if (line != m_shown) {

@@ -20,11 +20,15 @@ namespace telvo::cli {
 
 // Why the job unwound, when it was not the routine's own end.
 struct StopState {
-    int code = 0;  // kStoppedAtPrompt or kInterrupted
+    int code = 0;  // kStoppedAtPrompt, or 128 + the signal that ended the job
     QString text;  // the prompt's text
     QStringList told; // the prompts answered on the way, in order
 };
 StopState& Stopped();
+// The ending signal (SIGINT, SIGTERM, SIGHUP) caught since the last call, 0 when none.
+int TakeSignal();
+// "interrupted", "terminated (SIGTERM)", "hung up (SIGHUP)".
+QString SignalText(int sig);
 void ClearStopped();
 
 class CliPlatform : public platform::Platform {

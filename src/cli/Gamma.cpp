@@ -3,6 +3,7 @@
 #include "cli/CliPlatform.h"
 #include "cli/Jobs.h"
 #include "cli/Report.h"
+#include "core/gamma/GammaFiles.h"
 #include "core/text/Classic.h"
 #include "gamma/GMA.h"
 
@@ -52,7 +53,7 @@ int makeJob(const Options& o) {
     if (!QFileInfo::exists(out)) return rep().fail(kFileError, QStringLiteral("could not write ") + out);
     rep().result(QStringLiteral("Wrote ") + out + QStringLiteral(" (gamma ") + w.txtGamma->text() +
                      QStringLiteral(")"),
-                 {{QStringLiteral("file"), out}, {QStringLiteral("gamma"), w.txtGamma->text()}});
+                 {{QStringLiteral("file"), out}, {QStringLiteral("gamma"), core::Val(w.txtGamma->text())}});
     return kDone;
 }
 
@@ -66,6 +67,10 @@ int exportJob(const Options& o) {
         return rep().fail(kUsage, QStringLiteral("gamma export writes .cal or .cube, not ") + out);
     if (!QFileInfo(in).isReadable())
         return rep().fail(kFileError, QStringLiteral("could not read ") + o.words.at(1));
+    // A file that is no gamma table would export as a table of zeros: a black picture.
+    const QString problem = core::GammaFileProblem(core::ReadTextFileLines(in));
+    if (!problem.isEmpty())
+        return rep().fail(kFileError, o.words.at(1) + QStringLiteral(" is not a gamma file: ") + problem);
     ui::GMA& w = ui::gma();
     answerDialogs({in, out});
     w.cmdOpen_Click();

@@ -99,6 +99,8 @@ const Item kOptions[] = {
     {"--quiet", "nothing on standard error but failures"},
     {"--yes", "answer Continue/Yes/OK to every prompt the job meets"},
     {"--trace FILE", "the LogFile.txt lines, as they are written, to FILE (\"-\": standard error)"},
+    {"--power-on", "power up a device found in standby (otherwise exit 3)"},
+    {"--no-wait", "a port another job holds is exit 7, not a wait"},
     {"--help", "this text; \"telvo-cli COMMAND --help\" for a command's"},
     {"--version", "the version"},
 };
@@ -110,7 +112,11 @@ const Item kExits[] = {
     {"3", "no device found"},
     {"4", "a file could not be read or written"},
     {"5", "stopped at a prompt (give --yes to answer Continue/Yes/OK)"},
+    {"6", "diff: settings differ (0 when equal)"},
+    {"7", "another job holds the port (--no-wait)"},
+    {"129", "hung up (SIGHUP)"},
     {"130", "interrupted (Ctrl-C)"},
+    {"143", "terminated (SIGTERM)"},
 };
 
 // "       key   text..." with the text's further lines under its first.

@@ -6,6 +6,7 @@
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "core/config/CommandRec.h"
+#include "core/settings/Panels.h"
 #include "core/settings/SettingsFile.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
@@ -22,8 +23,8 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QMap>
-#include <QSaveFile>
-#include <QTemporaryFile>
+#include <QDir>
+#include <QTemporaryDir>
 #include <optional>
 
 namespace telvo::cli {
@@ -37,6 +38,12 @@ using ui::AppGlobals;
 namespace {
 
 Report& rep() { return Report::instance(); }
+
+// A prompt's text without the "Breakpoint: " a breakpoint puts before what went wrong.
+QString withoutBreakpoint(const QString& told) {
+    static const QLatin1String mark("Breakpoint: ");
+    return told.startsWith(mark) ? told.mid(mark.size()) : told;
+}
 
 // Where the log stands before an exchange, so that what went wrong in it can be read after.
 qint64 logMark() { return QFileInfo(ui::LogFilePath()).size(); }
@@ -63,6 +70,29 @@ QString labelText(int record) {
     return Config().Commands.at(record).Name + QStringLiteral("=") + ui::FormatAnswer(Link().Reply);
 }
 
+// A number as JSON takes it, or nothing when the text is none.
+std::optional<double> numberOf(const QString& text) {
+    bool ok = false;
+    const double v = text.toDouble(&ok);
+    return ok ? std::optional<double>(v) : std::nullopt;
+}
+
+// A setting's value for a script: a number for the numeric kinds, the label's text otherwise,
+// with the protocol's code beside it.
+QJsonObject settingFields(const core::CommandRec& rec, const QString& text) {
+    QJsonObject f{{QStringLiteral("name"), rec.Name},
+                  {QStringLiteral("text"), text},
+                  {QStringLiteral("code"), rec.Cmd}};
+    const std::optional<double> n = (rec.IsInteger || rec.IsRange) ? numberOf(text) : std::nullopt;
+    f.insert(QStringLiteral("value"), n ? QJsonValue(*n) : QJsonValue(text));
+    return f;
+}
+
+QJsonValue numberOrNull(const QString& text) {
+    const std::optional<double> n = numberOf(text);
+    return n ? QJsonValue(*n) : QJsonValue();
+}
+
 int infoJob() {
     ui::SCL& s = ui::scl();
     const int com = int(core::Val(core::Mid(s.txtPort->text(), 4)));
@@ -72,9 +102,9 @@ int infoJob() {
                   {QStringLiteral("options"), Config().Options.simplified()},
                   {QStringLiteral("com"), s.txtPort->text()},
                   {QStringLiteral("device"), path},
-                  {QStringLiteral("speed"), s.txtCrntSpeed->text()},
-                  {QStringLiteral("originalSpeed"), s.txtOrigSpeed->text()},
-                  {QStringLiteral("transferSpeed"), s.txtxfrspeed->text()},
+                  {QStringLiteral("speed"), numberOrNull(s.txtCrntSpeed->text())},
+                  {QStringLiteral("originalSpeed"), numberOrNull(s.txtOrigSpeed->text())},
+                  {QStringLiteral("transferSpeed"), numberOrNull(s.txtxfrspeed->text())},
                   {QStringLiteral("state"), s.txtState->text()}};
     rep().result(QStringLiteral("Model:          %1\nFirmware:       %2\nOptions:        %3\n"
                                 "Port:           %4 (%5)\nSpeed:          %6\n"
@@ -104,8 +134,7 @@ int getJob(const Options& o) {
             continue;
         }
         const QString text = labelText(record);
-        rep().result(text, {{QStringLiteral("name"), rec.Name},
-                            {QStringLiteral("value"), text.mid(rec.Name.size() + 1)}});
+        rep().result(text, settingFields(rec, text.mid(rec.Name.size() + 1)));
     }
     return code;
 }
@@ -150,8 +179,7 @@ int setOne(const QString& word) {
     const QString why = failureSince(mark);
     if (!why.isEmpty()) return rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + why);
     const QString text = labelText(record);
-    rep().result(text, {{QStringLiteral("name"), rec.Name},
-                        {QStringLiteral("value"), text.mid(rec.Name.size() + 1)}});
+    rep().result(text, settingFields(rec, text.mid(rec.Name.size() + 1)));
     return kDone;
 }
 
@@ -167,125 +195,149 @@ QByteArray readAll(const QString& path, bool* ok) {
     return *ok ? f.readAll() : QByteArray();
 }
 
-bool writeAll(const QString& path, const QByteArray& bytes) {
-    QSaveFile f(path);
-    if (!f.open(QIODevice::WriteOnly)) return false;
-    f.write(bytes);
-    return f.commit();
-}
+// The job folder's Settings.txt, the file a save or restore without a FILE uses.
+QString defaultSettingsFile() { return platform::JobFile(QStringLiteral("Settings.txt")); }
 
-// The routines read and write Settings.txt of the program's folder; another file given on the
-// command line stands in its place for the job and the folder's own is put back after.
-class SettingsStandIn {
-public:
-    SettingsStandIn() : m_path(platform::AppFile(QStringLiteral("Settings.txt"))) {
-        m_had = QFile::exists(m_path);
-        bool ok = false;
-        if (m_had) m_kept = readAll(m_path, &ok);
+// A settings file read and checked before anything is sent; empty with the failure told.
+std::optional<QByteArray> settingsFileOf(const QString& path, int* code) {
+    bool ok = false;
+    const QByteArray bytes = readAll(path, &ok);
+    if (!ok) {
+        *code = rep().fail(kFileError, QStringLiteral("could not read ") + path);
+        return std::nullopt;
     }
-    ~SettingsStandIn() {
-        if (!m_swapped) return;
-        if (m_had) writeAll(m_path, m_kept);
-        else QFile::remove(m_path);
+    const QString problem = core::SettingsFileProblem(bytes);
+    if (!problem.isEmpty()) {
+        *code = rep().fail(kFileError, path + QStringLiteral(" is not a settings file: ") + problem);
+        return std::nullopt;
     }
-    QString path() const { return m_path; }
-    bool putInPlace(const QByteArray& bytes) {
-        m_swapped = true;
-        return writeAll(m_path, bytes);
-    }
-    void swapped() { m_swapped = true; }
-
-private:
-    QString m_path;
-    QByteArray m_kept;
-    bool m_had = false;
-    bool m_swapped = false;
-};
-
-bool samePath(const QString& a, const QString& b) {
-    return QFileInfo(a).absoluteFilePath() == QFileInfo(b).absoluteFilePath();
+    return bytes;
 }
 
 int saveJob(const Options& o) {
-    SettingsStandIn standIn;
-    const QString out = o.words.value(0, standIn.path());
-    const bool elsewhere = !samePath(out, standIn.path());
-    if (elsewhere) standIn.swapped();
+    const QString out = o.words.value(0, defaultSettingsFile());
     ui::RefreshPanels(7);
-    ui::cmdSave_Click();
+    // Written beside the file and renamed into place when whole: a reader of the file never
+    // sees half a save, and a failed save leaves the old file.
+    ui::SaveSettingsTo(out);
     const int outcome = JobOutcome();
     if (outcome != kDone) return outcome;
     bool ok = false;
-    const QByteArray bytes = readAll(standIn.path(), &ok);
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + standIn.path());
-    if (elsewhere && !writeAll(out, bytes))
-        return rep().fail(kFileError, QStringLiteral("could not write ") + out);
+    const QByteArray bytes = readAll(out, &ok);
+    if (!ok) return rep().fail(kFileError, QStringLiteral("could not write ") + out);
     rep().result(QStringLiteral("Saved the settings to ") + out,
                  {{QStringLiteral("file"), out}, {QStringLiteral("lines"), int(bytes.count('\n'))}});
     return kDone;
 }
 
-int restoreJob(const Options& o) {
-    SettingsStandIn standIn;
-    const QString in = o.words.value(0, standIn.path());
-    bool ok = false;
-    const QByteArray bytes = readAll(in, &ok);
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + in);
-    if (!samePath(in, standIn.path()) && !standIn.putInPlace(bytes))
-        return rep().fail(kFileError, QStringLiteral("could not write ") + standIn.path());
+int restoreJob(const QString& in) {
     ui::RefreshPanels(7);
-    ui::cmdRestore_Click();
+    // The selectors as found, put back after the file's states have been walked.
+    ui::SaveViewState();
+    ui::RestoreSettingsFrom(in);
+    // Every setting the device refused is named, not only the first.
+    QStringList refused;
+    static const QLatin1String couldNot("Could not Restore the ");
+    for (const QString& told : Stopped().told)
+        if (const QString t = withoutBreakpoint(told); t.startsWith(couldNot))
+            refused << t.mid(couldNot.size());
+    if (!refused.isEmpty()) {
+        rep().failedSettings(refused);
+        return rep().fail(kDeviceFailed, QStringLiteral("could not restore ") +
+                                             QString::number(refused.size()) +
+                                             QStringLiteral(" setting(s): ") +
+                                             refused.join(QStringLiteral("; ")));
+    }
     const int outcome = JobOutcome();
     if (outcome != kDone) return outcome;
-    rep().result(QStringLiteral("Restored the settings of ") + in,
-                 {{QStringLiteral("file"), in}});
+    rep().result(QStringLiteral("Restored the settings of ") + in, {{QStringLiteral("file"), in}});
     return kDone;
 }
 
-// Settings.txt's lines by state and parameter.
-QMap<QString, QString> settingsOf(const QByteArray& bytes) {
-    QMap<QString, QString> out;
+struct Saved {
+    QString state;     // empty for a plain setting
+    QString parameter;
+    QString item;      // code and value as saved
+};
+
+// A settings file's lines by state and parameter, in the file's order.
+QList<std::pair<QString, Saved>> settingsOf(const QByteArray& bytes) {
+    QList<std::pair<QString, Saved>> out;
     for (QByteArray raw : bytes.split('\n')) {
         while (raw.endsWith('\r')) raw.chop(1);
         if (raw.isEmpty()) continue;
         const core::SettingsLine l = core::ParseSettingsLine(QString::fromLatin1(raw));
-        out.insert(l.isState ? l.state + QStringLiteral(" / ") + l.parameter : l.parameter, l.item);
+        const Saved s{l.isState ? l.state : QString(), l.parameter.trimmed(), l.item.trimmed()};
+        out.append({l.isState ? l.state + QStringLiteral(" / ") + s.parameter : s.parameter, s});
     }
     return out;
 }
 
-int diffJob(const Options& o) {
-    if (o.words.size() != 1) return rep().fail(kUsage, QStringLiteral("diff takes one FILE"));
-    bool ok = false;
-    const QMap<QString, QString> file = settingsOf(readAll(o.words.at(0), &ok));
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + o.words.at(0));
-    // The device's side is read as Save reads it, into a file of its own.
-    SettingsStandIn standIn;
-    standIn.swapped();
+// A saved item as the main window shows its value ("Medium", "0"); the item itself when its
+// code is in no record.
+QString shownValue(const QString& item) {
+    const int record = core::FindCommandByCode(Config().Commands, item.left(2));
+    if (record <= 0) return item;
+    const QString text = core::ValueText(Config().Commands.at(record), item.mid(2));
+    return text.isEmpty() ? item.mid(2) : text;
+}
+
+QJsonValue jsonValue(const QString& item) {
+    const int record = core::FindCommandByCode(Config().Commands, item.left(2));
+    const QString text = shownValue(item);
+    if (record > 0) {
+        const core::CommandRec& rec = Config().Commands.at(record);
+        if (rec.IsInteger || rec.IsRange)
+            if (const std::optional<double> n = numberOf(text)) return *n;
+    }
+    return text;
+}
+
+int diffJob(const QByteArray& fileBytes) {
+    const QList<std::pair<QString, Saved>> file = settingsOf(fileBytes);
+    // The device's side is read as Save reads it, into a file of the job's own.
+    QTemporaryDir scratch(QDir(platform::JobFolder()).filePath(QStringLiteral("diff-XXXXXX")));
+    if (!scratch.isValid())
+        return rep().fail(kFileError, QStringLiteral("could not make a folder in ") + platform::JobFolder());
+    const QString devicePath = scratch.filePath(QStringLiteral("Settings.txt"));
     ui::RefreshPanels(7);
-    ui::cmdSave_Click();
+    ui::SaveSettingsTo(devicePath);
     const int outcome = JobOutcome();
     if (outcome != kDone) return outcome;
-    const QMap<QString, QString> device = settingsOf(readAll(standIn.path(), &ok));
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + standIn.path());
-    QStringList keys = file.keys();
-    for (const QString& k : device.keys())
-        if (!file.contains(k)) keys << k;
-    int differing = 0;
-    for (const QString& k : keys) {
-        const QString f = file.value(k), d = device.value(k);
-        if (f == d) continue;
-        ++differing;
-        rep().result(k + QStringLiteral(": file ") + (file.contains(k) ? f : QStringLiteral("-")) +
-                         QStringLiteral(", device ") +
-                         (device.contains(k) ? d : QStringLiteral("-")),
-                     {{QStringLiteral("setting"), k},
-                      {QStringLiteral("file"), file.contains(k) ? QJsonValue(f) : QJsonValue()},
-                      {QStringLiteral("device"), device.contains(k) ? QJsonValue(d) : QJsonValue()}});
+    bool ok = false;
+    const QList<std::pair<QString, Saved>> device = settingsOf(readAll(devicePath, &ok));
+    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + devicePath);
+    QMap<QString, Saved> onDevice, inFile;
+    QList<std::pair<QString, Saved>> all = file;
+    for (const auto& [k, v] : file) inFile.insert(k, v);
+    for (const auto& [k, v] : device) {
+        if (!inFile.contains(k)) all.append({k, v});
+        onDevice.insert(k, v);
     }
-    if (differing == 0 && !o.json && !o.quiet)
-        rep().note(QStringLiteral("no setting differs"));
-    return kDone;
+    int differing = 0;
+    for (const auto& [key, saved] : all) {
+        const bool f = inFile.contains(key), d = onDevice.contains(key);
+        const QString fi = f ? inFile.value(key).item : QString();
+        const QString di = d ? onDevice.value(key).item : QString();
+        if (f && d && fi == di) continue;
+        ++differing;
+        QJsonObject fields{{QStringLiteral("setting"), saved.parameter},
+                           {QStringLiteral("state"), saved.state.isEmpty() ? QJsonValue() : QJsonValue(saved.state)},
+                           {QStringLiteral("file"), f ? jsonValue(fi) : QJsonValue()},
+                           {QStringLiteral("device"), d ? jsonValue(di) : QJsonValue()},
+                           {QStringLiteral("fileCode"), f ? QJsonValue(fi) : QJsonValue()},
+                           {QStringLiteral("deviceCode"), d ? QJsonValue(di) : QJsonValue()}};
+        rep().result(key + QStringLiteral(": file ") + (f ? shownValue(fi) : QStringLiteral("-")) +
+                         QStringLiteral(", device ") + (d ? shownValue(di) : QStringLiteral("-")),
+                     fields);
+    }
+    if (differing == 0) {
+        // "Nothing differs" is a result too, on standard output.
+        rep().result(QStringLiteral("no setting differs"),
+                     {{QStringLiteral("differing"), 0}, {QStringLiteral("compared"), int(all.size())}});
+        return kDone;
+    }
+    return kDiffers;
 }
 
 } // namespace
@@ -293,8 +345,8 @@ int diffJob(const Options& o) {
 int JobOutcome() {
     const QString alert = App().AlertText.simplified();
     if (!alert.isEmpty()) return rep().fail(kDeviceFailed, alert);
-    for (const QString& told : Stopped().told)
-        if (told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
+    for (const QString& each : Stopped().told)
+        if (const QString told = withoutBreakpoint(each); told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
             told.startsWith(QLatin1String("Critical Situation")))
             return rep().fail(kDeviceFailed, told);
     return kDone;
@@ -314,6 +366,15 @@ int RunCommand(const Options& o) {
     if (c == QLatin1String("info") && !o.words.isEmpty())
         return rep().fail(kUsage, QStringLiteral("info takes no words"));
     if (c == QLatin1String("load")) return LoadJob(o);
+    // A file the job reads is checked before the device is touched.
+    std::optional<QByteArray> file;
+    QString in;
+    if (c == QLatin1String("restore") || c == QLatin1String("diff")) {
+        in = o.words.value(0, defaultSettingsFile());
+        int code = kDone;
+        file = settingsFileOf(in, &code);
+        if (!file) return code;
+    }
     const int connected = Connect();
     if (connected != kDone) return connected;
     App().AlertText.clear();
@@ -322,8 +383,8 @@ int RunCommand(const Options& o) {
     if (c == QLatin1String("get")) return getJob(o);
     if (c == QLatin1String("set")) return setJob(o);
     if (c == QLatin1String("save")) return saveJob(o);
-    if (c == QLatin1String("restore")) return restoreJob(o);
-    if (c == QLatin1String("diff")) return diffJob(o);
+    if (c == QLatin1String("restore")) return restoreJob(in);
+    if (c == QLatin1String("diff")) return diffJob(*file);
     if (c == QLatin1String("console")) return ConsoleJob(o);
     return rep().fail(kUsage, QStringLiteral("unknown command ") + c);
 }

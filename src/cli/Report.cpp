@@ -1,5 +1,6 @@
 #include "cli/Report.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <cstdio>
 
@@ -17,6 +18,12 @@ void Err(const QString& text) {
     std::fflush(stderr);
 }
 
+QString JsonLine(QJsonObject fields) {
+    fields.insert(QStringLiteral("schema"), kJsonSchema);
+    return QString::fromUtf8(QJsonDocument(fields).toJson(QJsonDocument::Compact)) +
+           QLatin1Char('\n');
+}
+
 Report& Report::instance() {
     static Report r;
     return r;
@@ -30,8 +37,7 @@ void Report::result(const QString& text, QJsonObject fields) {
     if (m_opts.json) {
         fields.insert(QStringLiteral("command"), m_opts.command);
         if (!m_port.isEmpty()) fields.insert(QStringLiteral("port"), m_port);
-        Out(QString::fromUtf8(QJsonDocument(fields).toJson(QJsonDocument::Compact)) +
-            QLatin1Char('\n'));
+        Out(JsonLine(fields));
         return;
     }
     // Several ports: each line says which device it came from.
@@ -49,8 +55,9 @@ int Report::fail(int code, const QString& text) {
                       {QStringLiteral("error"), text},
                       {QStringLiteral("exit"), code}};
         if (!m_port.isEmpty()) o.insert(QStringLiteral("port"), m_port);
-        Out(QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact)) +
-            QLatin1Char('\n'));
+        if (!m_failed.isEmpty()) o.insert(QStringLiteral("failed"), QJsonArray::fromStringList(m_failed));
+        m_failed.clear();
+        Out(JsonLine(o));
     }
     return code;
 }

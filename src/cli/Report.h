@@ -6,6 +6,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 
 namespace telvo::cli {
 
@@ -26,13 +27,21 @@ public:
     // A remark on standard error for a person (none with --quiet).
     void note(const QString& text);
     void keep(int code);
+    // The settings a failure names (a restore's refused ones): listed in the failure's JSON.
+    void failedSettings(const QStringList& names) { m_failed = names; }
     int exitCode() const { return m_exit; }
 
 private:
     Options m_opts;
     QString m_port;
     int m_exit = kDone;
+    QStringList m_failed;
 };
+
+// The version of the JSON objects' form (docs/cli-json.md); every object carries it.
+constexpr int kJsonSchema = 1;
+// One JSON object as a line of standard output, with its "schema".
+QString JsonLine(QJsonObject fields);
 
 // Writes to standard output / error at once (the run may end by a signal).
 void Out(const QString& text);

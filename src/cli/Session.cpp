@@ -19,6 +19,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace telvo::cli {
@@ -41,9 +42,27 @@ QString UsePort(const QString& port) {
     return QStringLiteral("COM1");
 }
 
+QString PortFolderName(const QString& port) {
+    QString name = port;
+    // A device's other names (/dev/serial/by-id/...) share its folder and its lock.
+    const QFileInfo file(port);
+    if (port.startsWith(QLatin1Char('/')) && file.exists()) name = file.canonicalFilePath();
+    static const QRegularExpression other(QStringLiteral("[^A-Za-z0-9.-]+"));
+    name.replace(other, QStringLiteral("_"));
+    while (name.startsWith(QLatin1Char('_'))) name.remove(0, 1);
+    return name.isEmpty() ? QStringLiteral("port") : name;
+}
+
 int PrepareRun(const Options& o, const QString& com) {
     App().DebuggerMode = false;
     Config().StateSettings = {core::StateSettingRow()};
+    // A read leaves the device as found: no power-up unless asked, the selectors put back as read.
+    // A job that changes the device anyway powers it up as the windows do.
+    static const QStringList reads{QStringLiteral("info"), QStringLiteral("get"),
+                                   QStringLiteral("save"), QStringLiteral("diff"),
+                                   QStringLiteral("ports")};
+    G().driver.PowerUpAllowed = o.powerOn || !reads.contains(o.command);
+    G().settings.ExactPutBack = true;
     if (!QFile::exists(ui::IniFilePath()))
         return Report::instance().fail(kFileError, QStringLiteral("no Telvo.ini in ") +
                                                        platform::AppPath());
@@ -70,20 +89,93 @@ void PrepareDeviceTables() {
     ui::BuildPanels();
 }
 
+namespace {
+
+// The last remark the port's backend logged about `address` ("COM1: ADDRESS: Host not found").
+QString loggedNote(const QString& address) {
+    QFile log(ui::LogFilePath());
+    if (!log.open(QIODevice::ReadOnly)) return QString();
+    const QString mark = address + QStringLiteral(": ");
+    QString found;
+    for (const QString& line : QString::fromUtf8(log.readAll()).split(QStringLiteral("\r\n")))
+        if (const qsizetype at = line.indexOf(mark); at >= 0) found = line.mid(at + mark.size());
+    return found;
+}
+
+// Why one port tried gave no device, in the words a user can act on.
+QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
+    const int com = int(core::Val(core::Mid(t.port, 4)));
+    const platform::PortTarget target = platform::PortMap::instance().resolve(com);
+    // A device file that is not there resolves to nothing: the name given for it is in the map.
+    const QStringList entries = platform::PortMap::instance().ports();
+    const QString name = !target.path.isEmpty()             ? target.path
+                         : com >= 1 && com <= entries.size() ? entries.at(com - 1)
+                                                             : t.port;
+    if (t.openError != 0) {
+        if (target.kind == platform::PortTarget::Network) {
+            const QString text = (t.openText + QLatin1Char(' ') + loggedNote(name)).toLower();
+            if (text.contains(QLatin1String("not found")))
+                return name + QStringLiteral(": host not found");
+            if (text.contains(QLatin1String("refused")))
+                return name + QStringLiteral(": connection refused (nothing listens there)");
+            if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")) ||
+                text.contains(QLatin1String("no connection within")))
+                return name + QStringLiteral(": connection timed out");
+            return name + QStringLiteral(": ") + t.openText;
+        }
+        if (target.kind == platform::PortTarget::Missing || !QFileInfo::exists(target.path))
+            return name + QStringLiteral(": the device file does not exist");
+        if (t.openError == 8010) {
+            if (!QFileInfo(target.path).isReadable() || !QFileInfo(target.path).isWritable())
+                return name + QStringLiteral(": permission denied; add your user to the dialout "
+                                             "group (sudo usermod -aG dialout $USER, then log in again)");
+            return name + QStringLiteral(": busy (another program has it open)");
+        }
+        return name + QStringLiteral(": ") + t.openText;
+    }
+    if (t.silentAt.isEmpty()) return name + QStringLiteral(": opened, but not asked");
+    QString text = name + QStringLiteral(": opened, but silent at ") +
+                   t.silentAt.join(QStringLiteral(", ")) + QStringLiteral(" baud");
+    if (!rateGiven.isEmpty() && t.silentAt == QStringList{rateGiven}) {
+        // A rate was given: the others are asked (queries only) to tell a wrong rate from a
+        // silent device.
+        ui::SCL& s = ui::scl();
+        if (ui::TryOpenPort(t.port)) {
+            const QString other = ui::ProbeRates(t.port, 1, s.lstRate->count() - 1);
+            if (!other.isEmpty())
+                return name + QStringLiteral(": answered at ") + other +
+                       QStringLiteral(" baud, not at the ") + rateGiven + QStringLiteral(" given");
+        }
+    }
+    return text;
+}
+
+} // namespace
+
 int Connect() {
     core::ConfigTables& c = Config();
     if (c.NoDeviceMode)
         return Report::instance().fail(
             kNoDevice, QStringLiteral("Telvo.ini says there is no device (IR generator only)"));
     PrepareDeviceTables();
-    if (!ui::ConnectDevice() || App().NoDeviceFound) {
-        // A device too far away says how far, rather than nothing.
-        const QString tooFar = ui::LatencyBeyondReach();
-        return Report::instance().fail(kNoDevice, QStringLiteral("no device found") +
-                                                      (tooFar.isEmpty() ? QString()
-                                                                        : QStringLiteral(": ") + tooFar));
-    }
-    return kDone;
+    if (ui::ConnectDevice() && !App().NoDeviceFound) return kDone;
+    if (Link().PowerState == QLatin1String("STANDBY") && !G().driver.PowerUpAllowed)
+        return Report::instance().fail(
+            kNoDevice, QStringLiteral("the device is in standby: give --power-on to power it up"));
+    if (QFile::exists(platform::JobFile(QStringLiteral("RestartLoader.txt"))))
+        return Report::instance().fail(
+            kDeviceFailed,
+            QStringLiteral("no answer: the device is in its boot loader: run `telvo-cli load --resume`"));
+    // A device too far away says how far, rather than nothing.
+    const QString tooFar = ui::LatencyBeyondReach();
+    if (!tooFar.isEmpty())
+        return Report::instance().fail(kNoDevice, QStringLiteral("no device found: ") + tooFar);
+    const QList<ui::DriverGlobals::PortTry> tried = G().driver.Tried;
+    QStringList why;
+    for (const ui::DriverGlobals::PortTry& t : tried) why << whyNot(t, c.BaudName);
+    if (why.isEmpty()) why << QStringLiteral("no port to try");
+    return Report::instance().fail(kNoDevice, QStringLiteral("no device found: ") +
+                                                  why.join(QStringLiteral("; ")));
 }
 
 int RunJob(const Options& o, const QString& port) {

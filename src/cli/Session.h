@@ -12,6 +12,9 @@ namespace telvo::cli {
 // Empty `port`: the ports of TELVO_PORTS / the platform and Telvo.ini's Port, as the program.
 QString UsePort(const QString& port);
 
+// The name of a port's own folder ("COM2", "dev_ttyUSB0", "rfc2217_host_4001").
+QString PortFolderName(const QString& port);
+
 // Reads Telvo.ini and sets the hidden windows up as the start-up does; a code on failure.
 int PrepareRun(const Options& o, const QString& com);
 // The start-up's steps between the preferences and the connection: ports, model and firmware,

@@ -77,12 +77,12 @@ qint16 BuildFileList(bool multiple) {
     }
     if (list.isEmpty()) return -2;
 
-    QFile::remove(platform::AppFile(QStringLiteral("FileList.frl")));
-    QSaveFile out(platform::AppFile(QStringLiteral("filelist.frl")));
+    QFile::remove(platform::JobFile(QStringLiteral("FileList.frl")));
+    QSaveFile out(platform::JobFile(QStringLiteral("filelist.frl")));
     if (!out.open(QIODevice::WriteOnly) || out.write(core::FormatFileList(list)) < 0 ||
         !out.commit()) {
         platform::MessageBox(QStringLiteral("BuildFileList error opening file ") + crlf() +
-                             platform::AppPath() + QStringLiteral("\\filelist.frl") + crlf() +
+                             platform::JobFolder() + QStringLiteral("\\filelist.frl") + crlf() +
                              out.errorString());
         return -2;
     }
@@ -100,7 +100,7 @@ void cmdSaveFileList_Click() {
     const QString target =
         SelectFirmwareFile(Config().FirmwareDir, QStringLiteral("Save File As..."), 2);
     if (target.isEmpty()) return;
-    const QString working = platform::AppFile(QStringLiteral("Filelist.frl"));
+    const QString working = platform::JobFile(QStringLiteral("Filelist.frl"));
     if (!QFile::exists(working)) {
         ShowAlert(QStringLiteral("There is no current file list to save"));
         return;

@@ -46,12 +46,12 @@ void buttonsBack() {
     l.SetStartColor(LDR::kLightGreen);
 }
 
-QString restartPath() { return platform::AppFile(QStringLiteral("RestartLoader.txt")); }
+QString restartPath() { return platform::JobFile(QStringLiteral("RestartLoader.txt")); }
 
 // The load's own copy of the settings it saved: the restore after the load (or after its
 // resumption at a later start) reads only this, never a Settings.txt another save wrote since.
 bool keepLoadSettings() {
-    QFile from(platform::AppFile(QStringLiteral("Settings.txt")));
+    QFile from(platform::JobFile(QStringLiteral("Settings.txt")));
     QSaveFile to(LoadSettingsPath());
     return from.open(QIODevice::ReadOnly) && to.open(QIODevice::WriteOnly) &&
            to.write(from.readAll()) >= 0 && to.commit();
@@ -67,7 +67,7 @@ bool offerLoadAgain(const core::RestartRecord& load) {
     FirmwareGlobals& fw = FW();
     SCL& s = scl();
     if (fw.LoadingAgain || s.chkSim->isChecked() || s.chkNoFWupdate->isChecked()) return false;
-    QFile list(platform::AppFile(QStringLiteral("FileList.frl")));
+    QFile list(platform::JobFile(QStringLiteral("FileList.frl")));
     if (!list.open(QIODevice::ReadOnly) || core::ParseFileList(list.readAll()).isEmpty()) return false;
     LogLine(model() + QStringLiteral(" not found after the load: asking whether it shows 'Load frk File now.'"));
     if (platform::MessageBox(QStringLiteral("The ") + model() + QStringLiteral(" was not found after the load.") +
@@ -106,7 +106,7 @@ bool offerLoadAgain(const core::RestartRecord& load) {
 
 } // namespace
 
-QString LoadSettingsPath() { return platform::AppFile(QStringLiteral("LoadSettings.txt")); }
+QString LoadSettingsPath() { return platform::JobFile(QStringLiteral("LoadSettings.txt")); }
 
 bool WriteRestartFile(qint16 index, QString* error) {
     SCL& s = scl();
@@ -244,7 +244,7 @@ qint16 LoadTheFiles(bool restart) {
     SetCaption(l.cmdStart, QStringLiteral("Abort"));
     l.SetStartColor(LDR::kRed);
 
-    QFile listFile(platform::AppFile(QStringLiteral("FileList.frl")));
+    QFile listFile(platform::JobFile(QStringLiteral("FileList.frl")));
     if (!listFile.open(QIODevice::ReadOnly)) {
         ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening file 'FileList.frl' ") +
                      listFile.errorString());

@@ -147,10 +147,10 @@ void RS_cmdReStart_Click() {
     QString line;
     if (w.Check1->isChecked()) {
         LogLine(QStringLiteral("Using Restart file to restart the loader"));
-        QFile f(platform::AppFile(QStringLiteral("RestartLoader.txt")));
+        QFile f(platform::JobFile(QStringLiteral("RestartLoader.txt")));
         if (!f.open(QIODevice::ReadOnly)) {
             platform::MessageBox(QStringLiteral("Restart Command1:Error opening file for input") +
-                                 QStringLiteral("\r\n") + platform::AppPath() +
+                                 QStringLiteral("\r\n") + platform::JobFolder() +
                                  QStringLiteral("\\RestartLoader.txt") + QStringLiteral("\r\n") +
                                  f.errorString());
             return;
@@ -192,7 +192,7 @@ void RS_cmdReStart_Click() {
 }
 
 void RS_cmdCancel_Click() {
-    QFile::remove(platform::AppFile(QStringLiteral("RestartLoader.txt")));
+    QFile::remove(platform::JobFile(QStringLiteral("RestartLoader.txt")));
     rs().hide();
 }
 

@@ -203,7 +203,7 @@ void IRG::cmdGenAll_Click() {
     std::unique_ptr<QFile> file1, file2;
     if (kind == kKindCcf) {
         ccfName = name;
-        name = platform::AppFile(QStringLiteral("Temp$$.hex"));
+        name = platform::JobFile(QStringLiteral("Temp$$.hex"));
         file2 = openForOutput(ccfName.left(ccfName.size() - 4) + QStringLiteral(".txt"));
     }
     file1 = openForOutput(name);

@@ -590,7 +590,7 @@ void IRG::cmdSaveAs_Click() {
 }
 
 void IRG::quit_Click() {
-    QFile::remove(platform::AppFile(QStringLiteral("Temp$$.hex")));
+    QFile::remove(platform::JobFile(QStringLiteral("Temp$$.hex")));
     if (quit->text() == QLatin1String("Done")) {
         hide();
         return;

@@ -231,6 +231,7 @@ bool TryOpenPort(const QString& port) {
     P1->setCommPort(int(Val(core::Mid(port, 4))));
     P1->setHandshaking(2);
     P1->setPortOpen(true);
+    G().driver.Tried.append({port, P1->ErrNumber(), P1->ErrDescription(), {}});
     if (P1->ErrNumber() == 0) {
         // Which device file a COM number is, for whoever reads the log after a search.
         const QString device = platform::PortMap::instance().describe(P1->CommPort());
@@ -270,6 +271,7 @@ QString ProbeRates(const QString& port, int first, int last) {
             LogLine(QStringLiteral("Port ") + port + QStringLiteral(" @ ") + rate +
                     QStringLiteral(": ") + e.description());
         }
+        if (!answered && !G().driver.Tried.isEmpty()) G().driver.Tried.last().silentAt << rate;
         if (answered) {
             P1->setWriteTimeout(kept);
             P1->setPortOpen(false);
@@ -288,7 +290,7 @@ QString ProbeRates(const QString& port, int first, int last) {
 void PowerUp() {
     core::LinkState& l = Link();
     WriteLogFile(QStringLiteral("Starting Subroutine PowerUp"));
-    if (l.PowerState != QLatin1String("STANDBY"))
+    if (l.PowerState != QLatin1String("STANDBY") || !G().driver.PowerUpAllowed)
         return;
     for (int i = 0; i < 5 && l.PowerState != QLatin1String("ON"); ++i) {
         ShowStatus(QStringLiteral("Sending command to Power up Gorda"));
@@ -338,6 +340,7 @@ bool ConnectDevice() {
         EnableControls(QStringLiteral("OPEN SUPPORT IR END"));
     } else {
         l.PowerState.clear();
+        G().driver.Tried.clear();
         if (!FindDevice(G().driver.ProbeMode)) {
             // A device too far away answers late: the alert says how late, so that nobody
             // takes it for a device without firmware.
@@ -361,7 +364,8 @@ bool ConnectDevice() {
             s.SetTitle();
             PowerUp();
             if (l.PowerState != QLatin1String("ON")) {
-                ShowAlert(QStringLiteral("Could not Power up the ") + model());
+                if (G().driver.PowerUpAllowed)
+                    ShowAlert(QStringLiteral("Could not Power up the ") + model());
                 l.PowerState = QStringLiteral("STANDBY");
                 SetState(QStringLiteral("Standby"));
                 ldr().ResetIdle();

@@ -57,6 +57,19 @@ QString FindFileNoCase(const QString& folder, const QString& name) {
 
 QString AppFile(const QString& name) { return FindFileNoCase(AppPath(), name); }
 
+namespace {
+QString& jobFolder() {
+    static QString folder;
+    return folder;
+}
+} // namespace
+
+void SetJobFolder(const QString& folder) { jobFolder() = folder; }
+
+QString JobFolder() { return jobFolder().isEmpty() ? AppPath() : jobFolder(); }
+
+QString JobFile(const QString& name) { return FindFileNoCase(JobFolder(), name); }
+
 QString NativePath(const QString& path) {
     QString p = path;
 #ifndef Q_OS_WIN

@@ -4,6 +4,7 @@
 
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/config/CommandRec.h"
 #include "core/settings/Panels.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
@@ -172,9 +173,51 @@ void RefreshPanels(int mask) {
     s.lblWait->hide();
 }
 
+namespace {
+
+// The selectors in the order the exact put-back sets them: the preset first, while the input
+// the save ended on is selected, so that its recall never lands on the input that was found.
+const QStringList& selectorCodes() {
+    static const QStringList codes{QStringLiteral("E1"), QStringLiteral("4C"),
+                                   QStringLiteral("E0"), QStringLiteral("60")};
+    return codes;
+}
+
+bool hasRecord(const QString& code) { return core::FindCommandByCode(Config().Commands, code) > 0; }
+
+QString readSelector(const QString& code) {
+    QueryDevice(code);
+    return replyValue();
+}
+
+// Each selector the job moved goes back to what was read, and is read again to prove it.
+void putBackExactly() {
+    const SettingsGlobals& g = G().settings;
+    const QStringList& codes = selectorCodes();
+    for (int i = 0; i < codes.size() && i < g.KeptSelection.size(); ++i) {
+        const QString& code = codes.at(i);
+        const QString& kept = g.KeptSelection.at(i);
+        if (kept.isEmpty() || readSelector(code) == kept) continue;
+        SetDevice(code, kept);
+        if (readSelector(code) != kept) {
+            const int record = core::FindCommandByCode(Config().Commands, code);
+            ShowAlert(QStringLiteral("Could not put back the ") +
+                      Config().Commands.at(record).Name + QStringLiteral(" ") + kept);
+        }
+    }
+}
+
+} // namespace
+
 void SaveViewState() {
     SCL& s = scl();
     SettingsGlobals& g = G().settings;
+    if (g.ExactPutBack) {
+        g.KeptSelection.clear();
+        for (const QString& code : selectorCodes())
+            g.KeptSelection << (hasRecord(code) ? readSelector(code) : QString());
+        return;
+    }
     g.KeptTab = qint16(s.SSTab1->currentIndex());
     g.KeptPreset = qint16(s.lstPreset->currentRow());
     g.KeptDigital = s.optDigital->isChecked() ? -1 : 0;
@@ -183,6 +226,10 @@ void SaveViewState() {
 void RestoreViewState() {
     SCL& s = scl();
     SettingsGlobals& g = G().settings;
+    if (g.ExactPutBack) {
+        putBackExactly();
+        return;
+    }
     g.SuppressTab = true;
     g.SuppressOutput = true;
     const auto back = qScopeGuard([&g] {

@@ -29,7 +29,7 @@ namespace {
 
 QString model() { return scl().DeviceModel->text(); }
 
-QString settingsPath() { return platform::AppFile(QStringLiteral("Settings.txt")); }
+QString settingsPath() { return platform::JobFile(QStringLiteral("Settings.txt")); }
 
 QString queryBody(const QString& cmd) { return cmd + NUL(); }
 QString setBody(const QString& cmd, const QString& value) { return cmd + NUL() + value + NUL(); }
@@ -50,7 +50,9 @@ bool askAfterBeeps(const QString& text) {
 
 } // namespace
 
-bool SaveSettings() {
+bool SaveSettings() { return SaveSettingsTo(settingsPath()); }
+
+bool SaveSettingsTo(const QString& path) {
     SCL& s = scl();
     const QList<core::StateSettingRow>& rows = Config().StateSettings;
     if (core::TableRows(rows) == 0) {
@@ -60,7 +62,7 @@ bool SaveSettings() {
         return false;
     }
     SaveViewState();
-    QSaveFile file(settingsPath());
+    QSaveFile file(path);
     file.open(QIODevice::WriteOnly);
     bool cancelled = false;
     for (int r = 1; r < rows.size() && !cancelled; ++r) {
@@ -114,7 +116,7 @@ bool SaveSettings() {
         // After a failure the user hears of the failure and of nothing else.
         whole = file.flush() && file.commit();
         if (!whole)
-            ShowAlert(QStringLiteral("Could not write ") + settingsPath() + QStringLiteral(": ") +
+            ShowAlert(QStringLiteral("Could not write ") + path + QStringLiteral(": ") +
                       file.errorString());
         else
             Breakpoint(QStringLiteral("All settings have been saved from the ") + model());

@@ -7,6 +7,8 @@ namespace telvo::ui {
 
 // True when the save ended whole: every row read and Settings.txt replaced.
 bool SaveSettings();
+// The same save into another file, written beside it and renamed into place when whole.
+bool SaveSettingsTo(const QString& path);
 void RestoreSettings();
 // The same restore from another file of the same format (a load's own copy).
 // True when every line of the file went back (none cancelled).

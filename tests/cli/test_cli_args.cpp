@@ -28,6 +28,14 @@ TEST(CliArgs, CommonOptionsAnywhereAndPortsInOrder) {
     EXPECT_TRUE(o.json && o.quiet && o.yes);
 }
 
+TEST(CliArgs, PowerOnAndNoWaitAreOffUnlessGiven) {
+    const Options plain = parse({QStringLiteral("info")});
+    EXPECT_FALSE(plain.powerOn || plain.noWait);
+    const Options o = parse({QStringLiteral("--power-on"), QStringLiteral("info"), QStringLiteral("--no-wait")});
+    EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
+    EXPECT_TRUE(o.powerOn && o.noWait);
+}
+
 TEST(CliArgs, CommandFlagsBelongToTheirCommand) {
     EXPECT_TRUE(parse({QStringLiteral("ports"), QStringLiteral("--probe")}).probe);
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--probe")}).error,
@@ -70,11 +78,15 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
           "       2    usage: a word or option the command does not take\n",
           "       3    no device found\n", "       4    a file could not be read or written\n",
           "       5    stopped at a prompt (give --yes to answer Continue/Yes/OK)\n",
-          "       130  interrupted (Ctrl-C)\n",
+          "       6    diff: settings differ (0 when equal)\n",
+          "       7    another job holds the port (--no-wait)\n",
+          "       129  hung up (SIGHUP)\n", "       130  interrupted (Ctrl-C)\n",
+          "       143  terminated (SIGTERM)\n",
           "       With several --port options the exit status is the worst of the ports.\n"})
         EXPECT_TRUE(help.contains(QLatin1String(line))) << line;
     for (const char* option : {"--port COMn|PATH", "--baud RATE", "--home DIR", "--json",
-                               "--quiet", "--yes", "--trace FILE", "--help", "--version"})
+                               "--quiet", "--yes", "--trace FILE", "--power-on", "--no-wait",
+                               "--help", "--version"})
         EXPECT_TRUE(help.contains(QStringLiteral("       ") + QLatin1String(option))) << option;
     // A terminal of 80 columns shows every line whole.
     for (const QString& line : help.split(QLatin1Char('\n')))

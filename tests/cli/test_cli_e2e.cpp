@@ -3,8 +3,7 @@
 
 #include "support/Fixture.h"
 
-#include "CliRun.h"
-#include "link/SimProcess.h"
+#include "CliFixture.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -17,72 +16,6 @@ using namespace telvo;
 using namespace telvo::test;
 
 namespace {
-
-class CliEndToEnd : public RunFixture {
-protected:
-    void SetUp() override {
-        RunFixture::SetUp();
-        if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
-            GTEST_SKIP() << "vorix-sim or telvo-cli not built";
-        writeIni({});
-    }
-    void TearDown() override {
-        RunFixture::TearDown();
-        m_sims.clear();
-        m_empty.clear();
-    }
-    // The sample Telvo.ini with `system` lines added to its [SYSTEM] section (replacing theirs).
-    void writeIni(QStringList system) {
-        // A reply may be slow on a busy machine.
-        if (!system.join(QLatin1Char('\n')).contains(QLatin1String("Time Out")))
-            system << QStringLiteral("Time Out = 1500");
-        QByteArray out;
-        for (QByteArray line : sampleIni().split('\n')) {
-            if (line.endsWith('\r')) line.chop(1);
-            const QString key = QString::fromLatin1(line.left(line.indexOf('=')))
-                                    .remove(QLatin1Char(' '))
-                                    .toUpper();
-            bool replaced = false;
-            for (const QString& s : system)
-                if (line.contains('=') &&
-                    s.left(s.indexOf(QLatin1Char('='))).remove(QLatin1Char(' ')).toUpper() == key)
-                    replaced = true;
-            if (replaced) continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]")
-                for (const QString& l : system) out += l.toLatin1() + "\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
-    }
-    SimProcess& sim(const QString& name, const QStringList& options = {}) {
-        QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
-        args << options;
-        m_sims.push_back(std::make_unique<SimProcess>(home(), name, args));
-        return *m_sims.back();
-    }
-    QString emptyPort() {
-        m_empty.push_back(std::make_unique<EmptyPty>());
-        return m_empty.back()->path();
-    }
-    CliResult cli(const QStringList& args) { return RunCli(home(), args); }
-    CliResult on(SimProcess& dev, const QStringList& args) {
-        return cli(QStringList{QStringLiteral("--port"), dev.path()} + args);
-    }
-    bool traceHas(SimProcess& p, const QString& text) {
-        for (const QString& l : p.trace())
-            if (l.contains(text)) return true;
-        return false;
-    }
-    QStringList hostFrames(SimProcess& dev) {
-        QStringList out;
-        for (const QString& f : dev.frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
-        return out;
-    }
-
-    std::vector<std::unique_ptr<SimProcess>> m_sims;
-    std::vector<std::unique_ptr<EmptyPty>> m_empty;
-};
 
 TEST_F(CliEndToEnd, InfoTellsTheDeviceAndItsJsonParsesBack) {
     SimProcess& dev = sim(QStringLiteral("dev"));
@@ -109,7 +42,8 @@ TEST_F(CliEndToEnd, InfoTellsTheDeviceAndItsJsonParsesBack) {
     EXPECT_EQ(o.value(QStringLiteral("firmware")).toString(), QStringLiteral("1.24"));
     EXPECT_EQ(o.value(QStringLiteral("com")).toString(), QStringLiteral("COM1"));
     EXPECT_EQ(o.value(QStringLiteral("device")).toString(), dev.path());
-    EXPECT_EQ(o.value(QStringLiteral("speed")).toString(), QStringLiteral("19200"));
+    EXPECT_EQ(o.value(QStringLiteral("speed")), QJsonValue(19200));
+    EXPECT_EQ(o.value(QStringLiteral("schema")), QJsonValue(1));
     EXPECT_EQ(o.value(QStringLiteral("state")).toString(), QStringLiteral("Powered"));
     // The connection as the start-up makes it: the power query first.
     EXPECT_EQ(hostFrames(dev).value(0), QStringLiteral("(STX)2003A1(NUL)(ETX)"));
@@ -132,7 +66,8 @@ TEST_F(CliEndToEnd, SetSendsThroughTheChooserAndPrintsWhatTheDeviceAnswers) {
     ASSERT_EQ(g.exit, 0);
     ASSERT_EQ(g.objects().size(), 2);
     EXPECT_EQ(g.objects().at(0).value(QStringLiteral("name")).toString(), QStringLiteral("Red Gain"));
-    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("value")).toString(), QStringLiteral("1.50"));
+    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("value")), QJsonValue(1.5));
+    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("text")).toString(), QStringLiteral("1.50"));
     EXPECT_EQ(g.objects().at(1).value(QStringLiteral("value")).toString(), QStringLiteral("Medium"));
     // A list value by its number is the same choice.
     const CliResult n = on(dev, {QStringLiteral("set"), QStringLiteral("Input=3")});
@@ -220,11 +155,11 @@ TEST_F(CliEndToEnd, TwoDevicesOnTwoPortsInOneRunAndTheWorstExitCode) {
     const QList<QJsonObject> o = r.objects();
     ASSERT_EQ(o.size(), 3);
     EXPECT_EQ(o.at(0).value(QStringLiteral("port")).toString(), a.path());
-    EXPECT_EQ(o.at(0).value(QStringLiteral("value")).toString(), QStringLiteral("40"));
+    EXPECT_EQ(o.at(0).value(QStringLiteral("value")), QJsonValue(40));
     EXPECT_EQ(o.at(1).value(QStringLiteral("port")).toString(), none);
     EXPECT_EQ(o.at(1).value(QStringLiteral("exit")).toInt(), 3);
     EXPECT_EQ(o.at(2).value(QStringLiteral("port")).toString(), b.path());
-    EXPECT_EQ(o.at(2).value(QStringLiteral("value")).toString(), QStringLiteral("40"));
+    EXPECT_EQ(o.at(2).value(QStringLiteral("value")), QJsonValue(40));
     for (SimProcess* dev : {&a, &b})
         EXPECT_TRUE(hostFrames(*dev).contains(QStringLiteral("(STX)30066E(NUL)40(NUL)(ETX)")));
     // In text each line names its port.
@@ -244,8 +179,8 @@ TEST_F(CliEndToEnd, TraceCopiesTheLogLinesAndQuietKeepsRemarksOff) {
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     QFile f(trace);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    EXPECT_EQ(f.readAll(), readHomeFile(QStringLiteral("LogFile.txt")));
-    EXPECT_TRUE(readHomeFile(QStringLiteral("LogFile.txt"))
+    EXPECT_EQ(f.readAll(), readFile(portFile(dev, QStringLiteral("LogFile.txt"))));
+    EXPECT_TRUE(readFile(portFile(dev, QStringLiteral("LogFile.txt")))
                     .contains("Gorda Found on COM1 Operating @ 19200 baud"));
     // The breakpoint at the end of the save is a remark: --quiet keeps it off.
     EXPECT_FALSE(r.err.contains("All settings have been saved"));
@@ -258,23 +193,31 @@ TEST_F(CliEndToEnd, SaveDiffAndRestoreRoundTrip) {
     const CliResult saved = on(dev, {QStringLiteral("save"), file});
     ASSERT_EQ(saved.exit, 0) << saved.err.toStdString();
     EXPECT_EQ(saved.lines(), QStringList{QStringLiteral("Saved the settings to ") + file});
-    // The folder's own Settings.txt was not touched by a save elsewhere.
+    // The folders' own Settings.txt were not touched by a save elsewhere.
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("Settings.txt"))));
+    EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("Settings.txt"))));
     const QByteArray bytes = readHomeFile(QStringLiteral("rack-7.txt"));
     EXPECT_TRUE(bytes.contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B10\r\n"));
-    EXPECT_TRUE(on(dev, {QStringLiteral("diff"), file}).out.isEmpty());
+    const CliResult same = on(dev, {QStringLiteral("diff"), file});
+    EXPECT_EQ(same.exit, 0);
+    EXPECT_EQ(same.lines(), QStringList{QStringLiteral("no setting differs")});
     ASSERT_EQ(on(dev, {QStringLiteral("set"), QStringLiteral("Brightness=33")}).exit, 0);
     const CliResult diff = on(dev, {QStringLiteral("--json"), QStringLiteral("diff"), file});
-    ASSERT_EQ(diff.exit, 0);
+    ASSERT_EQ(diff.exit, 6);
     ASSERT_EQ(diff.objects().size(), 1);
-    EXPECT_EQ(diff.objects().first().value(QStringLiteral("setting")).toString(),
-              QStringLiteral("Input Video 1 / Brightness"));
-    EXPECT_EQ(diff.objects().first().value(QStringLiteral("file")).toString(), QStringLiteral("B10"));
-    EXPECT_EQ(diff.objects().first().value(QStringLiteral("device")).toString(),
-              QStringLiteral("B133"));
+    const QJsonObject d = diff.objects().first();
+    EXPECT_EQ(d.value(QStringLiteral("setting")).toString(), QStringLiteral("Brightness"));
+    EXPECT_EQ(d.value(QStringLiteral("state")).toString(), QStringLiteral("Input Video 1"));
+    EXPECT_EQ(d.value(QStringLiteral("file")), QJsonValue(0));
+    EXPECT_EQ(d.value(QStringLiteral("device")), QJsonValue(33));
+    EXPECT_EQ(d.value(QStringLiteral("fileCode")).toString(), QStringLiteral("B10"));
+    EXPECT_EQ(d.value(QStringLiteral("deviceCode")).toString(), QStringLiteral("B133"));
+    const CliResult text = on(dev, {QStringLiteral("diff"), file});
+    EXPECT_EQ(text.exit, 6);
+    EXPECT_EQ(text.lines(), QStringList{QStringLiteral("Input Video 1 / Brightness: file 0, device 33")});
     const CliResult restored = on(dev, {QStringLiteral("restore"), file});
     ASSERT_EQ(restored.exit, 0) << restored.err.toStdString();
-    EXPECT_TRUE(on(dev, {QStringLiteral("diff"), file}).out.isEmpty());
+    EXPECT_EQ(on(dev, {QStringLiteral("diff"), file}).exit, 0);
     EXPECT_EQ(on(dev, {QStringLiteral("get"), QStringLiteral("Brightness")}).lines(),
               QStringList{QStringLiteral("Brightness=0")});
 }
@@ -395,27 +338,7 @@ TEST_F(CliEndToEnd, GammaMakeAndExportWriteTheToolsFiles) {
                    homeFile(QStringLiteral("none.gma")), cube}).exit, 4);
 }
 
-class CliLoad : public CliEndToEnd {
-protected:
-    QString image(const QString& name, const QString& version, qint64 size) {
-        QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name),
-                              QStringLiteral("--version"), version, QStringLiteral("--size"),
-                              QString::number(size)});
-        p.waitForFinished(10000);
-        return homeFile(name);
-    }
-    // Waits on a state the other processes reach; false when it never comes.
-    static bool waitFor(const std::function<bool()>& cond, int limitMs = 120000) {
-        QElapsedTimer t;
-        t.start();
-        while (!cond()) {
-            if (t.elapsed() > limitMs) return false;
-            QThread::msleep(20);
-        }
-        return true;
-    }
-};
+using CliLoad = CliEndToEnd;
 
 TEST_F(CliLoad, ImageLoadsAndTheDeviceRunsIt) {
     SimProcess& dev = sim(QStringLiteral("dev"));
@@ -427,7 +350,7 @@ TEST_F(CliLoad, ImageLoadsAndTheDeviceRunsIt) {
     EXPECT_EQ(r.objects().first().value(QStringLiteral("firmware")).toString(),
               QStringLiteral("2.81"));
     EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
-    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
     // Standard error is no terminal here: no bar.
     EXPECT_FALSE(r.err.contains("bytes"));
 }
@@ -469,12 +392,8 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
     ASSERT_TRUE(dev.running());
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.80"), 32000);
     QProcess p;
-    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
     // Interrupted once the device sits in its boot loader with the load under way.
-    ASSERT_TRUE(waitFor([&] {
-        return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))) &&
-               traceHas(dev, QStringLiteral("boot loader at"));
-    }));
+    ASSERT_TRUE(startLoadIntoLoader(p, dev, file));
     ::kill(pid_t(p.processId()), SIGINT);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 130);
@@ -484,7 +403,7 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
                                  "--home ") +
                   home() + QStringLiteral(" --port ") + dev.path() +
                   QStringLiteral(" load --resume\" to finish the load"));
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readFile(portFile(dev, QStringLiteral("RestartLoader.txt"))), QByteArray("COM1,19200,57600,0\r\n"));
     EXPECT_FALSE(traceHas(dev, QStringLiteral("Verify OK")));
 
     const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
@@ -492,7 +411,7 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
     EXPECT_EQ(resumed.lines(),
               QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.80")});
     EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));
-    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
+    EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
 }
 
 } // namespace

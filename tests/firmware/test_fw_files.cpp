@@ -121,4 +121,11 @@ TEST(FaultTexts, AsTheUserReadsThem) {
                   QString(30, ' ') + QStringLiteral("Click 'Continue' to restart transfer"));
 }
 
+TEST(FirmwareImageCheck, AnImageIsNeverEmptyOrText) {
+    EXPECT_EQ(FirmwareImageProblem(QByteArray()), QStringLiteral("it is empty"));
+    EXPECT_EQ(FirmwareImageProblem("this is a text file\r\n\tand more\r\n"), QStringLiteral("it is text"));
+    EXPECT_EQ(FirmwareImageProblem(QByteArray("VXFK\x10\0\0\0", 8)), QString());
+    EXPECT_EQ(FirmwareImageProblem("caf\xc3\xa9"), QString());
+}
+
 } // namespace

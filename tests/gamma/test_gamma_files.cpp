@@ -390,3 +390,22 @@ TEST(GammaExport, CubeLutIsOneDimensionalOver1024Entries) {
             ASSERT_NEAR(v[c].toDouble(), Val(cells.at(i, c)) / 1023.0, 5e-7);
     }
 }
+
+TEST(GammaFileCheck, AFileWithoutItsThreeWholeTablesIsNoGammaFile) {
+    GammaFileHeader h;
+    h.txtGamma = QStringLiteral("2.2");
+    GammaCells cells;
+    for (int c = 0; c < kGammaColors; ++c)
+        for (int i = 0; i < kGammaRows; ++i) cells.at(i, c) = QString::number(i);
+    const QStringList whole = QString::fromUtf8(GammaFileText(h, cells)).split(QStringLiteral("\r\n"));
+    EXPECT_EQ(GammaFileProblem(whole), QString());
+    EXPECT_EQ(GammaFileProblem({QStringLiteral("hello"), QStringLiteral("world")}),
+              QStringLiteral("it has no \"Scalar Gamma=\" line"));
+    QStringList noBlue = whole;
+    noBlue.removeIf([](const QString& l) { return l.startsWith(QLatin1String("BLUE=")); });
+    EXPECT_EQ(GammaFileProblem(noBlue), QStringLiteral("it has no BLUE table"));
+    QStringList shortRed = whole;
+    for (QString& l : shortRed)
+        if (l.startsWith(QLatin1String("RED="))) l = QStringLiteral("RED=1 2 3");
+    EXPECT_EQ(GammaFileProblem(shortRed), QStringLiteral("its RED table holds 3 codes, not 1024"));
+}

@@ -16,6 +16,15 @@ QByteArray FormatFileList(const QStringList& entries) {
 
 QStringList ParseFileList(const QByteArray& bytes) { return SplitTextLines(bytes); }
 
+QString FirmwareImageProblem(const QByteArray& head) {
+    if (head.isEmpty()) return QStringLiteral("it is empty");
+    for (const char c : head) {
+        const auto b = static_cast<unsigned char>(c);
+        if ((b < 0x20 && c != '\r' && c != '\n' && c != '\t') || b >= 0x7f) return QString();
+    }
+    return QStringLiteral("it is text");
+}
+
 bool IsFirmwarePath(const QString& path) { return Right(path, 3).toLower() == QLatin1String("frk"); }
 
 QString FolderOfChoice(const QString& path) {

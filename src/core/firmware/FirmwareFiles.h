@@ -17,6 +17,9 @@ QStringList ParseFileList(const QByteArray& bytes);
 // The test that tells a firmware image from a list in multiple selection: the last three
 // characters of the path, lowered.
 bool IsFirmwarePath(const QString& path);
+// Why `head` (a file's first bytes) cannot be a firmware image, or empty: an image is binary, so
+// an empty file or one of text alone is refused before the device is touched.
+QString FirmwareImageProblem(const QByteArray& head);
 // The folder of a chosen path with its closing backslash: everything before the last
 // backslash (or slash), and a lone backslash when there is none.
 QString FolderOfChoice(const QString& path);

@@ -92,6 +92,40 @@ void ReadGammaLines(const QStringList& lines, GammaFileRead& out, GammaCells& ce
     }
 }
 
+QString GammaFileProblem(const QStringList& lines) {
+    std::array<int, kGammaColors> counts{-1, -1, -1};
+    bool gamma = false;
+    for (const QString& line : lines) {
+        QString key;
+        QString value;
+        if (!splitKey(line, key, value)) continue;
+        if (SameText(key, QStringLiteral("Gamma")) || SameText(key, QStringLiteral("Scalar Gamma")))
+            gamma = true;
+        const int c = colorOfKey(key, QString());
+        if (c < 0) continue;
+        counts.at(size_t(c)) = 0;
+        for (const QString& token : blankTokens(value)) {
+            bool number = false;
+            token.toDouble(&number);
+            if (!number)
+                return QStringLiteral("the %1 table holds \"%2\", not a code")
+                    .arg(QString::fromLatin1(kColorKeys[c]).toUpper(), token.left(20));
+            ++counts.at(size_t(c));
+        }
+    }
+    if (!gamma) return QStringLiteral("it has no \"Scalar Gamma=\" line");
+    for (int c = 0; c < kGammaColors; ++c) {
+        const QString name = QString::fromLatin1(kColorKeys[c]).toUpper();
+        if (counts.at(size_t(c)) < 0) return QStringLiteral("it has no ") + name + QStringLiteral(" table");
+        if (counts.at(size_t(c)) != kGammaRows)
+            return QStringLiteral("its %1 table holds %2 codes, not %3")
+                .arg(name)
+                .arg(counts.at(size_t(c)))
+                .arg(kGammaRows);
+    }
+    return QString();
+}
+
 void ReadReferenceLines(const QStringList& lines, Reference& ref) {
     ref = Reference{};
     for (qsizetype n = 0; n < lines.size(); ++n) {

@@ -45,6 +45,10 @@ struct GammaFileRead {
 // out of 0..2 raises 380.
 void ReadGammaLines(const QStringList& lines, GammaFileRead& out, GammaCells& cells);
 
+// Why `lines` are not a gamma file the tool wrote ("it has no RED table", "line GREEN holds 12
+// codes, not 1024"), or empty when they are: checked before anything is written from them.
+QString GammaFileProblem(const QStringList& lines);
+
 // A display reference: the formula text of each colour and the curve it gives.
 struct Reference {
     std::array<QString, kGammaColors> FunctionText;

@@ -63,10 +63,12 @@ QString FormatAnswerText(const CommandTable& commands, const QString& reply,
         if (unknownCommand) *unknownCommand = true;
         return QString();
     }
-    const CommandRec& rec = commands.at(index);
-    QString value = AnswerValue(reply);
     if (SameText(code, QStringLiteral("A8"))) return modelText;
     if (SameText(code, QStringLiteral("A9"))) return firmwareText;
+    return ValueText(commands.at(index), AnswerValue(reply));
+}
+
+QString ValueText(const CommandRec& rec, const QString& value) {
     if (rec.IsByte || rec.IsInteger || rec.IsRange) return value;
     if (rec.IsList) {
         const double v = Val(value);

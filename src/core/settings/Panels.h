@@ -45,6 +45,8 @@ QString AnswerValue(const QString& reply);   // from character 9 to the NUL; emp
 
 // What a label shows for an answer. `unknownCommand` is set when the answer's command is in no
 // record (the caller alerts); model and firmware answers show the two given texts.
+// What a label shows for `value` of the record (a list value's text, a number as it came).
+QString ValueText(const CommandRec& rec, const QString& value);
 QString FormatAnswerText(const CommandTable& commands, const QString& reply,
                          const QString& modelText, const QString& firmwareText,
                          bool* unknownCommand);

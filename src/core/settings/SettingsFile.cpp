@@ -4,6 +4,8 @@
 #include "core/link/Protocol.h"
 #include "core/text/MinorSubs.h"
 
+#include <QByteArrayList>
+
 namespace telvo::core {
 
 QString SavedAnswer(const QString& reply) {
@@ -48,6 +50,44 @@ SettingsLine ParseSettingsLine(const QString& line) {
     out.parameter = ParseToken(rest, QStringLiteral(","));
     out.item = rest;
     return out;
+}
+
+namespace {
+
+// A saved item: a two-character code, then the value (which may be empty).
+bool isItem(const QString& item) {
+    return item.size() >= 2 && item.at(0).isLetterOrNumber() && item.at(1).isLetterOrNumber();
+}
+
+bool isSettingsLine(const QString& line) {
+    static const QLatin1String state("SetState="), parameter("SetParameter=");
+    const SettingsLine l = ParseSettingsLine(line);
+    if (l.isState) {
+        const int semi = line.indexOf(QLatin1Char(';'));
+        return line.startsWith(state, Qt::CaseInsensitive) && !l.state.trimmed().isEmpty() &&
+               semi > 0 &&
+               line.mid(semi + 1).trimmed().startsWith(parameter, Qt::CaseInsensitive) &&
+               !l.parameter.trimmed().isEmpty() && isItem(l.item.trimmed());
+    }
+    return line.startsWith(parameter, Qt::CaseInsensitive) && line.contains(QLatin1Char(',')) &&
+           !l.parameter.trimmed().isEmpty() && isItem(l.item.trimmed());
+}
+
+} // namespace
+
+QString SettingsFileProblem(const QByteArray& bytes) {
+    if (bytes.contains('\0')) return QStringLiteral("it is not text");
+    int n = 0, settings = 0;
+    for (QByteArray raw : bytes.split('\n')) {
+        ++n;
+        while (raw.endsWith('\r')) raw.chop(1);
+        if (raw.trimmed().isEmpty()) continue;
+        const QString line = QString::fromLatin1(raw);
+        if (!isSettingsLine(line))
+            return QStringLiteral("line %1 is not a saved setting: ").arg(n) + line.left(60);
+        ++settings;
+    }
+    return settings == 0 ? QStringLiteral("it holds no settings") : QString();
 }
 
 } // namespace telvo::core

@@ -1,6 +1,7 @@
 #pragma once
 // The lines of Settings.txt: how a saved answer is written, and how a line is read back.
 
+#include <QByteArray>
 #include <QString>
 
 namespace telvo::core {
@@ -33,5 +34,9 @@ struct SettingsLine {
     QString item;          // code and value as saved
 };
 SettingsLine ParseSettingsLine(const QString& line);
+
+// Why `bytes` is not a settings file ("line 3 is not a setting: ..."), or empty when every line
+// is one the save writes. Checked before a restore sends anything.
+QString SettingsFileProblem(const QByteArray& bytes);
 
 } // namespace telvo::core

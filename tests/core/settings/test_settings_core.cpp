@@ -223,3 +223,17 @@ TEST(Chooser, EachKindHasItsPrompt) {
     EXPECT_TRUE(PlanChooser(t.at(6)).prompt.isEmpty());
     EXPECT_TRUE(PlanChooser(t.at(7)).mode.isEmpty());
 }
+
+TEST(SettingsFileCheck, TellsTheFirstLineThatNoSaveWrites) {
+    const QByteArray good = "SetState=Input Video 1,4C1; SetParameter=Brightness, B10\r\n"
+                            "SetParameter=OSD Timeout, D130\r\n\r\n";
+    EXPECT_EQ(SettingsFileProblem(good), QString());
+    EXPECT_EQ(SettingsFileProblem("SetParameter=Device Name, D5\r\n"), QString());
+    EXPECT_EQ(SettingsFileProblem(""), QStringLiteral("it holds no settings"));
+    EXPECT_EQ(SettingsFileProblem("SetParameter=OSD Timeout, D130\r\nhello\r\n"),
+              QStringLiteral("line 2 is not a saved setting: hello"));
+    EXPECT_EQ(SettingsFileProblem("SetState=Input Video 1,4C1 SetParameter=Brightness, B10\r\n"),
+              QStringLiteral("line 1 is not a saved setting: SetState=Input Video 1,4C1 SetParameter=Brightness, B10"));
+    EXPECT_EQ(SettingsFileProblem(QByteArray("SetParameter=OSD Timeout, D1\0\r\n", 31)),
+              QStringLiteral("it is not text"));
+}
