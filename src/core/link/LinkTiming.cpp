@@ -9,19 +9,19 @@ int LineTimeMs(qsizetype bytes, int rate) {
     return int((qint64(bytes) * 10 * 1000 + rate - 1) / rate);
 }
 
-void RoundTripEstimate::clear() {
+void SlowestRecentAnswer::clear() {
     m_recent.fill(0);
     m_count = 0;
     m_next = 0;
 }
 
-void RoundTripEstimate::add(int ms) {
+void SlowestRecentAnswer::add(int ms) {
     m_recent[std::size_t(m_next)] = std::max(ms, 0);
     m_next = (m_next + 1) % kKept;
     m_count = std::min(m_count + 1, kKept);
 }
 
-int RoundTripEstimate::value() const {
+int SlowestRecentAnswer::value() const {
     int most = 0;
     for (int i = 0; i < m_count; ++i) most = std::max(most, m_recent[std::size_t(i)]);
     return most;

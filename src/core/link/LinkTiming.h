@@ -18,7 +18,7 @@ int LineTimeMs(qsizetype bytes, int rate);
 // The link's round trip from the exchange's own answers: the time from a frame's send to its
 // reply, less the time both spent on the serial line. The value is the largest of the recent
 // samples, so a jittery link is judged by its slow answers and a spike is forgotten after a while.
-class RoundTripEstimate {
+class SlowestRecentAnswer {
 public:
     static constexpr int kKept = 8;
     void clear();

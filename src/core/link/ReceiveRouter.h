@@ -37,7 +37,7 @@ struct LinkState {
     // A network link's round trip as the exchange measures it, the address it is of, and the
     // frame in flight: when it went out, and until when its reply counts as late after a
     // time-out (clock milliseconds).
-    RoundTripEstimate RoundTrip;
+    SlowestRecentAnswer RoundTrip;
     QString RoundTripOf;
     qint64 SentAtMs = 0;
     qint64 LateUntilMs = 0;

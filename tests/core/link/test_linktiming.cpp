@@ -16,8 +16,8 @@ TEST(LineTime, TenBitsAByteRoundedUp) {
     EXPECT_EQ(LineTimeMs(16, 9600), 17);   // 16.7 ms
 }
 
-TEST(RoundTripEstimate, UnmeasuredUntilTheFirstSample) {
-    RoundTripEstimate e;
+TEST(SlowestRecentAnswer, UnmeasuredUntilTheFirstSample) {
+    SlowestRecentAnswer e;
     EXPECT_FALSE(e.measured());
     EXPECT_EQ(e.value(), 0);
     e.add(0);
@@ -25,22 +25,22 @@ TEST(RoundTripEstimate, UnmeasuredUntilTheFirstSample) {
     EXPECT_EQ(e.value(), 0);
 }
 
-TEST(RoundTripEstimate, TheSlowestRecentAnswerCountsAndIsForgottenAfterEightMore) {
-    RoundTripEstimate e;
+TEST(SlowestRecentAnswer, TheSlowestRecentAnswerCountsAndIsForgottenAfterEightMore) {
+    SlowestRecentAnswer e;
     e.add(200);
     EXPECT_EQ(e.value(), 200);
     e.add(390);
     e.add(250);
     EXPECT_EQ(e.value(), 390);
-    for (int i = 0; i < RoundTripEstimate::kKept - 2; ++i) e.add(300);
+    for (int i = 0; i < SlowestRecentAnswer::kKept - 2; ++i) e.add(300);
     EXPECT_EQ(e.value(), 390); // the spike is still among the last eight
     e.add(300);
     EXPECT_EQ(e.value(), 300);
-    EXPECT_EQ(e.samples(), RoundTripEstimate::kKept);
+    EXPECT_EQ(e.samples(), SlowestRecentAnswer::kKept);
 }
 
-TEST(RoundTripEstimate, NegativeSamplesCountAsZeroAndClearForgetsAll) {
-    RoundTripEstimate e;
+TEST(SlowestRecentAnswer, NegativeSamplesCountAsZeroAndClearForgetsAll) {
+    SlowestRecentAnswer e;
     e.add(-5);
     EXPECT_EQ(e.value(), 0);
     e.add(120);
