@@ -4,6 +4,7 @@
 #include "cli/Args.h"
 #include "cli/CliPlatform.h"
 #include "cli/Help.h"
+#include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "app/MajorSubs.h"
@@ -79,7 +80,7 @@ int main(int argc, char** argv) {
         return kDone;
     }
     if (!o.error.isEmpty()) {
-        Err(QStringLiteral("telvo-cli: ") + o.error + QStringLiteral("\n\n") + HelpText(QString()));
+        Err(UsageText(o.error, o.command));
         return kUsage;
     }
     if (!o.home.isEmpty()) qputenv("TELVO_HOME", QFile::encodeName(o.home));
@@ -95,6 +96,7 @@ int main(int argc, char** argv) {
         const bool progress = (o.command == QLatin1String("load") || o.command == QLatin1String("ir")) &&
                               !o.quiet && isatty(2) != 0;
         Heartbeat beat(o.trace, progress, nullptr);
+        PipeProgress lines(o.command == QLatin1String("load") && !o.quiet && isatty(2) == 0);
         const QStringList ports = o.ports.isEmpty() ? QStringList{QString()} : o.ports;
         for (const QString& port : ports) {
             report.keep(runOn(o, port));
