@@ -49,7 +49,9 @@ platform::SystemPort systemPortOf(const QString& path) {
 // (the serial port's lock, or the device's exclusive mode).
 QString refusal(const platform::CommControl& p1, const platform::PortTarget& target) {
     const int number = p1.ErrNumber();
-    if (target.kind == platform::PortTarget::Missing) return QStringLiteral("no such port");
+    if (target.kind == platform::PortTarget::Missing)
+        return target.path.isEmpty() ? QStringLiteral("no such port")
+                                     : QStringLiteral("missing: no device file ") + target.path;
     if (target.kind == platform::PortTarget::Device) {
         const QByteArray file = QFile::encodeName(target.path);
         if (number == 8002 || !QFileInfo::exists(target.path))
@@ -71,7 +73,11 @@ int PortsJob(const Options& o) {
     int opened = 0;
     for (const QString& com : candidates()) {
         const int n = int(core::Val(core::Mid(com, 4)));
-        const platform::PortTarget target = platform::PortMap::instance().resolve(n);
+        platform::PortMap& map = platform::PortMap::instance();
+        platform::PortTarget target = map.resolve(n);
+        // A device file that is not there still has the name it was given.
+        if (target.kind == platform::PortTarget::Missing)
+            target.path = map.usesDefault() ? map.defaultPath(n) : map.ports().value(n - 1);
         const QString path = target.kind == platform::PortTarget::Simulated ? QStringLiteral("sim")
                                                                            : target.path;
         QJsonObject f{{QStringLiteral("com"), com}, {QStringLiteral("device"), path}};

@@ -2,14 +2,14 @@
 // lines in a pipe.
 #include "cli/Progress.h"
 
-#include "app/Accessible.h"
 #include "app/Globals.h"
 #include "cli/CliPlatform.h"
 #include "cli/Report.h"
 #include "firmware/LDR.h"
 #include "ir/IRG.h"
-#include "settings/SCL.h"
+#include "app/MajorSubs.h"
 
+#include <QFile>
 #include <QTimer>
 
 namespace telvo::cli {
@@ -41,17 +41,19 @@ QString JobProgress() {
     return ProgressLine(l.prgLoad->value(), l.lblRate->text());
 }
 
-namespace {
-
-// A status line's text when it changed since `told` (which then holds it), else nothing.
-QString fresh(const QString& now, QString& told) {
-    const QString text = now.simplified();
-    if (text.isEmpty() || text == told) return QString();
-    told = text;
-    return text;
+QByteArray ReadLogSince(qint64& offset) {
+    QFile log(ui::LogFilePath());
+    if (!log.open(QIODevice::ReadOnly)) {
+        offset = 0;
+        return QByteArray();
+    }
+    // The log starts afresh with each run: follow it from its start.
+    if (log.size() < offset) offset = 0;
+    log.seek(offset);
+    const QByteArray fresh = log.readAll();
+    offset += fresh.size();
+    return fresh;
 }
-
-} // namespace
 
 PipeProgress::PipeProgress(bool on, QObject* parent) : QObject(parent) {
     if (!on) return;
@@ -60,25 +62,43 @@ PipeProgress::PipeProgress(bool on, QObject* parent) : QObject(parent) {
     m_timer->start(50);
 }
 
+PipeProgress::~PipeProgress() {
+    if (m_timer) look();
+}
+
+void PipeProgress::tell(const QString& text) {
+    // A step said twice in a row (ShowStatus and ShowStatusLDR of one text) is told once.
+    if (text.isEmpty() || text == m_told) return;
+    m_told = text;
+    Report::instance().note(text);
+}
+
 void PipeProgress::look() {
-    Report& r = Report::instance();
-    if (ui::WindowExists("SCL")) {
-        const QString text = fresh(ui::scl().lblMessage->text(), m_mainStatus);
-        if (!text.isEmpty()) r.note(text);
+    if (ui::WindowExists("LDR")) {
+        ui::LDR& l = ui::ldr();
+        // The title carries the percentage only while a load runs.
+        const int tenth = l.windowTitle().contains(QLatin1Char('%'))
+                              ? qBound(0, l.prgLoad->value(), 100) / 10
+                              : -1;
+        // The next image of a list starts again from nothing.
+        if (tenth < m_tenth) m_tenth = -1;
+        // Each tenth passed is told, even when the bar went past more than one since the last
+        // look.
+        while (m_tenth < tenth) {
+            ++m_tenth;
+            tell(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + l.lblRate->text());
+        }
     }
-    if (!ui::WindowExists("LDR")) return;
-    ui::LDR& l = ui::ldr();
-    const QString text = fresh(l.lblMessage->text(), m_loaderStatus);
-    if (!text.isEmpty()) r.note(text);
-    // The title carries the percentage only while a transfer runs.
-    if (!l.windowTitle().contains(QLatin1Char('%'))) {
-        m_tenth = -1;
-        return;
+    // The steps: every status line is written to the log with five blanks behind it, so none
+    // is missed however briefly it stood in its window.
+    m_pending += ReadLogSince(m_offset);
+    const int end = m_pending.lastIndexOf('\n');
+    if (end < 0) return;
+    for (QByteArray line : m_pending.left(end).split('\n')) {
+        while (line.endsWith('\r')) line.chop(1);
+        if (line.endsWith("     ")) tell(QString::fromLocal8Bit(line).trimmed());
     }
-    const int percent = qBound(0, l.prgLoad->value(), 100);
-    if (percent / 10 <= m_tenth) return;
-    m_tenth = percent / 10;
-    r.note(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + l.lblRate->text());
+    m_pending.remove(0, end + 1);
 }
 
 } // namespace telvo::cli

@@ -10,17 +10,24 @@ class QTimer;
 
 namespace telvo::cli {
 
+// What the log gained since `offset` (moved on past it); from its start when the log began anew.
+QByteArray ReadLogSince(qint64& offset);
+
 class PipeProgress : public QObject {
 public:
     explicit PipeProgress(bool on, QObject* parent = nullptr);
-    // Looks at the windows once; the timer calls it every 50 ms.
+    ~PipeProgress() override;
+    // Looks at the log and the loader once; the timer calls it every 50 ms.
     void look();
 
 private:
+    void tell(const QString& text);
+
     QTimer* m_timer = nullptr;
-    QString m_mainStatus;   // the main window's status line last told
-    QString m_loaderStatus; // the loader window's
-    int m_tenth = -1;       // the tenth of the transfer last told; -1 before one runs
+    QString m_told;       // the line last told
+    qint64 m_offset = 0;  // how far the log has been read
+    QByteArray m_pending; // a line of the log not yet whole
+    int m_tenth = -1;     // the tenth of the transfer last told; -1 while none runs
 };
 
 } // namespace telvo::cli
