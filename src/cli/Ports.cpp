@@ -1,11 +1,12 @@
 // `ports`: every port the machine (or TELVO_PORTS, or --port) has, with the device behind it,
 // whether it opens and, when it does not, why; with --probe, which of them a device answers on.
+#include "cli/Ports.h"
+
 #include "app/Globals.h"
 #include "cli/Jobs.h"
 #include "cli/Report.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "platform/CommControl.h"
 #include "platform/PortMap.h"
 #include "platform/SystemPorts.h"
 #include "settings/SCL.h"
@@ -44,27 +45,30 @@ platform::SystemPort systemPortOf(const QString& path) {
     return none;
 }
 
-// Why the port did not open, in a user's words. A refused open is "permission" only when the
-// file itself is closed to us; an open file that still refuses is held by another program
-// (the serial port's lock, or the device's exclusive mode).
-QString refusal(const platform::CommControl& p1, const platform::PortTarget& target) {
-    const int number = p1.ErrNumber();
-    if (target.kind == platform::PortTarget::Missing)
-        return target.path.isEmpty() ? QStringLiteral("no such port")
-                                     : QStringLiteral("missing: no device file ") + target.path;
-    if (target.kind == platform::PortTarget::Device) {
-        const QByteArray file = QFile::encodeName(target.path);
-        if (number == 8002 || !QFileInfo::exists(target.path))
-            return QStringLiteral("missing: no device file ") + target.path;
-        if (::access(file.constData(), R_OK | W_OK) != 0)
-            return platform::OpenFailureReason(8010, target.path);
-        if (number == 8010 || p1.ErrDescription().contains(QLatin1String("lock"), Qt::CaseInsensitive))
-            return QStringLiteral("busy: another program has it open");
-    }
-    return p1.ErrDescription();
-}
-
 } // namespace
+
+QString OpenRefusal(int errNumber, const QString& errText, const platform::PortTarget& target) {
+    if (target.kind == platform::PortTarget::Network) {
+        const QString text = errText.toLower();
+        if (text.contains(QLatin1String("not found"))) return QStringLiteral("host not found");
+        if (text.contains(QLatin1String("refused")))
+            return QStringLiteral("connection refused (nothing listens there)");
+        if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")))
+            return QStringLiteral("connection timed out");
+        return errText;
+    }
+    if (target.kind == platform::PortTarget::Missing || !QFileInfo::exists(target.path))
+        return QStringLiteral("the device file does not exist");
+    // Refused: "permission" only when the file itself is closed to us; an open file that still
+    // refuses is held by another program (the serial port's lock, or its exclusive mode).
+    if (errNumber == 8010) {
+        if (::access(QFile::encodeName(target.path).constData(), R_OK | W_OK) != 0)
+            return QStringLiteral("permission denied; add your user to the dialout group (sudo "
+                                  "usermod -aG dialout $USER, then log in again)");
+        return QStringLiteral("busy (another program has it open)");
+    }
+    return errText;
+}
 
 int PortsJob(const Options& o) {
     if (!o.words.isEmpty())
@@ -95,7 +99,7 @@ int PortsJob(const Options& o) {
         const bool opens = ui::TryOpenPort(com);
         f.insert(QStringLiteral("opens"), opens);
         if (!opens) {
-            const QString why = refusal(*s.P1, target);
+            const QString why = OpenRefusal(s.P1->ErrNumber(), s.P1->ErrDescription(), target);
             f.insert(QStringLiteral("refused"), why);
             text += QStringLiteral("  refused: ") + why;
         } else {

@@ -185,15 +185,15 @@ TEST_F(CliShell, PortsTellTheDeviceFileAndWhyAPortIsRefused) {
     const CliResult busy = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("ports")});
     EXPECT_EQ(busy.exit, 3);
     EXPECT_EQ(busy.lines(), QStringList{QStringLiteral("COM1  ") + dev.path() +
-                                        QStringLiteral("  refused: busy: another program has it "
-                                                       "open")});
+                                        QStringLiteral("  refused: busy (another program has it "
+                                                       "open)")});
     holder.close();
     const CliResult missing = cli({QStringLiteral("-p"), QStringLiteral("/nonexistent/tty"),
                                    QStringLiteral("ports")});
     EXPECT_EQ(missing.exit, 3);
     EXPECT_EQ(missing.lines(), QStringList{QStringLiteral(
-                                   "COM1  /nonexistent/tty  refused: missing: no device file "
-                                   "/nonexistent/tty")});
+                                   "COM1  /nonexistent/tty  refused: the device file does not "
+                                   "exist")});
 }
 
 TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
