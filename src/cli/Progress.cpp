@@ -50,7 +50,7 @@ QByteArray ReadLogSince(qint64& offset) {
     // The log starts afresh with each run: follow it from its start.
     if (log.size() < offset) offset = 0;
     log.seek(offset);
-    const QByteArray fresh = log.readAll();
+    QByteArray fresh = log.readAll();
     offset += fresh.size();
     return fresh;
 }

@@ -86,7 +86,7 @@ QString AllowedText(const CommandRec& rec) {
 
 QString ValueProblem(const CommandRec& rec, const QString& value) {
     const QString kind = KindWord(rec);
-    const QString refused = rec.Name + QStringLiteral(" takes ") + AllowedText(rec) +
+    QString refused = rec.Name + QStringLiteral(" takes ") + AllowedText(rec) +
                             QStringLiteral(", not ") + value;
     if (rec.ReadOnly) return rec.Name + QStringLiteral(" cannot be set");
     if (kind == QLatin1String("none")) return rec.Name + QStringLiteral(" cannot be set: it has no value");
