@@ -170,14 +170,16 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
           "       3    no device, or the connection failed (with its reason), or the\n",
           "       4    a file could not be read or written, or is not what the command\n",
           "       5    stopped at a prompt (give --yes to answer Continue/Yes/OK)\n",
-          "       6    diff: the settings differ\n", "       7    reserved\n",
+          "       6    diff: the settings differ\n",
+          "       7    another job holds the port and --no-wait was given\n",
           "       129  hung up (SIGHUP)\n", "       130  interrupted (Ctrl-C)\n",
           "       143  terminated (SIGTERM)\n",
           "       With several --port options the exit status is the worst of the ports.\n"})
         EXPECT_TRUE(help.contains(QLatin1String(line))) << line;
     for (const char* option :
          {"-p, --port COMn|PATH", "-b, --baud RATE", "--home DIR", "-j, --json[=true|false]",
-          "-q, --quiet[=true|false]", "-y, --yes[=true|false]", "--trace FILE", "-v, --verbose",
+          "-q, --quiet[=true|false]", "-y, --yes[=true|false]", "--power-on", "--no-wait",
+          "--trace FILE", "-v, --verbose",
           "-h, --help", "-V, --version"})
         EXPECT_TRUE(help.contains(QStringLiteral("       ") + QLatin1String(option))) << option;
     // A terminal of 80 columns shows every line whole.
