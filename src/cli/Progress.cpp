@@ -70,7 +70,9 @@ void PipeProgress::tell(const QString& text) {
     // A step said twice in a row (ShowStatus and ShowStatusLDR of one text) is told once.
     if (text.isEmpty() || text == m_told) return;
     m_told = text;
-    Report::instance().note(text);
+    // Several ports: each line says which device it came from, as the results do.
+    Report& r = Report::instance();
+    r.note(r.options().ports.size() > 1 ? r.port() + QStringLiteral(": ") + text : text);
 }
 
 void PipeProgress::look() {

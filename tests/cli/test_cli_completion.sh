@@ -69,7 +69,9 @@ expect "rates of Telvo.ini" "$(printf '%s\n' 19200 14400)" "$(complete_line -b 1
 expect "rates after --home" "57600" "$(complete_line --home "$home" --baud 5)"
 expect "ir sub-commands" "$(printf '%s\n' code gen-all)" "$(complete_line ir "")"
 expect "gamma sub-commands" "$(printf '%s\n' make export)" "$(complete_line gamma "")"
-expect_has "ports include COM names" "$(complete_line --port COM)" COM1 COM2
+expect_has "ports include COM names" "$(complete_line --port COM)" COM1
+expect "TELVO_PORTS gives the COM names" "$(printf '%s\n' COM1 COM2 COM3)" \
+    "$(TELVO_PORTS=sim,sim,sim complete_line --port COM)"
 
 if ((failures > 0)); then
     echo "$failures completion check(s) failed"
