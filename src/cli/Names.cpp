@@ -33,12 +33,14 @@ void tellOne(const core::CommandRec& rec) {
     if (rec.ReadOnly) text += QStringLiteral("read only; ");
     if (rec.WriteOnly) text += QStringLiteral("write only; ");
     if (rec.Values.size() > 1) {
-        // A list's rows one a line, as set takes them: by the number or by the text.
-        text += rec.IsList ? QStringLiteral("one of") : core::AllowedText(rec).section(QLatin1Char(':'), 0, 0);
+        // The rows one a line, as set takes them: a list's by number or text, a hex byte's by
+        // its two digits.
+        text += rec.IsList ? QStringLiteral("one of")
+                           : core::AllowedText(rec).section(QLatin1Char(':'), 0, 0);
         QJsonArray values;
         for (int r = 1; r < rec.Values.size(); ++r) {
             const core::ValueRec& v = rec.Values.at(r);
-            text += QStringLiteral("\n  %1  ").arg(v.Value, 4) + v.Text;
+            text += QStringLiteral("\n  %1  ").arg(core::ValueNumberText(rec, v), 4) + v.Text;
             values.append(QJsonObject{{QStringLiteral("value"), v.Value},
                                       {QStringLiteral("text"), v.Text}});
         }

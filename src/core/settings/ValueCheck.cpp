@@ -20,18 +20,24 @@ bool isWhole(const QString& text) {
 }
 
 // "Off (0), On (1)"; a row without a text shows its number alone.
-QString valuesText(const CommandRec& rec, bool hex) {
+QString valuesText(const CommandRec& rec) {
     QStringList out;
     for (int r = 1; r < rec.Values.size(); ++r) {
         const ValueRec& v = rec.Values.at(r);
-        const QString number = hex ? QStringLiteral("%1").arg(quint8(v.Value), 2, 16, QLatin1Char('0')).toUpper()
-                                   : QString::number(v.Value);
-        out << (v.Text.isEmpty() ? number : v.Text + QStringLiteral(" (") + number + QLatin1Char(')'));
+        const QString number = ValueNumberText(rec, v);
+        out << (v.Text.isEmpty() ? number
+                                 : v.Text + QStringLiteral(" (") + number + QLatin1Char(')'));
     }
     return out.join(QStringLiteral(", "));
 }
 
 } // namespace
+
+QString ValueNumberText(const CommandRec& rec, const ValueRec& row) {
+    if (KindWord(rec) == QLatin1String("hex byte"))
+        return QStringLiteral("%1").arg(quint8(row.Value), 2, 16, QLatin1Char('0')).toUpper();
+    return QString::number(row.Value);
+}
 
 std::optional<int> ListRow(const CommandRec& rec, const QString& value) {
     for (int r = 1; r < rec.Values.size(); ++r)
@@ -68,7 +74,7 @@ std::optional<std::pair<qint64, qint64>> IntegerBounds(const CommandRec& rec) {
 
 QString AllowedText(const CommandRec& rec) {
     const QString kind = KindWord(rec);
-    if (kind == QLatin1String("list")) return QStringLiteral("one of ") + valuesText(rec, false);
+    if (kind == QLatin1String("list")) return QStringLiteral("one of ") + valuesText(rec);
     if (kind == QLatin1String("range"))
         return QStringLiteral("a number from ") + rec.MinText + QStringLiteral(" to ") + rec.MaxText;
     if (kind == QLatin1String("integer"))
@@ -76,7 +82,7 @@ QString AllowedText(const CommandRec& rec) {
                                        : QStringLiteral("a whole number, ") + rec.RangeText;
     if (kind == QLatin1String("character")) return QStringLiteral("one character");
     if (kind == QLatin1String("hex byte")) {
-        const QString values = valuesText(rec, true);
+        const QString values = valuesText(rec);
         return QStringLiteral("two hexadecimal digits") +
                (values.isEmpty() ? QString() : QStringLiteral(": ") + values);
     }

@@ -16,6 +16,9 @@ std::optional<int> ListRow(const CommandRec& rec, const QString& value);
 // The kind as a word: "list", "range", "integer", "character", "hex byte", "byte" or "none".
 QString KindWord(const CommandRec& rec);
 
+// A row's number as it is typed: decimal, or two hex digits for a BYTEH setting ("01").
+QString ValueNumberText(const CommandRec& rec, const ValueRec& row);
+
 // What the setting takes, in words: "a number from -50 to 50", "one of Off (0), On (1)", ...
 QString AllowedText(const CommandRec& rec);
 
