@@ -103,7 +103,7 @@ const Item kOptions[] = {
     {"-j, --json[=true|false]", "one JSON object per result on standard output"},
     {"-q, --quiet[=true|false]", "nothing on standard error but failures"},
     {"-y, --yes[=true|false]", "answer Continue/Yes/OK to every prompt the job meets"},
-    {"--power-on", "power up a device found in standby (without it: exit 3)"},
+    {"--power-on", "let a read power up a device found in standby (without it: exit 3)"},
     {"--no-wait", "when another job holds the port, end at once (exit 7) instead of waiting"},
     {"--trace FILE", "the LogFile.txt lines, as they are written, to FILE (\"-\": standard error)"},
     {"-v, --verbose", "the same as --trace -"},
