@@ -105,7 +105,7 @@ latency: deps
 # lintian, then the package unpacked into a temporary root and its telvo --version run.
 package: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-	cmake --build $(BUILD) --target telvo vorix-sim telvo_dist_files -j$(JOBS)
+	cmake --build $(BUILD) --target telvo telvo-cli vorix-sim telvo_dist_files -j$(JOBS)
 	rm -f $(BUILD)/telvo_*.deb
 	cd $(BUILD) && cpack -G DEB
 	bash tools/check-package.sh $(BUILD)/telvo_*.deb

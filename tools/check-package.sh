@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A built .deb: lintian reports no error, and the package unpacked into a temporary root runs
-# `telvo --version`. Usage: check-package.sh PACKAGE.deb
+# `telvo --version` and `telvo-cli --version` and renders telvo-cli(1).
+# Usage: check-package.sh PACKAGE.deb
 set -euo pipefail
 deb=$1
 root=$(mktemp -d)
@@ -10,4 +11,8 @@ dpkg-deb --info "$deb" | sed -n '/Package:/,$p'
 lintian --fail-on error --allow-root --tag-display-limit 0 "$deb"
 dpkg -x "$deb" "$root"
 "$root/usr/bin/telvo" --version
+"$root/usr/bin/telvo-cli" --version
+[ -f "$root/usr/share/bash-completion/completions/telvo-cli" ]
+page=$(MANWIDTH=80 man -l "$root/usr/share/man/man1/telvo-cli.1.gz")
+grep -q '^EXIT STATUS' <<<"$page"
 echo "package check passed: $(basename "$deb")"

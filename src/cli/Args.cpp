@@ -35,7 +35,8 @@ QStringList CommandNames() {
     return {QStringLiteral("ports"),   QStringLiteral("info"),    QStringLiteral("get"),
             QStringLiteral("set"),     QStringLiteral("save"),    QStringLiteral("restore"),
             QStringLiteral("diff"),    QStringLiteral("load"),
-            QStringLiteral("console"), QStringLiteral("ir"),      QStringLiteral("gamma")};
+            QStringLiteral("console"), QStringLiteral("ir"),      QStringLiteral("gamma"),
+            QStringLiteral("names")};
 }
 
 QString NamedValue(const Options& o, const QString& name) {
@@ -44,11 +45,70 @@ QString NamedValue(const Options& o, const QString& name) {
     return QString();
 }
 
-Options ParseArguments(const QStringList& args) {
+namespace {
+
+// A short option's long name: "-p" is "--port". Letters not listed are unknown.
+QString longOf(QChar letter) {
+    switch (letter.unicode()) {
+    case 'p': return QStringLiteral("--port");
+    case 'b': return QStringLiteral("--baud");
+    case 'j': return QStringLiteral("--json");
+    case 'q': return QStringLiteral("--quiet");
+    case 'y': return QStringLiteral("--yes");
+    case 'v': return QStringLiteral("--verbose");
+    case 'V': return QStringLiteral("--version");
+    case 'h': return QStringLiteral("--help");
+    default: return QString();
+    }
+}
+
+bool takesValue(const QString& option) {
+    return option == QLatin1String("--port") || option == QLatin1String("--baud");
+}
+
+// "-qy" is "-q -y"; "-pCOM2" and "-p COM2" are "--port=COM2". Anything else stays as it is,
+// so that a lone "-" (standard error for --trace) and a value such as "-5" pass through.
+QStringList expandShortOptions(const QStringList& args) {
+    QStringList out;
+    for (int i = 0; i < args.size(); ++i) {
+        const QString& word = args.at(i);
+        if (word.size() < 2 || word.at(0) != QLatin1Char('-') || word.at(1) == QLatin1Char('-') ||
+            word.at(1).isDigit()) {
+            out << word;
+            // The value of a long option is never read as options.
+            if ((takesValue(word) || word == QLatin1String("--home") ||
+                 word == QLatin1String("--trace")) &&
+                i + 1 < args.size())
+                out << args.at(++i);
+            continue;
+        }
+        for (int k = 1; k < word.size(); ++k) {
+            const QString option = longOf(word.at(k));
+            if (option.isEmpty()) {
+                out << QStringLiteral("-") + word.at(k); // told as an unknown option
+                continue;
+            }
+            if (!takesValue(option)) {
+                out << option;
+                continue;
+            }
+            if (k + 1 < word.size()) out << option + QLatin1Char('=') + word.mid(k + 1);
+            else if (i + 1 < args.size()) out << option + QLatin1Char('=') + args.at(++i);
+            else out << option;
+            break;
+        }
+    }
+    return out;
+}
+
+} // namespace
+
+Options ParseArguments(const QStringList& given) {
     Options o;
     const auto fail = [&o](const QString& text) {
         if (o.error.isEmpty()) o.error = text;
     };
+    const QStringList args = expandShortOptions(given);
     for (int i = 0; i < args.size(); ++i) {
         QString word = args.at(i);
         QString inlineValue;
@@ -66,20 +126,30 @@ Options ParseArguments(const QStringList& args) {
             }
             return args.at(++i);
         };
+        // A switch is on when named alone or "=true", off with "=false".
+        const auto onOff = [&]() -> bool {
+            if (!hasInline || inlineValue == QLatin1String("true")) return true;
+            if (inlineValue != QLatin1String("false"))
+                fail(word + QStringLiteral(" takes true or false, not ") + inlineValue);
+            return false;
+        };
         if (word == QLatin1String("--port")) o.ports << value();
         else if (word == QLatin1String("--baud")) o.baud = value();
         else if (word == QLatin1String("--home")) o.home = value();
         else if (word == QLatin1String("--trace")) o.trace = value();
-        else if (word == QLatin1String("--json")) o.json = true;
-        else if (word == QLatin1String("--quiet") || word == QLatin1String("-q")) o.quiet = true;
-        else if (word == QLatin1String("--yes") || word == QLatin1String("-y")) o.yes = true;
-        else if (word == QLatin1String("--help") || word == QLatin1String("-h")) o.help = true;
+        else if (word == QLatin1String("--verbose")) {
+            if (onOff()) o.trace = QStringLiteral("-");
+        } else if (word == QLatin1String("--json")) o.json = onOff();
+        else if (word == QLatin1String("--quiet")) o.quiet = onOff();
+        else if (word == QLatin1String("--yes")) o.yes = onOff();
+        else if (word == QLatin1String("--help")) o.help = true;
         else if (word == QLatin1String("--version")) o.version = true;
         else if (word == QLatin1String("--power-on")) o.powerOn = true;
         else if (word == QLatin1String("--no-wait")) o.noWait = true;
         else if (valueOptionsOf(o.command).contains(word)) o.named << word << value();
         else if (!o.command.isEmpty() && flagOf(o.command, word, o)) {
-        } else if (word.startsWith(QLatin1String("--")) && word.size() > 2)
+        } else if (word.startsWith(QLatin1Char('-')) && word.size() > 1 &&
+                   !word.at(1).isDigit())
             fail(QStringLiteral("unknown option ") + word);
         else if (o.command.isEmpty()) o.command = word;
         else o.words << args.at(i);
@@ -96,6 +166,12 @@ Options ParseArguments(const QStringList& args) {
     else if (!CommandNames().contains(o.command))
         fail(QStringLiteral("unknown command ") + o.command);
     return o;
+}
+
+QString BaudProblem(const QString& baud, const QStringList& rates) {
+    if (baud.isEmpty() || rates.contains(QString::number(baud.toInt()))) return QString();
+    return QStringLiteral("--baud ") + baud + QStringLiteral(" is not a rate Telvo.ini lists (") +
+           rates.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
 
 } // namespace telvo::cli

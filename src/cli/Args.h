@@ -28,7 +28,7 @@ struct Options {
     QStringList ports;    // --port, in the order given
     QString baud;         // --baud
     QString home;         // --home
-    QString trace;        // --trace
+    QString trace;        // --trace; -v is "-" (standard error)
     bool json = false;
     bool quiet = false;
     bool yes = false;
@@ -50,5 +50,7 @@ QStringList CommandNames();
 Options ParseArguments(const QStringList& args);
 // The value of a command's named option (--source G), empty when absent.
 QString NamedValue(const Options& o, const QString& name);
+// Why --baud cannot be used with Telvo.ini's rates (in their order), or nothing when it can.
+QString BaudProblem(const QString& baud, const QStringList& rates);
 
 } // namespace telvo::cli

@@ -1,4 +1,5 @@
 #include "cli/CliPlatform.h"
+#include "cli/Progress.h"
 
 #include "app/MajorSubs.h"
 #include "cli/Args.h"
@@ -173,16 +174,7 @@ void Heartbeat::beat() {
         }
     }
     if (m_trace.isEmpty()) return;
-    QFile log(ui::LogFilePath());
-    if (!log.open(QIODevice::ReadOnly)) {
-        m_offset = 0;
-        return;
-    }
-    // The log starts afresh with each run: follow it from its start.
-    if (log.size() < m_offset) m_offset = 0;
-    log.seek(m_offset);
-    const QByteArray fresh = log.readAll();
-    m_offset += fresh.size();
+    const QByteArray fresh = ReadLogSince(m_offset);
     if (fresh.isEmpty()) return;
     if (m_trace == QLatin1String("-")) {
         Err(QString::fromUtf8(fresh).remove(QLatin1Char('\r')));

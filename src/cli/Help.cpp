@@ -76,6 +76,11 @@ const Page kPages[] = {
      "telvo-cli gamma export IN.gma OUT.cal|OUT.cube",
      "Computes the gamma tables into a .gma file, or exports one as a calibration (.cal) or a "
      "1D LUT (.cube), as the gamma tool does."},
+    {"names", "telvo-cli names [NAME]",
+     "Lists the names of the settings Telvo.ini defines, one a line; with NAME, that "
+     "setting's values (a list's texts and numbers) or its range, as set takes them. Needs "
+     "no device: a line Telvo.ini keeps for a model or firmware is the one of its Model and "
+     "Firmware."},
 };
 
 const Page* pageOf(const QString& command) {
@@ -90,30 +95,34 @@ struct Item {
 };
 
 const Item kOptions[] = {
-    {"--port COMn|PATH",
+    {"-p, --port COMn|PATH",
      "the port: COMn as Telvo.ini and TELVO_PORTS name it, or a device path. Give it more "
      "than once to run the job on each device in turn."},
-    {"--baud RATE", "the device's rate: skips the search over rates"},
+    {"-b, --baud RATE",
+     "the device's rate, one of Telvo.ini's Baud Rates: skips the search over rates"},
     {"--home DIR", "the program's folder (Telvo.ini, Settings.txt, LogFile.txt)"},
-    {"--json", "one JSON object per result on standard output"},
-    {"--quiet", "nothing on standard error but failures"},
-    {"--yes", "answer Continue/Yes/OK to every prompt the job meets"},
+    {"-j, --json[=true|false]", "one JSON object per result on standard output"},
+    {"-q, --quiet[=true|false]", "nothing on standard error but failures"},
+    {"-y, --yes[=true|false]", "answer Continue/Yes/OK to every prompt the job meets"},
+    {"--power-on", "let a read power up a device found in standby (without it: exit 3)"},
+    {"--no-wait", "when another job holds the port, end at once (exit 7) instead of waiting"},
     {"--trace FILE", "the LogFile.txt lines, as they are written, to FILE (\"-\": standard error)"},
-    {"--power-on", "power up a device found in standby (otherwise exit 3)"},
-    {"--no-wait", "a port another job holds is exit 7, not a wait"},
-    {"--help", "this text; \"telvo-cli COMMAND --help\" for a command's"},
-    {"--version", "the version"},
+    {"-v, --verbose", "the same as --trace -"},
+    {"-h, --help", "this text; \"telvo-cli COMMAND --help\" for a command's"},
+    {"-V, --version", "the version"},
 };
 
 const Item kExits[] = {
     {"0", "done"},
-    {"1", "the device refused or failed (its failure text on standard error)"},
-    {"2", "usage: a word or option the command does not take"},
-    {"3", "no device found"},
-    {"4", "a file could not be read or written"},
+    {"1", "the job ran but failed in part (the device refused or failed: its text on "
+          "standard error)"},
+    {"2", "usage: a word, option or value the command does not take"},
+    {"3", "no device, or the connection failed (with its reason), or the device is in "
+          "standby and --power-on was not given"},
+    {"4", "a file could not be read or written, or is not what the command takes"},
     {"5", "stopped at a prompt (give --yes to answer Continue/Yes/OK)"},
-    {"6", "diff: settings differ (0 when equal)"},
-    {"7", "another job holds the port (--no-wait)"},
+    {"6", "diff: the settings differ"},
+    {"7", "another job holds the port and --no-wait was given"},
     {"129", "hung up (SIGHUP)"},
     {"130", "interrupted (Ctrl-C)"},
     {"143", "terminated (SIGTERM)"},
@@ -132,7 +141,7 @@ QString table(const Item* items, int count, int column) {
 
 QString commonSections() {
     return QStringLiteral("COMMON OPTIONS\n") +
-           table(kOptions, int(std::size(kOptions)), 25) + QStringLiteral("\nEXIT STATUS\n") +
+           table(kOptions, int(std::size(kOptions)), 33) + QStringLiteral("\nEXIT STATUS\n") +
            table(kExits, int(std::size(kExits)), 12) +
            fill(QStringLiteral("With several --port options the exit status is the worst of "
                                "the ports."),
@@ -149,6 +158,16 @@ QString synopsisOf(const Page& p) {
 } // namespace
 
 QString VersionText() { return QStringLiteral("telvo-cli " TELVO_VERSION "\n"); }
+
+QString UsageText(const QString& error, const QString& command) {
+    const Page* page = CommandNames().contains(command) ? pageOf(command) : nullptr;
+    const QString form = page ? QString::fromLatin1(page->synopsis).section(QLatin1Char('\n'), 0, 0)
+                                    .replace(QStringLiteral("telvo-cli "),
+                                             QStringLiteral("telvo-cli [OPTIONS] "))
+                              : QStringLiteral("telvo-cli [OPTIONS] COMMAND [ARGS...]");
+    return QStringLiteral("telvo-cli: ") + error + QStringLiteral("\nUsage: ") + form +
+           QStringLiteral(" (see telvo-cli --help)\n");
+}
 
 QString HelpText(const QString& command) {
     const Page* page = CommandNames().contains(command) ? pageOf(command) : nullptr;

@@ -8,6 +8,7 @@
 #include "core/config/CommandRec.h"
 #include "core/settings/Panels.h"
 #include "core/settings/SettingsFile.h"
+#include "core/settings/ValueCheck.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
@@ -139,18 +140,6 @@ int getJob(const Options& o) {
     return code;
 }
 
-// The chooser's row of a list value given by its text or its number; nothing when neither.
-std::optional<int> listRow(const core::CommandRec& rec, const QString& value) {
-    for (int r = 1; r < rec.Values.size(); ++r)
-        if (core::SameText(rec.Values.at(r).Text, value)) return r - 1;
-    bool number = false;
-    const int v = value.toInt(&number);
-    if (number)
-        for (int r = 1; r < rec.Values.size(); ++r)
-            if (rec.Values.at(r).Value == v) return r - 1;
-    return std::nullopt;
-}
-
 // One NAME=VALUE through the chooser the label's click opens: the list or the enter box.
 int setOne(const QString& word) {
     const int eq = word.indexOf(QLatin1Char('='));
@@ -160,14 +149,15 @@ int setOne(const QString& word) {
     const int record = recordOf(name);
     if (record <= 0) return rep().fail(kUsage, QStringLiteral("no setting named ") + name);
     const core::CommandRec& rec = Config().Commands.at(record);
-    if (rec.ReadOnly) return rep().fail(kUsage, rec.Name + QStringLiteral(" cannot be set"));
+    // Nothing goes on the wire that Telvo.ini's line for the setting excludes.
+    const QString problem = core::ValueProblem(rec, value);
+    if (!problem.isEmpty()) return rep().fail(kUsage, problem);
     ui::SCL& s = ui::scl();
     G().settings.SelectedCmd = qint16(record);
     const qint64 mark = logMark();
     if (rec.IsList) {
-        const std::optional<int> row = listRow(rec, value);
-        if (!row)
-            return rep().fail(kUsage, rec.Name + QStringLiteral(" has no value ") + value);
+        const std::optional<int> row = core::ListRow(rec, value);
+        if (!row) return kUsage; // refused above
         s.lstSelect->clear();
         for (int r = 1; r < rec.Values.size(); ++r) s.lstSelect->addItem(rec.Values.at(r).Text);
         s.lstSelect->setCurrentRow(*row);
@@ -357,6 +347,7 @@ int RunCommand(const Options& o) {
     if (c == QLatin1String("ports")) return PortsJob(o);
     if (c == QLatin1String("ir")) return IrJob(o);
     if (c == QLatin1String("gamma")) return GammaJob(o);
+    if (c == QLatin1String("names")) return NamesJob(o);
     if ((c == QLatin1String("get") || c == QLatin1String("set")) && o.words.isEmpty())
         return rep().fail(kUsage, c + QStringLiteral(" needs at least one setting"));
     if ((c == QLatin1String("save") || c == QLatin1String("restore")) && o.words.size() > 1)

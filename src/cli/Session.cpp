@@ -76,7 +76,13 @@ int PrepareRun(const Options& o, const QString& com) {
         c.PortName = com;
         G().driver.lstComPorts = {com};
     }
-    if (!o.baud.isEmpty()) c.BaudName = o.baud;
+    if (!o.baud.isEmpty()) {
+        QStringList rates;
+        for (int i = 1; i < c.BaudRates.size(); ++i) rates << c.BaudRates.at(i).Rate;
+        const QString problem = BaudProblem(o.baud, rates);
+        if (!problem.isEmpty()) return Report::instance().fail(kUsage, problem);
+        c.BaudName = QString::number(o.baud.toInt());
+    }
     return kDone;
 }
 

@@ -4,6 +4,7 @@
 #include "cli/Args.h"
 #include "cli/CliPlatform.h"
 #include "cli/Help.h"
+#include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "app/MajorSubs.h"
@@ -140,7 +141,7 @@ Options forPort(const Options& o, const QString& port, int n) {
 
 // A usage error: its line, and under --json its object too.
 int usageError(const Options& o, const QString& text) {
-    Err(QStringLiteral("telvo-cli: ") + text + QStringLiteral("\n\n") + HelpText(QString()));
+    Err(UsageText(text, o.command));
     if (o.json) Out(JsonLine({{QStringLiteral("command"), o.command},
                               {QStringLiteral("error"), text},
                               {QStringLiteral("exit"), int(kUsage)}}));
@@ -186,6 +187,7 @@ int main(int argc, char** argv) {
         const bool progress = (o.command == QLatin1String("load") || o.command == QLatin1String("ir")) &&
                               !o.quiet && isatty(2) != 0;
         Heartbeat beat(o.trace, progress, nullptr);
+        PipeProgress lines(o.command == QLatin1String("load") && !o.quiet && isatty(2) == 0);
         const QStringList ports = o.ports.isEmpty() ? QStringList{QString()} : o.ports;
         for (int i = 0; i < ports.size(); ++i) {
             report.keep(runOn(forPort(o, ports.at(i), i + 1), ports.at(i)));

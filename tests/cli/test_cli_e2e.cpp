@@ -77,6 +77,11 @@ TEST_F(CliEndToEnd, SetSendsThroughTheChooserAndPrintsWhatTheDeviceAnswers) {
 TEST_F(CliEndToEnd, RefusedValueIsExit1WithTheDevicesFailureText) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
+    // The command line refuses what its Telvo.ini excludes; one wider than the device's lets
+    // the value reach the device, which refuses it.
+    QByteArray ini = readHomeFile(QStringLiteral("Telvo.ini"));
+    ini.replace("Brightness = [1] B1 ; -50..50 ;", "Brightness = [1] B1 ; -50..9999 ;");
+    writeHomeFile(QStringLiteral("Telvo.ini"), ini);
     const CliResult r = on(dev, {QStringLiteral("set"), QStringLiteral("Brightness=9999")});
     EXPECT_EQ(r.exit, 1);
     EXPECT_EQ(QString::fromLocal8Bit(r.err).trimmed(),
@@ -92,7 +97,7 @@ TEST_F(CliEndToEnd, UsageErrorsAreExit2) {
     ASSERT_TRUE(dev.running());
     const CliResult bad = cli({QStringLiteral("info"), QStringLiteral("--colour")});
     EXPECT_EQ(bad.exit, 2);
-    EXPECT_TRUE(bad.err.startsWith("telvo-cli: unknown option --colour\n\nNAME\n"));
+    EXPECT_TRUE(bad.err.startsWith("telvo-cli: unknown option --colour\nUsage: "));
     EXPECT_EQ(cli({QStringLiteral("fly")}).exit, 2);
     EXPECT_EQ(on(dev, {QStringLiteral("set"), QStringLiteral("Brightness")}).exit, 2);
     EXPECT_EQ(on(dev, {QStringLiteral("get"), QStringLiteral("Sharpness Level 9")}).exit, 2);
@@ -351,8 +356,8 @@ TEST_F(CliLoad, ImageLoadsAndTheDeviceRunsIt) {
               QStringLiteral("2.81"));
     EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
-    // Standard error is no terminal here: no bar.
-    EXPECT_FALSE(r.err.contains("bytes"));
+    // Standard error is no terminal here: lines, no bar redrawn in place.
+    EXPECT_FALSE(r.err.contains('\r'));
 }
 
 TEST_F(CliLoad, ListLoadsEachImageInTurn) {
@@ -397,7 +402,8 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
     ::kill(pid_t(p.processId()), SIGINT);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 130);
-    EXPECT_EQ(QString::fromLocal8Bit(cut.err).trimmed(),
+    // The last line, after the load's stage lines.
+    EXPECT_EQ(QString::fromLocal8Bit(cut.err).trimmed().section(QLatin1Char('\n'), -1),
               QStringLiteral("telvo-cli: ") + dev.path() +
                   QStringLiteral(": interrupted; RestartLoader.txt is kept: run \"telvo-cli "
                                  "--home ") +

@@ -1,0 +1,15 @@
+#pragma once
+// Why a port did not open, in words a user can act on; `ports` tells it beside each port.
+
+#include "platform/PortMap.h"
+
+#include <QString>
+
+namespace telvo::cli {
+
+// From the serial control's error of the failed open (number and text) and what the COM name
+// stands for: "the device file does not exist", "permission denied; add your user to the dialout
+// group (...)", "busy (another program has it open)", "host not found", ...
+QString OpenRefusal(int errNumber, const QString& errText, const platform::PortTarget& target);
+
+} // namespace telvo::cli
