@@ -47,13 +47,15 @@ platform::SystemPort systemPortOf(const QString& path) {
 
 } // namespace
 
-QString OpenRefusal(int errNumber, const QString& errText, const platform::PortTarget& target) {
+QString OpenRefusal(int errNumber, const QString& errText, const platform::PortTarget& target,
+                    const QString& logged) {
     if (target.kind == platform::PortTarget::Network) {
-        const QString text = errText.toLower();
+        const QString text = (errText + QLatin1Char(' ') + logged).toLower();
         if (text.contains(QLatin1String("not found"))) return QStringLiteral("host not found");
         if (text.contains(QLatin1String("refused")))
             return QStringLiteral("connection refused (nothing listens there)");
-        if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")))
+        if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")) ||
+            text.contains(QLatin1String("no connection within")))
             return QStringLiteral("connection timed out");
         return errText;
     }

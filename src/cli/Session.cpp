@@ -5,6 +5,7 @@
 #include "app/MajorSubs.h"
 #include "cli/CliPlatform.h"
 #include "cli/Jobs.h"
+#include "cli/Ports.h"
 #include "cli/Report.h"
 #include "config/IniLoader.h"
 #include "core/text/Classic.h"
@@ -117,28 +118,10 @@ QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
     const QString name = !target.path.isEmpty()             ? target.path
                          : com >= 1 && com <= entries.size() ? entries.at(com - 1)
                                                              : t.port;
-    if (t.openError != 0) {
-        if (target.kind == platform::PortTarget::Network) {
-            const QString text = (t.openText + QLatin1Char(' ') + loggedNote(name)).toLower();
-            if (text.contains(QLatin1String("not found")))
-                return name + QStringLiteral(": host not found");
-            if (text.contains(QLatin1String("refused")))
-                return name + QStringLiteral(": connection refused (nothing listens there)");
-            if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")) ||
-                text.contains(QLatin1String("no connection within")))
-                return name + QStringLiteral(": connection timed out");
-            return name + QStringLiteral(": ") + t.openText;
-        }
-        if (target.kind == platform::PortTarget::Missing || !QFileInfo::exists(target.path))
-            return name + QStringLiteral(": the device file does not exist");
-        if (t.openError == 8010) {
-            if (!QFileInfo(target.path).isReadable() || !QFileInfo(target.path).isWritable())
-                return name + QStringLiteral(": permission denied; add your user to the dialout "
-                                             "group (sudo usermod -aG dialout $USER, then log in again)");
-            return name + QStringLiteral(": busy (another program has it open)");
-        }
-        return name + QStringLiteral(": ") + t.openText;
-    }
+    if (t.openError != 0)
+        return name + QStringLiteral(": ") +
+               OpenRefusal(t.openError, t.openText, target,
+                           target.kind == platform::PortTarget::Network ? loggedNote(name) : QString());
     if (t.silentAt.isEmpty()) return name + QStringLiteral(": opened, but not asked");
     QString text = name + QStringLiteral(": opened, but silent at ") +
                    t.silentAt.join(QStringLiteral(", ")) + QStringLiteral(" baud");

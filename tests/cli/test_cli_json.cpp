@@ -138,13 +138,20 @@ TEST_F(CliJson, EveryCommandsObjectsAreTheDocumentedOnes) {
     json(port + QStringList{QStringLiteral("ports")}, 0);
     json(port + QStringList{QStringLiteral("ports"), QStringLiteral("--probe")}, 0);
     json(port + QStringList{QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"), QStringLiteral("Menu")}, 0);
+    json(port + QStringList{QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"), QStringLiteral("Menu"),
+                            QStringLiteral("--format"), QStringLiteral("mode2")}, 0);
+    json(port + QStringList{QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"), QStringLiteral("Menu"),
+                            QStringLiteral("--format"), QStringLiteral("lirc")}, 0);
+    json({QStringLiteral("names")}, 0);
+    json({QStringLiteral("names"), QStringLiteral("Brightness")}, 0);
     const QString gma = homeFile(QStringLiteral("tv.gma"));
     json({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"), QStringLiteral("0.45"),
           QStringLiteral("--scalar"), QStringLiteral("2.2"), gma}, 0);
     json({QStringLiteral("gamma"), QStringLiteral("export"), gma, homeFile(QStringLiteral("tv.cube"))}, 0);
     json(port + QStringList{QStringLiteral("load"), image(QStringLiteral("new.frk"), QStringLiteral("2.81"), 4000)}, 0);
     // Failures and usage errors are objects too.
-    json(port + QStringList{QStringLiteral("set"), QStringLiteral("Brightness=9999")}, 1);
+    // Out of Telvo.ini's range: refused before anything is sent.
+    json(port + QStringList{QStringLiteral("set"), QStringLiteral("Brightness=9999")}, 2);
     json({QStringLiteral("info"), QStringLiteral("--colour")}, 2);
     json({QStringLiteral("--port"), emptyPort(), QStringLiteral("info")}, 3);
     json(port + QStringList{QStringLiteral("restore"), homeFile(QStringLiteral("none.txt"))}, 4);
