@@ -3,6 +3,7 @@
 #include "core/text/Classic.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace telvo::core {
 
@@ -10,6 +11,12 @@ namespace {
 const QString kFailure = QStringLiteral("failure");
 const QString kRestart = QStringLiteral("restart.");
 const QString kReady = QStringLiteral("frk file now");
+
+// A sign of life. The count stops at its largest value: a spinner that turns for hours outside a
+// transfer (where no watchdog tick resets it) is still just alive, never an overflow.
+void countSpinner(LinkState& link) {
+    if (link.SpinnerCount < std::numeric_limits<qint16>::max()) ++link.SpinnerCount;
+}
 
 bool tailIs(const QString& text, const QString& word) {
     return text.size() >= word.size() &&
@@ -22,6 +29,8 @@ void ConsoleText::setText(const QString& text) {
     ++m_revision;
     m_setRevision = m_revision;
     m_cuts.clear();
+    m_droppedFailure = m_droppedRestart = m_droppedReady = false;
+    bound();
     rescan();
 }
 
@@ -29,6 +38,32 @@ void ConsoleText::append(QChar c) {
     m_text.append(c);
     ++m_revision;
     scanTail();
+    if (m_text.size() > kMaxChars) bound();
+}
+
+void ConsoleText::bound() {
+    if (m_text.size() <= kMaxChars) return;
+    const auto lineEnd = [](QChar c) { return c == QLatin1Char('\r') || c == QLatin1Char('\n'); };
+    // The kept part begins after the first line end that leaves at most kKeepChars; a line
+    // longer than that on its own is kept from the middle, as much of its end as fits.
+    qsizetype from = m_text.size() - kKeepChars;
+    qsizetype end = from - 1;
+    while (end < m_text.size() && !lineEnd(m_text.at(end))) ++end;
+    if (end < m_text.size()) {
+        while (end < m_text.size() && lineEnd(m_text.at(end))) ++end;
+        from = end;
+    } else if (m_text.at(from).isLowSurrogate()) {
+        ++from; // never half a character
+    }
+    const bool failure = m_hasFailure, restart = m_hasRestart, ready = m_hasReady;
+    m_text.remove(0, from);
+    m_headDropped += quint64(from);
+    for (Cut& c : m_cuts) c.length = std::max<qsizetype>(0, c.length - from);
+    rescan();
+    m_droppedFailure = m_droppedFailure || (failure && !m_hasFailure);
+    m_droppedRestart = m_droppedRestart || (restart && !m_hasRestart);
+    m_droppedReady = m_droppedReady || (ready && !m_hasReady);
+    rescan();
 }
 
 void ConsoleText::removeLast() {
@@ -50,9 +85,9 @@ qsizetype ConsoleText::keptSince(quint64 revision) const {
 }
 
 void ConsoleText::rescan() {
-    m_hasFailure = m_text.contains(kFailure, Qt::CaseInsensitive);
-    m_hasRestart = m_text.contains(kRestart, Qt::CaseInsensitive);
-    m_hasReady = m_text.contains(kReady, Qt::CaseInsensitive);
+    m_hasFailure = m_droppedFailure || m_text.contains(kFailure, Qt::CaseInsensitive);
+    m_hasRestart = m_droppedRestart || m_text.contains(kRestart, Qt::CaseInsensitive);
+    m_hasReady = m_droppedReady || m_text.contains(kReady, Qt::CaseInsensitive);
 }
 
 void ConsoleText::scanTail() {
@@ -82,7 +117,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
                 dbgText.removeLast();
             }
             link.DeviceTalking = false;
-            link.SpinnerCount = AddInt(link.SpinnerCount, 1);
+            countSpinner(link);
         } else if (code == 2) {
             link.InPacket = true;
             link.PartialPacket = QString(ch);
@@ -102,7 +137,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
                 link.DeviceTalking = true;
             }
         } else if (link.InPacket) {
-            link.PartialPacket.append(ch);
+            if (link.PartialPacket.size() < kMaxPacketChars) link.PartialPacket.append(ch);
             link.DeviceTalking = true;
         } else if (special) {
             ldrText.append(ch);
@@ -110,7 +145,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
             if (ch == QLatin1Char('\\') || ch == QLatin1Char('/') || ch == QLatin1Char('|') ||
                 ch == QLatin1Char('-')) {
                 link.DeviceTalking = false;
-                link.SpinnerCount = AddInt(link.SpinnerCount, 1);
+                countSpinner(link);
             }
         }
         if (!link.ConsoleActive) {

@@ -36,8 +36,16 @@ struct LinkState {
 
 // A text box fed by the line, with the loader's marks found as text arrives rather than by
 // searching the whole box after every character: the result is the same, the cost is not.
+// The box keeps the last part of what it was given: past kMaxChars it drops whole lines from
+// the top down to kKeepChars, so a line that floods it for hours holds a fixed amount of memory.
+// A mark once found stays found though its line was dropped, as it would in an unbounded box.
 class ConsoleText {
 public:
+    // Far more than anyone scrolls back through; the drop back to kKeepChars makes the cost of
+    // a drop (moving what is kept) a small share of the text that caused it.
+    static constexpr qsizetype kMaxChars = 256 * 1024;
+    static constexpr qsizetype kKeepChars = kMaxChars - kMaxChars / 4;
+
     const QString& text() const { return m_text; }
     void setText(const QString& text);
     void clear() { setText(QString()); }
@@ -52,12 +60,17 @@ public:
     // How many leading characters have stayed untouched since `revision` (0 when the whole text
     // was set since): a window that showed that revision need only redo what lies beyond, and
     // a long session costs no more per line than a short one. The count may pass the length
-    // the text had then; the caller bounds it by what it showed.
+    // the text had then; the caller bounds it by what it showed. Positions are those of the
+    // text now: a window first drops from what it showed what headDropped() says went.
     qsizetype keptSince(quint64 revision) const;
+    // How many characters have gone from the top since the box was made, all drops together:
+    // the difference between two readings is what went in between.
+    quint64 headDropped() const { return m_headDropped; }
 
 private:
     void rescan();
     void scanTail();
+    void bound();
 
     // A backspace: the text was cut to `length` at `revision`. Only cuts shorter than every
     // later one are kept, so lengths rise with revisions and the list stays short.
@@ -72,8 +85,17 @@ private:
     bool m_hasFailure = false;
     bool m_hasRestart = false;
     bool m_hasReady = false;
+    // Marks seen in lines that were dropped: they stand until the box is set or emptied.
+    bool m_droppedFailure = false;
+    bool m_droppedRestart = false;
+    bool m_droppedReady = false;
+    quint64 m_headDropped = 0;
     quint64 m_revision = 0;
 };
+
+// The longest frame is 263 characters (a 255-byte data field). A packet that runs on past this
+// without its ETX is noise: only its head is kept, which holds all that classifies it.
+constexpr qsizetype kMaxPacketChars = 1024;
 
 // What the receive handler asks of the window side, in the order it happens.
 class ReceiveSink {
