@@ -8,9 +8,9 @@
 namespace telvo::core {
 
 namespace {
-const QString kFailure = QStringLiteral("failure");
-const QString kRestart = QStringLiteral("restart.");
-const QString kReady = QStringLiteral("frk file now");
+// The loader's words, in the order of ConsoleText's marks.
+const QString kWords[3] = {QStringLiteral("failure"), QStringLiteral("restart."),
+                           QStringLiteral("frk file now")};
 
 // A sign of life. The count stops at its largest value: a spinner that turns for hours outside a
 // transfer (where no watchdog tick resets it) is still just alive, never an overflow.
@@ -22,6 +22,13 @@ bool tailIs(const QString& text, const QString& word) {
     return text.size() >= word.size() &&
            QStringView(text).right(word.size()).compare(word, Qt::CaseInsensitive) == 0;
 }
+
+// Where the last copy of `word` in the first `length` characters of `text` ends; -1 for none.
+qsizetype lastEnd(const QString& text, const QString& word, qsizetype length) {
+    if (length < word.size()) return -1;
+    const qsizetype at = QStringView(text).left(length).lastIndexOf(word, Qt::CaseInsensitive);
+    return at < 0 ? -1 : at + word.size();
+}
 } // namespace
 
 void ConsoleText::setText(const QString& text) {
@@ -29,7 +36,7 @@ void ConsoleText::setText(const QString& text) {
     ++m_revision;
     m_setRevision = m_revision;
     m_cuts.clear();
-    m_droppedFailure = m_droppedRestart = m_droppedReady = false;
+    for (Mark& m : m_marks) m = Mark{};
     bound();
     rescan();
 }
@@ -55,15 +62,19 @@ void ConsoleText::bound() {
     } else if (m_text.at(from).isLowSurrogate()) {
         ++from; // never half a character
     }
-    const bool failure = m_hasFailure, restart = m_hasRestart, ready = m_hasReady;
     m_text.remove(0, from);
     m_headDropped += quint64(from);
     for (Cut& c : m_cuts) c.length = std::max<qsizetype>(0, c.length - from);
-    rescan();
-    m_droppedFailure = m_droppedFailure || (failure && !m_hasFailure);
-    m_droppedRestart = m_droppedRestart || (restart && !m_hasRestart);
-    m_droppedReady = m_droppedReady || (ready && !m_hasReady);
-    rescan();
+    for (int i = 0; i < 3; ++i) {
+        Mark& m = m_marks[i];
+        if (m.end < 0) continue;
+        m.end -= from;
+        // The last copy began in what went: no copy is left, and the word stands all the same.
+        if (m.end < kWords[i].size()) {
+            m.end = -1;
+            m.dropped = true;
+        }
+    }
 }
 
 void ConsoleText::removeLast() {
@@ -72,8 +83,10 @@ void ConsoleText::removeLast() {
     ++m_revision;
     while (!m_cuts.isEmpty() && m_cuts.constLast().length >= m_text.size()) m_cuts.removeLast();
     m_cuts.append({m_revision, m_text.size()});
-    // A mark can only vanish when its last character goes; look again then.
-    if (m_hasFailure || m_hasRestart || m_hasReady) rescan();
+    // A word goes only when its last copy loses its last character; an earlier copy may stand.
+    for (int i = 0; i < 3; ++i)
+        if (m_marks[i].end > m_text.size())
+            m_marks[i].end = lastEnd(m_text, kWords[i], m_text.size());
 }
 
 qsizetype ConsoleText::keptSince(quint64 revision) const {
@@ -85,15 +98,14 @@ qsizetype ConsoleText::keptSince(quint64 revision) const {
 }
 
 void ConsoleText::rescan() {
-    m_hasFailure = m_droppedFailure || m_text.contains(kFailure, Qt::CaseInsensitive);
-    m_hasRestart = m_droppedRestart || m_text.contains(kRestart, Qt::CaseInsensitive);
-    m_hasReady = m_droppedReady || m_text.contains(kReady, Qt::CaseInsensitive);
+    for (int i = 0; i < 3; ++i) m_marks[i].end = lastEnd(m_text, kWords[i], m_text.size());
 }
 
 void ConsoleText::scanTail() {
-    if (!m_hasFailure && tailIs(m_text, kFailure)) m_hasFailure = true;
-    if (!m_hasRestart && tailIs(m_text, kRestart)) m_hasRestart = true;
-    if (!m_hasReady && tailIs(m_text, kReady)) m_hasReady = true;
+    // Each word ends in a character of its own ('e', '.', 'w'): only that one can complete it.
+    const QChar last = m_text.back().toLower();
+    for (int i = 0; i < 3; ++i)
+        if (last == kWords[i].back() && tailIs(m_text, kWords[i])) m_marks[i].end = m_text.size();
 }
 
 bool IsSpecialState(const QString& deviceState, bool consoleActive) {

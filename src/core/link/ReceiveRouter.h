@@ -53,8 +53,8 @@ public:
     void append(QChar c);
     void removeLast();
     // Case-blind: does the box hold the word?
-    bool holdsFailure() const { return m_hasFailure && m_hasRestart; }
-    bool holdsReady() const { return m_hasReady; }
+    bool holdsFailure() const { return m_marks[0].held() && m_marks[1].held(); }
+    bool holdsReady() const { return m_marks[2].held(); }
     // Counts every change, so a window can tell when to repaint.
     quint64 revision() const { return m_revision; }
     // How many leading characters have stayed untouched since `revision` (0 when the whole text
@@ -68,6 +68,15 @@ public:
     quint64 headDropped() const { return m_headDropped; }
 
 private:
+    // Where the last copy of a loader word ends in the text (-1: none), and whether one went
+    // with the lines dropped from the top. A backspace looks again only when it cuts into that
+    // last copy, so a spinner costs the same in a full box as in an empty one.
+    struct Mark {
+        qsizetype end = -1;
+        bool dropped = false;
+        bool held() const { return dropped || end >= 0; }
+    };
+
     void rescan();
     void scanTail();
     void bound();
@@ -82,13 +91,7 @@ private:
     QString m_text;
     QList<Cut> m_cuts;      // since the last setText
     quint64 m_setRevision = 0;
-    bool m_hasFailure = false;
-    bool m_hasRestart = false;
-    bool m_hasReady = false;
-    // Marks seen in lines that were dropped: they stand until the box is set or emptied.
-    bool m_droppedFailure = false;
-    bool m_droppedRestart = false;
-    bool m_droppedReady = false;
+    Mark m_marks[3];        // "failure", "restart.", "frk file now"
     quint64 m_headDropped = 0;
     quint64 m_revision = 0;
 };
