@@ -13,6 +13,8 @@ qsizetype boxLength(QStringView text) { return text.size() - text.count(u"\r\n")
 
 void ConsoleBox::Sync(QPlainTextEdit* box, const core::ConsoleText& text) {
     if (text.revision() == m_revision) return;
+    // A box fed by the line keeps no undo history: it would hold every character ever shown.
+    if (box->isUndoRedoEnabled()) box->setUndoRedoEnabled(false);
     const QString& now = text.text();
     qsizetype keep = 0;
     if (m_revision != ~0ull) {
