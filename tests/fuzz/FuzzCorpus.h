@@ -8,10 +8,18 @@
 #include <QString>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 namespace telvo::test {
 
 using FuzzEntry = int (*)(const uint8_t*, size_t);
+
+// An invariant of a fuzz entry: a broken one aborts, which libFuzzer keeps as a finding.
+inline void FuzzRequire(const char* target, bool condition, const char* what) {
+    if (condition) return;
+    std::fprintf(stderr, "%s: broken invariant: %s\n", target, what);
+    std::abort();
+}
 
 inline int FeedCorpus(const char* name, FuzzEntry entry) {
     QString root = qEnvironmentVariable("TELVO_SOURCE_DIR");

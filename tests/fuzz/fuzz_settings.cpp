@@ -5,6 +5,7 @@
 // Built without libFuzzer, main() runs the entry over awkward lines, a seeded random walk and
 // the seeds of `make fuzz`, so that ctest keeps it honest.
 
+#include "FuzzCorpus.h"
 #include "core/settings/SettingsFile.h"
 
 #include <QStringList>
@@ -20,10 +21,7 @@ using namespace telvo::core;
 namespace {
 
 void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "fuzz_settings: broken invariant: %s\n", what);
-        std::abort();
-    }
+    telvo::test::FuzzRequire("fuzz_settings", condition, what);
 }
 
 void checkLine(const QString& line) {
@@ -68,8 +66,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 }
 
 #ifndef TELVO_LIBFUZZER
-#include "FuzzCorpus.h"
-
 int main() {
     const char* awkward[] = {
         "",
