@@ -14,7 +14,7 @@ enum class Handshake { None = 0, XonXoff = 1, Rts = 2, RtsXonXoff = 3 };
 // returns. Past it a back-end stops taking bytes from the line (the sender waits, as on a full
 // UART with flow control) until the program has read; whatever a port sends, the program holds
 // no more than this of it at a time.
-constexpr qint64 kReceiveChunk = 64 * 1024;
+constexpr qint64 kReceiveChunk = qint64{64} * 1024;
 
 struct LineSettings {
     int baud = 9600;

@@ -65,6 +65,11 @@ void ConsoleText::bound() {
     m_text.remove(0, from);
     m_headDropped += quint64(from);
     for (Cut& c : m_cuts) c.length = std::max<qsizetype>(0, c.length - from);
+    // Cuts into what went are all cuts to nothing now: the latest of them answers for them all
+    // (keptSince takes the first cut after a revision), so the list stays as short as the box.
+    const auto zeros = std::find_if(m_cuts.cbegin(), m_cuts.cend(),
+                                    [](const Cut& c) { return c.length > 0; }) - m_cuts.cbegin();
+    if (zeros > 1) m_cuts.remove(0, zeros - 1);
     for (int i = 0; i < 3; ++i) {
         Mark& m = m_marks[i];
         if (m.end < 0) continue;

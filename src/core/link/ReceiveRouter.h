@@ -43,7 +43,7 @@ class ConsoleText {
 public:
     // Far more than anyone scrolls back through; the drop back to kKeepChars makes the cost of
     // a drop (moving what is kept) a small share of the text that caused it.
-    static constexpr qsizetype kMaxChars = 256 * 1024;
+    static constexpr qsizetype kMaxChars = qsizetype{256} * 1024;
     static constexpr qsizetype kKeepChars = kMaxChars - kMaxChars / 4;
 
     const QString& text() const { return m_text; }
