@@ -2,6 +2,7 @@
 
 #include "app/Accessible.h"
 
+#include <QMetaObject>
 #include <QPainter>
 #include <QScrollBar>
 
@@ -17,16 +18,27 @@ LogView::LogView(QWidget* parent) : QAbstractScrollArea(parent) {
 
 void LogView::addLine(const QString& line) {
     m_lines.add(line);
+    // The scroll bar and the repaint follow at the next pass of the event loop, which a sender
+    // reaches only after its frame has gone: a line logged between a reply and the next frame
+    // costs the line no time, and a burst of lines costs one update.
+    if (m_added++ == 0)
+        QMetaObject::invokeMethod(this, &LogView::showAdded, Qt::QueuedConnection);
+}
+
+void LogView::showAdded() {
+    if (m_added == 0) return;
     // A reader scrolled down keeps the lines under the eye as new ones come in on top.
     QScrollBar* bar = verticalScrollBar();
     const int at = bar->value();
     updateScrollBar();
-    if (at > 0) bar->setValue(at + 1);
+    if (at > 0) bar->setValue(at + m_added);
+    m_added = 0;
     if (isVisible()) viewport()->update();
 }
 
 void LogView::clear() {
     m_lines.clear();
+    m_added = 0;
     updateScrollBar();
     viewport()->update();
 }

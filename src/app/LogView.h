@@ -28,7 +28,9 @@ protected:
 
 private:
     void updateScrollBar();
+    void showAdded();
     core::LogLines m_lines;
+    int m_added = 0; // lines added since the box last showed them
 };
 
 } // namespace telvo::ui

@@ -46,6 +46,10 @@ public:
     void sync() {
         const core::ConsoleText& t = ui::G().dbgText;
         if (t.revision() == m_revision) return;
+        // What the box dropped from its top stays on the terminal, scrolled away.
+        const quint64 dropped = t.headDropped() - m_headDropped;
+        m_headDropped = t.headDropped();
+        m_shown = dropped >= quint64(m_shown) ? 0 : m_shown - qsizetype(dropped);
         const qsizetype kept = qMin(t.keptSince(m_revision), m_shown);
         QString out;
         for (qsizetype i = kept; i < m_shown; ++i) out += QStringLiteral("\b \b");
@@ -59,6 +63,7 @@ public:
 private:
     quint64 m_revision = ~quint64(0);
     qsizetype m_shown = 0;
+    quint64 m_headDropped = ui::G().dbgText.headDropped();
 };
 
 // Yields until the box has been still for a moment (the device has said what it had to say),

@@ -18,6 +18,7 @@ public:
 private:
     quint64 m_revision = ~0ull; // of the text shown; none yet
     QString m_shown;            // the text shown, as the box was given it (CR LF kept)
+    quint64 m_headDropped = 0;  // the text's count of dropped characters when it was shown
 };
 
 } // namespace telvo::ui

@@ -198,23 +198,29 @@ void GordaCommSend(const QString& frame) {
     l.WaitingReply = true;
     l.TimedOut = false;
     l.BadCommand = false;
-    LogLine(QStringLiteral("Sent: ") + Printable(frame) + QStringLiteral(" on ") +
-            s.txtPort->text() + QStringLiteral(" @ ") + s.txtCrntSpeed->text());
-    if (!simTicked()) {
-        if (!s.P1->PortOpen()) {
-            LogLine(QStringLiteral("GordaCommSend attempted to send ") + Printable(frame) +
-                    QStringLiteral(" Port is closed"));
-            ReopenPort();
-        }
-        s.P1->ClearError();
-        s.P1->Output(frame);
-        if (s.P1->ErrNumber() != 0)
-            throw core::RuntimeError(s.P1->ErrNumber(), s.P1->ErrDescription());
-    } else {
+    const QString sent = QStringLiteral("Sent: ") + Printable(frame) + QStringLiteral(" on ") +
+                         s.txtPort->text() + QStringLiteral(" @ ") + s.txtCrntSpeed->text();
+    if (simTicked()) {
+        LogLine(sent);
         s.T1->setEnabled(false);
         SimulatedAck();
         l.WaitingReply = false;
+        return;
     }
+    // An open port takes the frame first and its line is written while the wire carries it:
+    // the log reads the same, since a reply is only seen at the next yield.
+    const bool open = s.P1->PortOpen();
+    if (!open) {
+        LogLine(sent);
+        LogLine(QStringLiteral("GordaCommSend attempted to send ") + Printable(frame) +
+                QStringLiteral(" Port is closed"));
+        ReopenPort();
+    }
+    s.P1->ClearError();
+    s.P1->Output(frame);
+    if (open) LogLine(sent);
+    if (s.P1->ErrNumber() != 0)
+        throw core::RuntimeError(s.P1->ErrNumber(), s.P1->ErrDescription());
 }
 
 void SendCommand(const QString& type, const QString& data, int retries) {

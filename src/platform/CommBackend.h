@@ -10,6 +10,12 @@ namespace telvo::platform {
 
 enum class Handshake { None = 0, XonXoff = 1, Rts = 2, RtsXonXoff = 3 };
 
+// The most a back-end holds of what arrived and nobody has read yet, and so the most one read
+// returns. Past it a back-end stops taking bytes from the line (the sender waits, as on a full
+// UART with flow control) until the program has read; whatever a port sends, the program holds
+// no more than this of it at a time.
+constexpr qint64 kReceiveChunk = qint64{64} * 1024;
+
 struct LineSettings {
     int baud = 9600;
     Handshake handshake = Handshake::None;

@@ -11,6 +11,8 @@ namespace telvo::platform {
 
 SerialPortBackend::SerialPortBackend(const QString& path) : m_path(path) {
     m_port.setPortName(path);
+    // A full buffer stops QSerialPort reading the port until the program has read what it holds.
+    m_port.setReadBufferSize(kReceiveChunk);
     connect(&m_port, &QSerialPort::readyRead, this, &CommBackend::received);
     m_writeWatch.setSingleShot(true);
     connect(&m_writeWatch, &QTimer::timeout, this, &SerialPortBackend::dropStalledOutput);

@@ -170,8 +170,13 @@ void SimulatedLine::peerSend(const QByteArray& bytes) {
     pumpRx();
 }
 
+bool SimulatedLine::rxFull() const {
+    return m_open && !m_cut && m_rx.size() >= kReceiveChunk;
+}
+
 void SimulatedLine::pumpRx() {
-    if (m_rxEvent || m_fromPeer.empty()) return;
+    // A full receive buffer holds the line until the program reads (readAll pumps again).
+    if (m_rxEvent || m_fromPeer.empty() || rxFull()) return;
     Clock& clock = Clock::instance();
     const int sendBaud = peerTxBaud();
     const qint64 bt = m_pacing ? byteTimeUs(sendBaud) : 0;
@@ -183,7 +188,9 @@ void SimulatedLine::pumpRx() {
         const qint64 now = Clock::instance().nowUs();
         QByteArray chunk;
         // Late events catch up with every byte due by now, as on the way out.
-        while (!m_fromPeer.empty() && (bt == 0 || m_rxLineFreeUs + bt <= now)) {
+        const qint64 room = m_open && !m_cut ? kReceiveChunk - m_rx.size() : kReceiveChunk;
+        while (!m_fromPeer.empty() && chunk.size() < room &&
+               (bt == 0 || m_rxLineFreeUs + bt <= now)) {
             m_rxLineFreeUs += bt;
             chunk.append(m_fromPeer.front());
             m_fromPeer.pop_front();
@@ -203,6 +210,7 @@ void SimulatedLine::pumpRx() {
 QByteArray SimulatedLine::readAll() {
     QByteArray out;
     out.swap(m_rx);
+    pumpRx();
     return out;
 }
 

@@ -95,6 +95,7 @@ private:
     void pumpTx();
     void runTx();
     void pumpRx();
+    bool rxFull() const;
     // On the wall clock a wake-up carries the bytes due since the last one (each stamped with
     // its own time); this is the earliest of `nextUs` and the later of `lastUs` and now + a batch.
     static qint64 batchedDue(qint64 nextUs, qint64 lastUs);

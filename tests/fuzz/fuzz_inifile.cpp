@@ -62,6 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
+#include "FuzzCorpus.h"
+
 #ifndef TELVO_LIBFUZZER
 int main() {
     static const char* const kCorpus[] = {
@@ -106,6 +108,7 @@ int main() {
         }
     }
     std::printf("fuzz_inifile: %d inputs, no crash\n", runs);
+    if (telvo::test::FeedCorpus("inifile", LLVMFuzzerTestOneInput) == 0) return 1;
     return 0;
 }
 #endif

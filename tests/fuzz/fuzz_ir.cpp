@@ -6,8 +6,6 @@
 #include "core/ir/GenIR.h"
 #include "core/text/Classic.h"
 
-#include <QDir>
-#include <QFile>
 #include <QStringList>
 #include <cstdint>
 #include <cstdio>
@@ -84,6 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
+#include "FuzzCorpus.h"
+
 #ifndef TELVO_LIBFUZZER
 int main() {
     static const char* const kBuiltIn[] = {
@@ -111,15 +111,9 @@ int main() {
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input), std::strlen(input));
         ++runs;
     }
-    const QDir corpus(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/tests/fuzz/corpus/ir"));
-    for (const QString& name : corpus.entryList(QDir::Files)) {
-        QFile f(corpus.filePath(name));
-        if (!f.open(QIODevice::ReadOnly)) continue;
-        const QByteArray bytes = f.readAll();
-        LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.constData()), size_t(bytes.size()));
-        ++runs;
-    }
-    std::printf("fuzz_ir: %d inputs, no crash\n", runs);
+    const int seeds = telvo::test::FeedCorpus("ir", LLVMFuzzerTestOneInput);
+    if (seeds == 0) return 1;
+    std::printf("fuzz_ir: %d inputs, no crash\n", runs + seeds);
     return 0;
 }
 #endif

@@ -92,6 +92,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
+#include "FuzzCorpus.h"
+
 #ifndef TELVO_LIBFUZZER
 int main() {
     const char* awkward[] = {
@@ -131,6 +133,7 @@ int main() {
         LLVMFuzzerTestOneInput(buf.data(), buf.size());
     }
     std::puts("fuzz_receive: corpus passed");
+    if (telvo::test::FeedCorpus("receive", LLVMFuzzerTestOneInput) == 0) return 1;
     return 0;
 }
 #endif

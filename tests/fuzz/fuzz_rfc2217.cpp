@@ -79,6 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
+#include "FuzzCorpus.h"
+
 #ifndef TELVO_LIBFUZZER
 int main() {
     const std::vector<std::vector<uint8_t>> awkward = {
@@ -106,6 +108,7 @@ int main() {
         LLVMFuzzerTestOneInput(buf.data(), buf.size());
     }
     std::puts("fuzz_rfc2217: corpus passed");
+    if (telvo::test::FeedCorpus("rfc2217", LLVMFuzzerTestOneInput) == 0) return 1;
     return 0;
 }
 #endif

@@ -102,8 +102,20 @@ rfc2217 = {
     "broken-sub": bytes([IAC, SB, 44, 101, 1, IAC, 7]) + b"after" + bytes([IAC, SB, 24, 1, IAC, SE]),
 }
 
+settings = {
+    # Settings.txt as a save writes it (CR LF lines), and as hands edit it.
+    "saved": b"SetState=Input Video 1,4C1; SetParameter=Brightness, B117\r\n"
+    b"SetState=Input Video 1,4C1; SetParameter=Contrast, B250\r\n"
+    b"SetState=Input RGB,4C3; SetParameter=Sharpness, D3-4\r\n"
+    b"SetParameter=Output Resolution, E0 1024 768 60\r\n"
+    b"SetParameter=Gamma, 53\r\n",
+    "edited": b"setstate=input 2,4c2;setparameter=Hue,B30\n SetParameter = Tint ,B4 9 \n"
+    b"SetState=,;=,\r\nSetState\r\nSetParameter\r\n=\r\n,\r\n;\r\n\t\r\n",
+    "answers": b"\x0221" b"05A1\x001\x00cc\x03\r\n\x0221" b"99B1\x0017\x00\x03\r\n\x0221-9\r\n",
+}
+
 for target, seeds in {"receive": receive, "inifile": inifile, "update": update,
-                      "fw_files": fw_files, "rfc2217": rfc2217}.items():
+                      "fw_files": fw_files, "rfc2217": rfc2217, "settings": settings}.items():
     out = os.path.join(root, target)
     os.makedirs(out, exist_ok=True)
     for name, data in seeds.items():

@@ -6,6 +6,7 @@
 #include "core/link/ReceiveRouter.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
+#include "platform/SimulatedLine.h"
 
 #include <random>
 
@@ -98,14 +99,14 @@ TEST_F(ConsoleBoxes, RandomTrafficShowsWhatSettingAtOnceShows) {
 }
 
 // A megabyte session: lines, prompts, spinners wiped by backspaces, CR and LF in separate
-// events. Both boxes end exactly as the text they were fed.
-TEST_F(ConsoleBoxes, MegabyteSessionShowsExactlyItsText) {
+// events. Both boxes end with the last lines of the text they were fed, whole, and show exactly
+// that; the first lines went from the top as the boxes passed their limit.
+TEST_F(ConsoleBoxes, MegabyteSessionKeepsItsLastLinesWhole) {
     QString expected;
     int line = 0;
     while (expected.size() < 1024 * 1024) {
         const QString text = QStringLiteral("line %1: status 0x%2 ok").arg(line).arg(line * 7, 4, 16,
                                                                                    QLatin1Char('0'));
-        ui::Link().SpinnerCount = 0; // a 16-bit count, as the loader restarts it
         receive(text + QStringLiteral("|\b/\b-\b\\\b"));
         if (line % 3 == 0) {
             receive(QStringLiteral("\r"));
@@ -116,15 +117,48 @@ TEST_F(ConsoleBoxes, MegabyteSessionShowsExactlyItsText) {
         expected += text + QStringLiteral("\r\n> ");
         ++line;
     }
-    ASSERT_EQ(ui::G().dbgText.text(), expected);
-    ASSERT_EQ(ui::G().ldrText.text(), expected);
-    QString visible = expected;
+    const QString kept = ui::G().dbgText.text();
+    ASSERT_EQ(ui::G().ldrText.text(), kept);
+    EXPECT_LE(kept.size(), core::ConsoleText::kMaxChars);
+    EXPECT_GE(kept.size(), core::ConsoleText::kKeepChars - 64);
+    EXPECT_TRUE(kept.startsWith(QStringLiteral("> line "))) << "the first line kept is whole";
+    ASSERT_TRUE(expected.endsWith(kept));
+    EXPECT_EQ(ui::Link().SpinnerCount, 32767) << "a count that stops, never an overflow";
+    QString visible = kept;
     visible.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     EXPECT_EQ(dbgShown(), visible);
     EXPECT_EQ(ldrShown(), visible);
-    EXPECT_EQ(dbgShown(), setAtOnce(expected));
+    EXPECT_EQ(dbgShown(), setAtOnce(kept));
     EXPECT_EQ(ui::dbg().Text1->textCursor().position(),
               ui::dbg().Text1->document()->characterCount() - 1);
+}
+
+// Noise outside a transfer, through the port and its handler: 100,000 spinner characters and
+// backspaces, which no watchdog tick resets, end in a count at its largest value, never in a
+// run-time error, and what follows them is still heard.
+class SpinnerNoise : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        initControls();
+        attachPeer();
+    }
+};
+
+TEST_F(SpinnerNoise, HundredThousandSpinnerCharactersCountToTheTopWithoutAnError) {
+    QByteArray noise;
+    for (int i = 0; i < 25000; ++i) noise += "|/-\\";
+    noise += QByteArray(100000, '\b');
+    ui::Link().ConsoleActive = true; // the console on: the spinner is seen and shown
+    line(1)->peerSend(noise + "alive>");
+    ASSERT_TRUE(waitUntil([] { return ui::G().dbgText.text().endsWith(QStringLiteral("alive>")); }));
+    EXPECT_EQ(ui::Link().SpinnerCount, 32767);
+    ui::Link().ConsoleActive = false; // idle: the backspaces alone still count
+    ui::Link().SpinnerCount = 0;
+    line(1)->peerSend(QByteArray(100000, '\b') + platform::DeviceFrame("01", QByteArray("1\0" "30\0", 5)));
+    ASSERT_TRUE(waitUntil([] { return !ui::Link().Reply.isEmpty(); }));
+    EXPECT_EQ(ui::Link().SpinnerCount, 32767);
+    EXPECT_EQ(scripted->messageTexts(), QStringList());
 }
 
 } // namespace

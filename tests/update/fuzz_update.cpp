@@ -61,6 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
+#include "../fuzz/FuzzCorpus.h"
+
 #ifndef TELVO_LIBFUZZER
 int main() {
     const char* corpus[] = {
@@ -84,6 +86,7 @@ int main() {
         LLVMFuzzerTestOneInput(buf, n);
     }
     std::puts("fuzz_update: corpus done");
+    if (telvo::test::FeedCorpus("update", LLVMFuzzerTestOneInput) == 0) return 1;
     return 0;
 }
 #endif

@@ -3,17 +3,31 @@
 #include "core/text/Classic.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace telvo::core {
 
 namespace {
-const QString kFailure = QStringLiteral("failure");
-const QString kRestart = QStringLiteral("restart.");
-const QString kReady = QStringLiteral("frk file now");
+// The loader's words, in the order of ConsoleText's marks.
+const QString kWords[3] = {QStringLiteral("failure"), QStringLiteral("restart."),
+                           QStringLiteral("frk file now")};
+
+// A sign of life. The count stops at its largest value: a spinner that turns for hours outside a
+// transfer (where no watchdog tick resets it) is still just alive, never an overflow.
+void countSpinner(LinkState& link) {
+    if (link.SpinnerCount < std::numeric_limits<qint16>::max()) ++link.SpinnerCount;
+}
 
 bool tailIs(const QString& text, const QString& word) {
     return text.size() >= word.size() &&
            QStringView(text).right(word.size()).compare(word, Qt::CaseInsensitive) == 0;
+}
+
+// Where the last copy of `word` in the first `length` characters of `text` ends; -1 for none.
+qsizetype lastEnd(const QString& text, const QString& word, qsizetype length) {
+    if (length < word.size()) return -1;
+    const qsizetype at = QStringView(text).left(length).lastIndexOf(word, Qt::CaseInsensitive);
+    return at < 0 ? -1 : at + word.size();
 }
 } // namespace
 
@@ -22,6 +36,8 @@ void ConsoleText::setText(const QString& text) {
     ++m_revision;
     m_setRevision = m_revision;
     m_cuts.clear();
+    for (Mark& m : m_marks) m = Mark{};
+    bound();
     rescan();
 }
 
@@ -29,6 +45,41 @@ void ConsoleText::append(QChar c) {
     m_text.append(c);
     ++m_revision;
     scanTail();
+    if (m_text.size() > kMaxChars) bound();
+}
+
+void ConsoleText::bound() {
+    if (m_text.size() <= kMaxChars) return;
+    const auto lineEnd = [](QChar c) { return c == QLatin1Char('\r') || c == QLatin1Char('\n'); };
+    // The kept part begins after the first line end that leaves at most kKeepChars; a line
+    // longer than that on its own is kept from the middle, as much of its end as fits.
+    qsizetype from = m_text.size() - kKeepChars;
+    qsizetype end = from - 1;
+    while (end < m_text.size() && !lineEnd(m_text.at(end))) ++end;
+    if (end < m_text.size()) {
+        while (end < m_text.size() && lineEnd(m_text.at(end))) ++end;
+        from = end;
+    } else if (m_text.at(from).isLowSurrogate()) {
+        ++from; // never half a character
+    }
+    m_text.remove(0, from);
+    m_headDropped += quint64(from);
+    for (Cut& c : m_cuts) c.length = std::max<qsizetype>(0, c.length - from);
+    // Cuts into what went are all cuts to nothing now: the latest of them answers for them all
+    // (keptSince takes the first cut after a revision), so the list stays as short as the box.
+    const auto zeros = std::find_if(m_cuts.cbegin(), m_cuts.cend(),
+                                    [](const Cut& c) { return c.length > 0; }) - m_cuts.cbegin();
+    if (zeros > 1) m_cuts.remove(0, zeros - 1);
+    for (int i = 0; i < 3; ++i) {
+        Mark& m = m_marks[i];
+        if (m.end < 0) continue;
+        m.end -= from;
+        // The last copy began in what went: no copy is left, and the word stands all the same.
+        if (m.end < kWords[i].size()) {
+            m.end = -1;
+            m.dropped = true;
+        }
+    }
 }
 
 void ConsoleText::removeLast() {
@@ -37,8 +88,10 @@ void ConsoleText::removeLast() {
     ++m_revision;
     while (!m_cuts.isEmpty() && m_cuts.constLast().length >= m_text.size()) m_cuts.removeLast();
     m_cuts.append({m_revision, m_text.size()});
-    // A mark can only vanish when its last character goes; look again then.
-    if (m_hasFailure || m_hasRestart || m_hasReady) rescan();
+    // A word goes only when its last copy loses its last character; an earlier copy may stand.
+    for (int i = 0; i < 3; ++i)
+        if (m_marks[i].end > m_text.size())
+            m_marks[i].end = lastEnd(m_text, kWords[i], m_text.size());
 }
 
 qsizetype ConsoleText::keptSince(quint64 revision) const {
@@ -50,15 +103,14 @@ qsizetype ConsoleText::keptSince(quint64 revision) const {
 }
 
 void ConsoleText::rescan() {
-    m_hasFailure = m_text.contains(kFailure, Qt::CaseInsensitive);
-    m_hasRestart = m_text.contains(kRestart, Qt::CaseInsensitive);
-    m_hasReady = m_text.contains(kReady, Qt::CaseInsensitive);
+    for (int i = 0; i < 3; ++i) m_marks[i].end = lastEnd(m_text, kWords[i], m_text.size());
 }
 
 void ConsoleText::scanTail() {
-    if (!m_hasFailure && tailIs(m_text, kFailure)) m_hasFailure = true;
-    if (!m_hasRestart && tailIs(m_text, kRestart)) m_hasRestart = true;
-    if (!m_hasReady && tailIs(m_text, kReady)) m_hasReady = true;
+    // Each word ends in a character of its own ('e', '.', 'w'): only that one can complete it.
+    const QChar last = m_text.back().toLower();
+    for (int i = 0; i < 3; ++i)
+        if (last == kWords[i].back() && tailIs(m_text, kWords[i])) m_marks[i].end = m_text.size();
 }
 
 bool IsSpecialState(const QString& deviceState, bool consoleActive) {
@@ -82,7 +134,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
                 dbgText.removeLast();
             }
             link.DeviceTalking = false;
-            link.SpinnerCount = AddInt(link.SpinnerCount, 1);
+            countSpinner(link);
         } else if (code == 2) {
             link.InPacket = true;
             link.PartialPacket = QString(ch);
@@ -104,7 +156,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
                 link.DeviceTalking = true;
             }
         } else if (link.InPacket) {
-            link.PartialPacket.append(ch);
+            if (link.PartialPacket.size() < kMaxPacketChars) link.PartialPacket.append(ch);
             link.DeviceTalking = true;
         } else if (special) {
             ldrText.append(ch);
@@ -112,7 +164,7 @@ void RouteReceived(const QString& input, bool special, LinkState& link, ConsoleT
             if (ch == QLatin1Char('\\') || ch == QLatin1Char('/') || ch == QLatin1Char('|') ||
                 ch == QLatin1Char('-')) {
                 link.DeviceTalking = false;
-                link.SpinnerCount = AddInt(link.SpinnerCount, 1);
+                countSpinner(link);
             }
         }
         if (!link.ConsoleActive) {

@@ -45,8 +45,16 @@ struct LinkState {
 
 // A text box fed by the line, with the loader's marks found as text arrives rather than by
 // searching the whole box after every character: the result is the same, the cost is not.
+// The box keeps the last part of what it was given: past kMaxChars it drops whole lines from
+// the top down to kKeepChars, so a line that floods it for hours holds a fixed amount of memory.
+// A mark once found stays found though its line was dropped, as it would in an unbounded box.
 class ConsoleText {
 public:
+    // Far more than anyone scrolls back through; the drop back to kKeepChars makes the cost of
+    // a drop (moving what is kept) a small share of the text that caused it.
+    static constexpr qsizetype kMaxChars = qsizetype{256} * 1024;
+    static constexpr qsizetype kKeepChars = kMaxChars - kMaxChars / 4;
+
     const QString& text() const { return m_text; }
     void setText(const QString& text);
     void clear() { setText(QString()); }
@@ -54,19 +62,33 @@ public:
     void append(QChar c);
     void removeLast();
     // Case-blind: does the box hold the word?
-    bool holdsFailure() const { return m_hasFailure && m_hasRestart; }
-    bool holdsReady() const { return m_hasReady; }
+    bool holdsFailure() const { return m_marks[0].held() && m_marks[1].held(); }
+    bool holdsReady() const { return m_marks[2].held(); }
     // Counts every change, so a window can tell when to repaint.
     quint64 revision() const { return m_revision; }
     // How many leading characters have stayed untouched since `revision` (0 when the whole text
     // was set since): a window that showed that revision need only redo what lies beyond, and
     // a long session costs no more per line than a short one. The count may pass the length
-    // the text had then; the caller bounds it by what it showed.
+    // the text had then; the caller bounds it by what it showed. Positions are those of the
+    // text now: a window first drops from what it showed what headDropped() says went.
     qsizetype keptSince(quint64 revision) const;
+    // How many characters have gone from the top since the box was made, all drops together:
+    // the difference between two readings is what went in between.
+    quint64 headDropped() const { return m_headDropped; }
 
 private:
+    // Where the last copy of a loader word ends in the text (-1: none), and whether one went
+    // with the lines dropped from the top. A backspace looks again only when it cuts into that
+    // last copy, so a spinner costs the same in a full box as in an empty one.
+    struct Mark {
+        qsizetype end = -1;
+        bool dropped = false;
+        bool held() const { return dropped || end >= 0; }
+    };
+
     void rescan();
     void scanTail();
+    void bound();
 
     // A backspace: the text was cut to `length` at `revision`. Only cuts shorter than every
     // later one are kept, so lengths rise with revisions and the list stays short.
@@ -78,11 +100,14 @@ private:
     QString m_text;
     QList<Cut> m_cuts;      // since the last setText
     quint64 m_setRevision = 0;
-    bool m_hasFailure = false;
-    bool m_hasRestart = false;
-    bool m_hasReady = false;
+    Mark m_marks[3];        // "failure", "restart.", "frk file now"
+    quint64 m_headDropped = 0;
     quint64 m_revision = 0;
 };
+
+// The longest frame is 263 characters (a 255-byte data field). A packet that runs on past this
+// without its ETX is noise: only its head is kept, which holds all that classifies it.
+constexpr qsizetype kMaxPacketChars = 1024;
 
 // What the receive handler asks of the window side, in the order it happens.
 class ReceiveSink {

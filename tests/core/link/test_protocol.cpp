@@ -200,6 +200,62 @@ TEST_F(Router, BackspaceCountsEvenWhenNotSpecial) {
     EXPECT_EQ(link.SpinnerCount, 2);
 }
 
+TEST_F(Router, SpinnerCountStopsAtItsLargestValue) {
+    // Outside a transfer nothing resets the count: a long spinner must not overflow it.
+    feed(QString(40000, QChar(8)));
+    EXPECT_EQ(link.SpinnerCount, 32767);
+    feed(QString(60000, QLatin1Char('|')) + S("\x02" "01\x03"), true);
+    EXPECT_EQ(link.SpinnerCount, 32767);
+    EXPECT_EQ(link.Reply, S("\x02" "01\x03")) << "what follows the spinner is still routed";
+    link.SpinnerCount = 0; // the watchdog's tick
+    feed(S("/"), true);
+    EXPECT_EQ(link.SpinnerCount, 1);
+}
+
+TEST_F(Router, PacketWithoutEtxKeepsOnlyItsHead) {
+    link.WaitingReply = true;
+    feed(S("\x02" "21") + QString(100000, QLatin1Char('z')));
+    EXPECT_EQ(link.PartialPacket.size(), kMaxPacketChars);
+    feed(S("\x03"));
+    EXPECT_EQ(link.Reply, S("\x02" "21") + QString(kMaxPacketChars - 3, QLatin1Char('z')) + S("\x03"));
+    EXPECT_FALSE(link.WaitingReply);
+}
+
+TEST_F(Router, BoxPastItsLimitKeepsItsLastLinesWhole) {
+    QString all;
+    for (int i = 0; all.size() <= ConsoleText::kMaxChars; ++i)
+        all += S("line %1 of the boot loader's chatter\r\n").arg(i, 6, 10, QLatin1Char('0'));
+    feed(all + S("partial"), true);
+    const QString kept = ldr.text();
+    EXPECT_LE(kept.size(), ConsoleText::kMaxChars);
+    EXPECT_GE(kept.size(), ConsoleText::kKeepChars - 64);
+    EXPECT_TRUE(kept.startsWith(S("line "))) << "the first line kept is whole";
+    EXPECT_TRUE((all + S("partial")).endsWith(kept));
+    EXPECT_EQ(ldr.headDropped() + quint64(kept.size()), quint64(all.size() + 7));
+    EXPECT_EQ(dbg.text(), kept);
+}
+
+TEST_F(Router, OneLineLongerThanTheBoxKeepsItsEnd) {
+    QString line;
+    for (int i = 0; line.size() <= ConsoleText::kMaxChars; ++i) line += QString::number(i % 10);
+    feed(line, true);
+    EXPECT_EQ(ldr.text(), line.right(ConsoleText::kKeepChars));
+}
+
+TEST_F(Router, MarksInDroppedLinesStillStandUntilTheBoxIsEmptied) {
+    feed(S("Failure, restart.\r\n"), true);
+    EXPECT_TRUE(link.LoaderFailed);
+    feed(QString(ConsoleText::kMaxChars, QLatin1Char('n')) + S("\r\n"), true);
+    EXPECT_FALSE(ldr.text().contains(S("Failure")));
+    link.LoaderFailed = false;
+    feed(S("x\x08"), true); // a backspace looks again at the box
+    EXPECT_TRUE(link.LoaderFailed);
+    ldr.clear();
+    link.LoaderFailed = false;
+    feed(S("x"), true);
+    EXPECT_FALSE(link.LoaderFailed);
+}
+
 TEST_F(Router, ReadyWordsAreFoundIgnoringCaseAndStayUntilTheBoxEmpties) {
     feed(S("Boot loader v2\r\nLoad FRK File now."), true);
     EXPECT_TRUE(link.LoaderReady);
