@@ -1,9 +1,9 @@
 #pragma once
 // Faults a test switches on while the emulator runs, one line each on a control channel (a FIFO
 // given by --control): "garbage N" (N stray bytes at the line's pace), "flood N" (N bytes as fast
-// as the terminal takes them), "silence MS" (the device hears but says nothing), "cut MS" (the
-// line is dead both ways), "late MS" (the next reply waits), "reboot" (a power cycle). The
-// pseudo-terminal server asks it what to do with each byte; the device itself never knows.
+// as the terminal takes them, for at most 5 s), "silence MS" (the device hears but says nothing),
+// "cut MS" (the line is dead both ways), "late MS" (the next reply waits), "reboot" (a power
+// cycle). The pseudo-terminal server asks it what to do with each byte; the device never knows.
 
 #include <QByteArray>
 #include <QObject>

@@ -172,6 +172,7 @@ private:
             m_outRates.append(QList<int>(c.amount, rate));
         } else if (c.kind == C::Flood) {
             m_floodLeft += c.amount;
+            m_floodEndUs = nowUs() + kFloodUs;
         }
         m_faults->apply(c, nowUs());
         service();
@@ -300,7 +301,11 @@ private:
     }
 
     // A flood goes as fast as the terminal takes it, past the line's pace.
+    // What the terminal has not taken when the flood's time is up is lost, as on a line nobody
+    // reads.
     void writeFlood() {
+        if (nowUs() > m_floodEndUs)
+            m_floodLeft = 0;
         while (m_floodLeft > 0) {
             const QByteArray chunk = m_faults->garbage(qMin<qint64>(m_floodLeft, 4096));
             const ssize_t n = ::write(m_master, chunk.constData(), size_t(chunk.size()));
@@ -351,7 +356,9 @@ private:
     QFile* m_trace;
     QFile* m_events;
     vorix::sim::FaultControl* m_faults;
+    static constexpr qint64 kFloodUs = 5'000'000;
     qint64 m_floodLeft = 0;
+    qint64 m_floodEndUs = 0;
     qint64 m_lastImageBytes = -1;
     QSocketNotifier m_reader;
     QTimer m_timer;

@@ -54,6 +54,7 @@ for run in $(seq "$starts"); do
   # tools/bench-startup.sh makes every one.
   [ $(( (run / 18) % 2 )) = 0 ] && rm -rf "$XDG_DATA_HOME"
   log="$XDG_DATA_HOME/Telvo Utility/LogFile.txt"
+  t0=$(date +%s%N)
   (cd "$dir" && exec "$prog") >"$dir/out.txt" 2>&1 &
   pid=$!
   win=
@@ -92,6 +93,8 @@ for run in $(seq "$starts"); do
     kill -TERM "$pid" 2>/dev/null
   fi
   wait "$pid"; rc=$?
+  [ -n "${SOAK_VERBOSE:-}" ] && echo "start $run: $device, $way, stage $when, exit $rc," \
+    "$(( ($(date +%s%N) - t0) / 1000000 )) ms" >&2
   ok=0
   case $way:$rc in
     window:0|term:143|window-then-term:143) ok=1 ;;

@@ -111,7 +111,7 @@ class Soak:
         self.app_bin = os.path.join(self.build, "bin", "telvo-soak-app")
         self.ini = os.path.abspath(args.ini)
         self.tmp = tempfile.mkdtemp(prefix="telvo-soak-")
-        self.lock = threading.Lock()
+        self.lock = threading.RLock()
         self.jobs = self.faults = self.recovered = self.failed = self.hit = 0
         self.stop = threading.Event()
         self.out = open(args.out, "w") if args.out else None
