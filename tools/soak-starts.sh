@@ -5,6 +5,8 @@
 # ended by the window's close box (WM_DELETE_WINDOW, as a user's click) or by SIGTERM, at once,
 # a moment after the window shows, or once the device was found; half of them first starts.
 # Usage: BUILD_DIR [STARTS] [KEEP_DIR]   (KEEP_DIR: where cores, backtraces and logs of deaths go)
+# SOAK_STARTS_UNTIL=EPOCH_SECONDS stops earlier, at that time; SOAK_STARTS_FIRST=N numbers the
+# starts from N (two loops at once take different turns); SOAK_VERBOSE=1 prints every start.
 # Exit code: 0 when no start died, 1 otherwise.
 set -uo pipefail
 build=$(cd "$1" && pwd)
@@ -40,7 +42,11 @@ for _ in $(seq 100); do [ -e "$tmp/pty" ] && break; sleep 0.05; done
 ulimit -c unlimited
 deaths=0; by_window=0; by_term=0; unclosed=0
 declare -A ways
-for run in $(seq "$starts"); do
+first=${SOAK_STARTS_FIRST:-1}
+done_starts=0
+for run in $(seq "$first" $((first + starts - 1))); do
+  [ -n "${SOAK_STARTS_UNTIL:-}" ] && [ "$(date +%s)" -ge "$SOAK_STARTS_UNTIL" ] && break
+  done_starts=$((done_starts + 1))
   case $((run % 3)) in
     0) ports=$tmp/pty; device=vorix-sim ;;
     1) ports=sim; device=in-process ;;
@@ -118,6 +124,6 @@ for run in $(seq "$starts"); do
     tail -3 "$dir/out.txt" | sed 's/^/    /' >&2
   fi
 done
-echo "starts $starts: ended by the window $by_window, by SIGTERM $by_term, not ended by the window $unclosed, died $deaths"
+echo "starts $done_starts: ended by the window $by_window, by SIGTERM $by_term, not ended by the window $unclosed, died $deaths"
 for k in "${!ways[@]}"; do echo "  $k: ${ways[$k]}"; done | sort
 [ "$deaths" = 0 ]

@@ -284,9 +284,10 @@ class Soak:
         rss, fds, c = s
         timers = "%s/%s/%s" % (c.get("timers", "?"), c.get("events", "?"), c.get("qtimers", "?"))
         with self.lock:
-            self.say("%6s %6d %6d %9d %7d %7d %9.1f %5d %11s %9s" % (
+            self.say("%6s %6d %6d %9d %7d %7d %9.1f %5d %11s %9s %10s" % (
                 minute, self.jobs, self.faults, self.recovered, self.failed, self.hit,
-                rss / 1024.0, fds, timers, c.get("refreshes", "?")))
+                rss / 1024.0, fds, timers, c.get("refreshes", "?"),
+                "%.1f" % (int(c.get("detailskb", 0)) / 1024.0)))
 
     def wait_refreshes(self, n, limit_s):
         """Waits (on the program's own count) until it has refreshed `n` times."""
@@ -327,9 +328,9 @@ class Soak:
                      "per device; the program refreshing every %d s" % (
                          args.minutes, args.pty_devices, args.net_devices, args.fault_every,
                          args.refresh))
-            self.say("%6s %6s %6s %9s %7s %7s %9s %5s %11s %9s" % (
+            self.say("%6s %6s %6s %9s %7s %7s %9s %5s %11s %9s %10s" % (
                 "minute", "jobs", "faults", "recovered", "failed", "hit", "RSS MB", "fds",
-                "timers", "refreshes"))
+                "timers", "refreshes", "Details MB"))
             first = self.sample()
             self.t0_rows = time.monotonic()
             self.row(0, first)
@@ -385,13 +386,17 @@ class Soak:
 
     def summary(self, first, last):
         growth = (last[0] - first[0]) / 1024.0
+        details = (int(last[2].get("detailskb", 0)) - int(first[2].get("detailskb", 0))) / 1024.0
         kinds = ", ".join("%s %d" % kv for kv in sorted(self.fault_kinds.items()))
         self.say("jobs run %d, faults injected %d (%s), jobs hit %d, recovered %d, "
                  "failed for good %d" % (self.jobs, self.faults, kinds, self.hit,
                                          self.recovered, self.failed))
-        self.say("program: RSS %.1f -> %.1f MB (growth %+.1f MB), descriptors %d -> %d, "
+        self.say("program: RSS %.1f -> %.1f MB (growth %+.1f MB; the Details box's text %+.1f MB "
+                 "of it, %s -> %s lines, so %+.1f MB beside it), descriptors %d -> %d, "
                  "timers %s -> %s, clock events %s -> %s, Qt timers %s -> %s" % (
-                     first[0] / 1024.0, last[0] / 1024.0, growth, first[1], last[1],
+                     first[0] / 1024.0, last[0] / 1024.0, growth, details,
+                     first[2].get("details"), last[2].get("details"), growth - details,
+                     first[1], last[1],
                      first[2].get("timers"), last[2].get("timers"), first[2].get("events"),
                      last[2].get("events"), first[2].get("qtimers"), last[2].get("qtimers")))
         self.say("jobs by kind: " + ", ".join(

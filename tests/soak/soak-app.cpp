@@ -2,11 +2,12 @@
 // "Get Current State" every few seconds (as a user who keeps an eye on a device would), the
 // answer to any message box that comes up, and on SIGUSR2 one line on standard output with its
 // counts: refreshes, boxes, live timers (`Timer` objects, the clock's pending events and the Qt
-// timers of every object in the window tree). Memory and descriptors are read from /proc.
+// timers of every object in the window tree), and the Details box's lines and their size. Memory and descriptors are read from /proc.
 // Usage: telvo-soak-app [SECONDS] [program words...]   (SECONDS: between refreshes, default 5)
 
 #include "DevicePeer.h"
 #include "app/Globals.h"
+#include "app/LogView.h"
 #include "app/Program.h"
 #include "platform/Clock.h"
 #include "platform/Timer.h"
@@ -55,10 +56,17 @@ struct Soak {
     QTimer refresh;
     QTimer boxWatch;
 
+    // The Details box keeps every line of the run (a double-click empties it): its lines and
+    // their text are counted apart from the rest of the memory.
     void counts() const {
-        std::printf("counts refreshes=%d boxes=%d timers=%d events=%zu qtimers=%d\n", refreshes,
-                    boxes, telvo::platform::Timer::LiveCount(),
-                    telvo::platform::Clock::instance().pendingCount(), qtTimers());
+        const telvo::core::LogLines& log = telvo::ui::scl().D1->lines();
+        qint64 chars = 0;
+        for (qsizetype i = 0; i < log.count(); ++i) chars += log.row(i).size();
+        std::printf("counts refreshes=%d boxes=%d timers=%d events=%zu qtimers=%d details=%lld "
+                    "detailskb=%lld\n",
+                    refreshes, boxes, telvo::platform::Timer::LiveCount(),
+                    telvo::platform::Clock::instance().pendingCount(), qtTimers(),
+                    static_cast<long long>(log.count()), static_cast<long long>(chars * 2 / 1024));
         std::fflush(stdout);
     }
 
