@@ -236,7 +236,7 @@ class Soak:
         if shutil.which("Xvfb") and not self.args.offscreen:
             display = ":%d" % (500 + os.getpid() % 400)
             self.xvfb = subprocess.Popen(["Xvfb", display, "-screen", "0", "1600x1200x24",
-                                          "-nolisten", "tcp"],
+                                          "-nolisten", "tcp", "-noreset"],
                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             env.update(DISPLAY=display, QT_QPA_PLATFORM="xcb")
             for _ in range(100):
