@@ -39,7 +39,12 @@ class Device:
         self.name = name
         self.dir = os.path.join(soak.tmp, name)
         os.makedirs(os.path.join(self.dir, "Firmware Files"))
-        shutil.copy(soak.ini, os.path.join(self.dir, "Telvo.ini"))
+        # Without `Baud =` the search tries every rate, as the README tells a user whose device
+        # may sit at another speed (a load leaves it at the transfer speed until the program sets
+        # it back, a restore may set it): a fault at the wrong moment leaves it there.
+        with open(soak.ini, encoding="latin-1") as src, \
+                open(os.path.join(self.dir, "Telvo.ini"), "w", encoding="latin-1") as dst:
+            dst.writelines(l for l in src if not l.replace(" ", "").lower().startswith("baud="))
         self.link = os.path.join(self.dir, "pty")
         self.control = os.path.join(self.dir, "control")
         self.events = os.path.join(self.dir, "events.txt")
@@ -172,7 +177,8 @@ class Soak:
                 tally["hit"] += 1
                 if rc < 0 and rc != -1:
                     tally["died"] += 1  # a signal: the job crashed
-            self.note("%s %s: exit %d %s" % (dev.name, kind, rc, " ".join(err)))
+            story = ["%s %s: exit %d %s" % (dev.name, kind, rc, " ".join(err))]
+            self.note(story[0])
             dev.quiet.set()
             ok = False
             for attempt in range(RECOVERIES):
@@ -182,8 +188,9 @@ class Soak:
                 if os.path.exists(os.path.join(dev.dir, "RestartLoader.txt")):
                     again = ["load", "--resume"]
                 rc, err = self.cli(dev, again)
-                self.note("%s   recovery %d (%s): exit %d %s" %
-                          (dev.name, attempt + 1, " ".join(again), rc, " ".join(err)))
+                story.append("%s   recovery %d (%s): exit %d %s" %
+                             (dev.name, attempt + 1, " ".join(again), rc, " ".join(err)))
+                self.note(story[-1])
                 if rc == 0:
                     ok = True
                     break
@@ -194,6 +201,7 @@ class Soak:
                 else:
                     self.failed += 1
                     self.note("%s %s FAILED FOR GOOD" % (dev.name, kind))
+                    self.failures.append(story)
 
     # --- faults ------------------------------------------------------------------------------
     def fault_line(self, rng, dev):
@@ -303,6 +311,7 @@ class Soak:
         self.t0 = time.monotonic()
         self.fault_kinds = {}
         self.kinds = {}
+        self.failures = []
         args = self.args
         devices = []
         try:
@@ -403,6 +412,8 @@ class Soak:
             "%s %d (hit %d%s)" % (k, v["run"], v["hit"],
                                   ", crashed %d" % v["died"] if v["died"] else "")
             for k, v in sorted(self.kinds.items())))
+        for story in self.failures:
+            self.say("failed for good:\n  " + "\n  ".join(story))
         ok = self.failed == 0
         if self.args.check_flat:
             flat = last[1] <= first[1] and last[2].get("timers") == first[2].get("timers")
