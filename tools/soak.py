@@ -412,6 +412,13 @@ class Soak:
             "%s %d (hit %d%s)" % (k, v["run"], v["hit"],
                                   ", crashed %d" % v["died"] if v["died"] else "")
             for k, v in sorted(self.kinds.items())))
+        beside = growth - details
+        self.say("goals: 0 failed for good: %s; memory growth <= 2 MB: %s (%+.1f MB, %+.1f MB "
+                 "beside the Details box); descriptors flat: %s" % (
+                     "met" if self.failed == 0 else "NOT met (%d)" % self.failed,
+                     "met" if growth <= 2 else ("met beside the Details box" if beside <= 2
+                                                else "NOT met"), growth, beside,
+                     "met" if last[1] <= first[1] else "NOT met"))
         for story in self.failures:
             self.say("failed for good:\n  " + "\n  ".join(story))
         ok = self.failed == 0
