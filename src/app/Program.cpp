@@ -27,6 +27,17 @@ int RunProgram(int argc, char** argv, telvo::platform::PortMap::PeerFactory peer
         std::fputs(qPrintable(line.output), stderr);
         return 2;
     }
+#if defined(Q_OS_LINUX)
+    // Without a display Qt's platform plugin would end the process with an abort and a core;
+    // a user who started us over a plain terminal gets a line that says why instead.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        std::fputs("telvo: no display to show the windows on (neither DISPLAY nor WAYLAND_DISPLAY "
+                   "is set); telvo-cli runs every job without one\n",
+                   stderr);
+        return 1;
+    }
+#endif
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Telvo Utility"));
     QStringList words = QApplication::arguments();
