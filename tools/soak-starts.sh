@@ -27,11 +27,13 @@ mkdir -p "$keep"
 cmake --install "$build" --prefix "$tmp/usr" >/dev/null
 prog=$tmp/usr/bin/telvo
 
-display=:$((100 + RANDOM % 400))
 # -noreset: without it the server resets whenever its last client leaves, and a program that
 # connects during the reset cannot open the display (Qt then aborts: "could not connect").
-Xvfb "$display" -screen 0 1600x1200x24 -nolisten tcp -noreset >/dev/null 2>&1 &
+# -displayfd: the server takes a free display and writes its number.
+Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp -noreset 3>"$tmp/display" >/dev/null 2>&1 &
 xpid=$!
+for _ in $(seq 200); do [ -s "$tmp/display" ] && break; sleep 0.05; done
+display=:$(head -1 "$tmp/display")
 for _ in $(seq 100); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.05; done
 export DISPLAY=$display QT_QPA_PLATFORM=xcb XDG_CONFIG_HOME=$tmp/config
 unset TELVO_HOME

@@ -239,13 +239,17 @@ class Soak:
     # --- the long-running program --------------------------------------------------------------
     def start_app(self, dev):
         env = dict(os.environ, TELVO_HOME=dev.dir, TELVO_PORTS=dev.link)
-        env.pop("TELVO_PORTS_EXTRA", None)
         self.xvfb = None
         if shutil.which("Xvfb") and not self.args.offscreen:
-            display = ":%d" % (500 + os.getpid() % 400)
-            self.xvfb = subprocess.Popen(["Xvfb", display, "-screen", "0", "1600x1200x24",
-                                          "-nolisten", "tcp", "-noreset"],
-                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            # The server picks a free display itself and says which (-displayfd).
+            rfd, wfd = os.pipe()
+            self.xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(wfd), "-screen", "0",
+                                          "1600x1200x24", "-nolisten", "tcp", "-noreset"],
+                                         pass_fds=(wfd,), stdout=subprocess.DEVNULL,
+                                         stderr=subprocess.DEVNULL)
+            os.close(wfd)
+            with os.fdopen(rfd) as r:
+                display = ":" + r.readline().strip()
             env.update(DISPLAY=display, QT_QPA_PLATFORM="xcb")
             for _ in range(100):
                 if subprocess.run(["xdpyinfo", "-display", display], stdout=subprocess.DEVNULL,
