@@ -6,7 +6,7 @@ DEMO_HOME  ?= $(CURDIR)/demo
 PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-charts-dev libgl-dev \
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth \
               desktop-file-utils appstream man-db lintian dpkg-dev file xdotool x11-utils ser2net \
-              at-spi2-core python3-pyatspi dbus-daemon qt6-base-private-dev
+              at-spi2-core python3-pyatspi dbus-daemon qt6-base-private-dev gdb python3
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill soak
