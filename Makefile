@@ -7,10 +7,10 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth \
               desktop-file-utils appstream man-db lintian dpkg-dev file xdotool x11-utils ser2net \
               at-spi2-core python3-pyatspi dbus-daemon qt6-base-private-dev lirc \
-              python3-serial
+              python3-serial gdb python3
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill latency
+.PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill latency soak
 
 all: build
 
@@ -54,6 +54,20 @@ sweep-kill: deps
 	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
 	cmake --build $(TEST_BUILD) --target sweep_kill vorix-sim -j$(JOBS)
 	SWEEP=$${SWEEP:-points} bash tools/run-sweep.sh $(TEST_BUILD) $(SWEEP_JOBS) docs/firmware-sweep-kill.txt sweep_kill
+
+# Not part of `make test` (a one-minute subset is): SOAK_MINUTES of command-line jobs and the
+# windows' refresh against vorix-sim devices (pseudo-terminals and ser2net) with faults at random
+# moments, on the release build; the table, one row a minute, goes to $(BUILD)/soak.txt. Then
+# SOAK_STARTS starts and ends of the installed program on a virtual display (cores and backtraces
+# of any that dies in $(BUILD)/soak-starts/).
+SOAK_MINUTES ?= 10
+SOAK_STARTS  ?= 100
+soak: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build $(BUILD) --target telvo telvo-cli vorix-sim telvo-soak-app telvo_dist_files -j$(JOBS)
+	python3 tools/soak.py --build $(BUILD) --minutes $(SOAK_MINUTES) --out $(BUILD)/soak.txt \
+	  --details $(BUILD)/soak-details.txt
+	bash -o pipefail -c 'bash tools/soak-starts.sh $(BUILD) $(SOAK_STARTS) 2>&1 | tee -a $(BUILD)/soak.txt'
 
 # Not part of `make test`: libFuzzer over every fuzz target, FUZZ_SECONDS each, with clang. The
 # libraries under test are instrumented too (fuzzer-no-link), under ASan and UBSan.

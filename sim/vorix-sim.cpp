@@ -5,6 +5,7 @@
 
 #include "Device.h"
 #include "DeviceOptions.h"
+#include "FaultControl.h"
 #include "Firmware.h"
 
 #include "core/text/MinorSubs.h"
@@ -95,9 +96,10 @@ speed_t speedOf(int rate) {
 
 class PtyServer : public QObject {
 public:
-    PtyServer(Device& device, int master, int slave, QFile* trace, QFile* events)
+    PtyServer(Device& device, int master, int slave, QFile* trace, QFile* events,
+              vorix::sim::FaultControl* faults)
         : m_device(device), m_master(master), m_slave(slave), m_trace(trace), m_events(events),
-          m_reader(master, QSocketNotifier::Read) {
+          m_faults(faults), m_reader(master, QSocketNotifier::Read) {
         m_clock.start();
         m_timer.setSingleShot(true);
         m_timer.setTimerType(Qt::PreciseTimer);
@@ -110,6 +112,9 @@ public:
                 if (m_events && kind == Device::TraceKind::Note)
                     writeEvent(text);
             });
+        if (m_faults)
+            m_faults->setHandler([this](const vorix::sim::FaultControl::Command& c,
+                                        const QByteArray& line) { fault(c, line); });
         service();
     }
 
@@ -150,7 +155,36 @@ private:
         return char(0x80 | ((m_noise >> 24) & 0x7f));
     }
 
+    // A fault from the control channel, applied now.
+    void fault(const vorix::sim::FaultControl::Command& c, const QByteArray& line) {
+        using C = vorix::sim::FaultControl::Command;
+        if (m_events)
+            writeEvent((c.kind == C::Unknown ? "fault? " : "fault ") + line);
+        if (c.kind == C::Reboot) {
+            powerCycle();
+            return;
+        }
+        if (c.kind == C::Garbage) {
+            const int rate = hostBaud() > 0 ? hostBaud() : m_device.baud();
+            if (m_out.isEmpty())
+                m_outNextUs = -1;
+            m_out.append(m_faults->garbage(c.amount));
+            m_outRates.append(QList<int>(c.amount, rate));
+        } else if (c.kind == C::Flood) {
+            m_floodLeft += c.amount;
+            m_floodEndUs = nowUs() + kFloodUs;
+        }
+        m_faults->apply(c, nowUs());
+        service();
+    }
+
     void readHost() {
+        if (m_faults && m_faults->inputDropped(nowUs())) { // a cut line: what was sent is lost
+            char lost[256];
+            while (::read(m_master, lost, sizeof lost) > 0) {
+            }
+            return;
+        }
         char buf[256];
         const qsizetype room = kInLimit - qsizetype(m_in.size());
         if (room > 0) {
@@ -201,12 +235,19 @@ private:
         m_device.advance(now);
         QList<int> rates;
         const QByteArray said = m_device.takeOutput(&rates);
-        if (!said.isEmpty()) {
+        const bool dropped = m_faults && m_faults->outputDropped(now);
+        if (dropped) {
+            m_out.clear();
+            m_outRates.clear();
+        } else if (!said.isEmpty()) {
             if (m_out.isEmpty())
                 m_outNextUs = -1;
             m_out.append(said);
             m_outRates.append(rates);
+            if (const qint64 hold = m_faults ? m_faults->takeHoldUs() : 0; hold > 0)
+                m_outNextUs = qMax(m_outNextUs, now + hold);
         }
+        writeFlood();
         // Each byte goes at the rate the device sent it at, even when the device has moved on
         // (an acknowledgement at the old rate, then the new rate).
         QByteArray due;
@@ -247,12 +288,31 @@ private:
         // cheap insurance while bytes wait).
         if (!m_in.empty() && !m_device.cts())
             earliest(now + 5000);
+        if (m_floodLeft > 0)
+            earliest(now + 1000);
+        if (m_faults && m_faults->quietUntilUs() > now)
+            earliest(m_faults->quietUntilUs());
         if (next < 0) {
             m_timer.stop();
             return;
         }
         const qint64 delayUs = qMax<qint64>(0, next - now);
         m_timer.start(int((delayUs + 999) / 1000));
+    }
+
+    // A flood goes as fast as the terminal takes it, past the line's pace.
+    // What the terminal has not taken when the flood's time is up is lost, as on a line nobody
+    // reads.
+    void writeFlood() {
+        if (nowUs() > m_floodEndUs)
+            m_floodLeft = 0;
+        while (m_floodLeft > 0) {
+            const QByteArray chunk = m_faults->garbage(qMin<qint64>(m_floodLeft, 4096));
+            const ssize_t n = ::write(m_master, chunk.constData(), size_t(chunk.size()));
+            if (n <= 0)
+                return;
+            m_floodLeft -= n;
+        }
     }
 
     // "image N" once the loader holds N bytes of an image, N a multiple of 1024; "image 0" when
@@ -295,6 +355,10 @@ private:
     int m_slave;
     QFile* m_trace;
     QFile* m_events;
+    vorix::sim::FaultControl* m_faults;
+    static constexpr qint64 kFloodUs = 5'000'000;
+    qint64 m_floodLeft = 0;
+    qint64 m_floodEndUs = 0;
     qint64 m_lastImageBytes = -1;
     QSocketNotifier m_reader;
     QTimer m_timer;
@@ -383,6 +447,10 @@ int main(int argc, char** argv) {
                  QStringLiteral("bytes")});
     p.addOption({QStringLiteral("for-model"),
                  QStringLiteral("Model the image is for (default: any)."), QStringLiteral("name")});
+    p.addOption({QStringLiteral("control"),
+                 QStringLiteral("Read faults from this FIFO (made when absent), one a line: "
+                                "garbage N, flood N, silence MS, cut MS, late MS, reboot."),
+                 QStringLiteral("fifo")});
     vorix::sim::AddDeviceOptions(p);
     p.process(app);
 
@@ -475,7 +543,15 @@ int main(int argc, char** argv) {
     // The terminal's path is the first line of output, before any event.
     QTextStream out(stdout);
     out << slavePath << Qt::endl;
-    PtyServer server(*device, master, slave, trace.get(), events.get());
+    std::unique_ptr<vorix::sim::FaultControl> faults;
+    if (p.isSet(QStringLiteral("control"))) {
+        faults = std::make_unique<vorix::sim::FaultControl>();
+        if (!faults->open(p.value(QStringLiteral("control")), &error)) {
+            err << "vorix-sim: " << error << "\n";
+            return 1;
+        }
+    }
+    PtyServer server(*device, master, slave, trace.get(), events.get(), faults.get());
     QSocketNotifier signals(g_signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&signals, &QSocketNotifier::activated, &app, [&] {
         char sig = 0;

@@ -1,44 +1,8 @@
 // Wires the libraries together and hands over to the start-up.
-#include "app/Controls.h"
-#include "app/Main.h"
-#include "core/app/StartupLine.h"
-#include "platform/AppPath.h"
-#include "platform/PortMap.h"
-#include "platform/Platform.h"
+#include "app/Program.h"
 
 #include "DevicePeer.h"
 
-#include <QApplication>
-#include <cstdio>
-
 int main(int argc, char** argv) {
-    using telvo::core::StartupLine;
-    // The line is answered before any window system is asked for, so --help, --version and a
-    // mistake need no display.
-    QStringList raw;
-    for (int i = 1; i < argc; ++i) raw << QString::fromLocal8Bit(argv[i]);
-    const StartupLine line = telvo::core::ReadStartupLine(raw);
-    if (line.action == StartupLine::Help || line.action == StartupLine::Version) {
-        std::fputs(qPrintable(line.output), stdout);
-        return 0;
-    }
-    if (line.action == StartupLine::Error) {
-        std::fputs(qPrintable(line.output), stderr);
-        return 2;
-    }
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Telvo Utility"));
-    QStringList words = QApplication::arguments();
-    words.removeFirst();
-    telvo::ui::SetCommandLine(words.join(QLatin1Char(' ')));
-    telvo::platform::PrepareAppFolder();
-    // "sim" entries of TELVO_PORTS put the device emulator behind that COM number, in-process.
-    telvo::platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
-    try {
-        telvo::ui::Handle([] { telvo::ui::Main(); });
-        if (telvo::platform::ProgramEnded()) return 0;
-        return app.exec();
-    } catch (const telvo::platform::ProgramEnd&) {
-        return 0;
-    }
+    return telvo::ui::RunProgram(argc, argv, vorix::sim::MakeDefaultPeer);
 }

@@ -16,7 +16,9 @@ trap cleanup EXIT
 cmake --install "$build" --prefix "$tmp/usr" >/dev/null
 
 display=:$((90 + RANDOM % 400))
-Xvfb "$display" -screen 0 1600x1200x24 -nolisten tcp >/dev/null 2>&1 &
+# -noreset: without it the server resets whenever its last client leaves, and a program that
+# connects during the reset cannot open the display (Qt then aborts: "could not connect").
+Xvfb "$display" -screen 0 1600x1200x24 -nolisten tcp -noreset >/dev/null 2>&1 &
 xpid=$!
 for _ in $(seq 100); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.05; done
 export DISPLAY=$display QT_QPA_PLATFORM=xcb XDG_CONFIG_HOME=$tmp/config TELVO_PORTS=sim

@@ -9,6 +9,7 @@
 #include "cli/Session.h"
 #include "app/MajorSubs.h"
 #include "platform/AppPath.h"
+#include "core/text/Classic.h"
 #include "platform/Clock.h"
 #include "platform/PortMap.h"
 #include "platform/Platform.h"
@@ -127,6 +128,12 @@ int runOn(const Options& o, const QString& port) {
         if (ui::G().driver.lstComPorts.isEmpty())
             return Report::instance().fail(kNoDevice, QStringLiteral("There were no Com Ports found on this machine."));
         return Report::instance().fail(kDeviceFailed, QStringLiteral("the job ended the program"));
+    } catch (const core::RuntimeError& e) {
+        // The windows show a run-time error in a box and go on; a job ends with it. 8012 is the
+        // port that could not be opened again (a connection lost): the device is gone.
+        return Report::instance().fail(
+            e.number() == 8012 ? kNoDevice : kDeviceFailed,
+            QStringLiteral("Run-time error '%1': %2").arg(e.number()).arg(e.description()));
     }
 }
 

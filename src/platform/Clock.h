@@ -48,6 +48,7 @@ public:
     Id scheduleIn(qint64 delayUs, Callback cb) { return schedule(nowUs() + delayUs, std::move(cb)); }
     void cancel(Id id);
     bool hasPending() const { return !m_events.empty(); }
+    std::size_t pendingCount() const { return m_events.size(); }
     // Drops every pending event (a test's end: nothing of it may run in the next test).
     void clear();
     qint64 nextDueUs() const;

@@ -2,9 +2,18 @@
 
 namespace telvo::platform {
 
-Timer::Timer(QObject* parent, int intervalMs) : QObject(parent), m_interval(intervalMs) {}
+namespace {
+int g_live = 0; // the one thread creates and deletes them all
+} // namespace
 
-Timer::~Timer() { disarm(); }
+Timer::Timer(QObject* parent, int intervalMs) : QObject(parent), m_interval(intervalMs) { ++g_live; }
+
+Timer::~Timer() {
+    disarm();
+    --g_live;
+}
+
+int Timer::LiveCount() { return g_live; }
 
 void Timer::setEnabled(bool on) {
     if (on == m_enabled) return;

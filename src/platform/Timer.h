@@ -17,6 +17,8 @@ public:
     bool Enabled() const { return m_enabled; }
     void setEnabled(bool on);
     int Interval() const { return m_interval; }
+    // Timers alive in the process (a long run checks that none pile up).
+    static int LiveCount();
     void setInterval(int ms);
 
 Q_SIGNALS:
