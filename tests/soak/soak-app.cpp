@@ -15,6 +15,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>
+#include <QDir>
 #include <QMessageBox>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -32,6 +33,16 @@ int g_pipe[2] = {-1, -1};
 void onSignal(int sig) {
     const char c = char(sig);
     [[maybe_unused]] const ssize_t n = ::write(g_pipe[1], &c, 1);
+}
+
+// Open descriptors, counted between two handlers of the event loop, where no routine holds a
+// file open for a moment (the log opens and closes its file for every line). The listing's own
+// descriptor is not counted.
+int openDescriptors() {
+    return int(QDir(QStringLiteral("/proc/self/fd"))
+                   .entryList(QDir::Files | QDir::System | QDir::NoDotAndDotDot)
+                   .size()) -
+           1;
 }
 
 int qtTimers() {
@@ -62,9 +73,9 @@ struct Soak {
         const telvo::core::LogLines& log = telvo::ui::scl().D1->lines();
         qint64 chars = 0;
         for (qsizetype i = 0; i < log.count(); ++i) chars += log.row(i).size();
-        std::printf("counts refreshes=%d boxes=%d timers=%d events=%zu qtimers=%d details=%lld "
-                    "detailskb=%lld\n",
-                    refreshes, boxes, telvo::platform::Timer::LiveCount(),
+        std::printf("counts refreshes=%d boxes=%d fds=%d timers=%d events=%zu qtimers=%d "
+                    "details=%lld detailskb=%lld\n",
+                    refreshes, boxes, openDescriptors(), telvo::platform::Timer::LiveCount(),
                     telvo::platform::Clock::instance().pendingCount(), qtTimers(),
                     static_cast<long long>(log.count()), static_cast<long long>(chars * 2 / 1024));
         std::fflush(stdout);
