@@ -147,6 +147,14 @@ class Soak:
         except subprocess.TimeoutExpired:
             return -1, ["hung: killed after %d s" % self.args.job_limit]
 
+    @staticmethod
+    def load_pending(dev, err):
+        """A cut-off load waits: telvo-cli said so, or a restart file stayed (in the program's
+        folder, or in the port's own folder under it)."""
+        if any("load --resume" in line for line in err):
+            return True
+        return any("RestartLoader.txt" in files for _, _, files in os.walk(dev.dir))
+
     def pick_job(self, rng):
         kind = rng.choices(["info", "set", "save", "restore", "load"], [30, 25, 15, 15, 15])[0]
         if kind == "set":
@@ -185,7 +193,7 @@ class Soak:
                 # The user waits for the line to come back (every fault ends within seconds).
                 time.sleep(6)
                 again = words
-                if os.path.exists(os.path.join(dev.dir, "RestartLoader.txt")):
+                if self.load_pending(dev, err):
                     again = ["load", "--resume"]
                 rc, err = self.cli(dev, again)
                 story.append("%s   recovery %d (%s): exit %d %s" %
