@@ -336,6 +336,9 @@ TEST_F(CliTrust, ACutAfterTheDevicesVerdictSaysSoAndTheResumeTellsTheVersionItRe
     ASSERT_TRUE(waitFor([&] {
         return readFile(portFile(dev, QStringLiteral("LogFile.txt"))).contains("reboots");
     }));
+    // The program logs the reboot wait when the last block has gone; the device gives its verdict
+    // only once it has checked the image, a little later.
+    ASSERT_TRUE(waitFor([&] { return traceHas(dev, QStringLiteral("Verify OK, version 2.85")); }));
     ::kill(pid_t(p.processId()), SIGINT);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 130);
