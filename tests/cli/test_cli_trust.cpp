@@ -33,6 +33,8 @@ protected:
 };
 
 // 1. Reads change the device.
+// Pins a departure (docs/ARCHITECTURE.md): the command line puts back exactly what it read,
+// where the main window puts back its view.
 TEST_F(CliTrust, ReadsLeaveTheSelectorsAndTheFoundInputsValuesAsFound) {
     // Input S-Vid-1 on preset Game with a brightness of its own, the digital output on profile 4.
     SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--settings"),

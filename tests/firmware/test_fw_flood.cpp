@@ -91,6 +91,7 @@ protected:
     qint32 m_startedAt = 0;
 };
 
+// Pins a departure (docs/ARCHITECTURE.md): the loader box keeps only its last part.
 TEST_F(Flood, SixtyFourMegabytesMidImageHoldMemoryAndTheLoadEndsAsALoadEnds) {
     vorix::sim::Device& d = attachDevice({});
     line(1)->setPacing(false); // the flood comes at whatever rate the program takes it

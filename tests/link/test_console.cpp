@@ -145,6 +145,7 @@ protected:
     }
 };
 
+// Pins a departure (docs/ARCHITECTURE.md): the count stops at its top instead of overflowing.
 TEST_F(SpinnerNoise, HundredThousandSpinnerCharactersCountToTheTopWithoutAnError) {
     QByteArray noise;
     for (int i = 0; i < 25000; ++i) noise += "|/-\\";

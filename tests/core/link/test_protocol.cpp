@@ -200,6 +200,7 @@ TEST_F(Router, BackspaceCountsEvenWhenNotSpecial) {
     EXPECT_EQ(link.SpinnerCount, 2);
 }
 
+// Pins a departure (docs/ARCHITECTURE.md): no run-time error 6 from a spinner.
 TEST_F(Router, SpinnerCountStopsAtItsLargestValue) {
     // Outside a transfer nothing resets the count: a long spinner must not overflow it.
     feed(QString(40000, QChar(8)));
