@@ -4,6 +4,7 @@
 // ratio of the same over the pseudo-terminal, best of three runs each. Wall clock: the device and
 // the server run on it.
 
+#include "BenchLine.h"
 #include "app/Globals.h"
 #include "firmware/Firmware.h"
 #include "config/IniLoader.h"
@@ -51,16 +52,8 @@ Result run(const QString& home, bool network) {
     ui::ResetSession();
     platform::PortMap::instance().setPorts({network ? server->address() : sim.path()});
     ui::InitDefaults();
-    ui::SCL& s = ui::scl();
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM1"));
-    for (QLineEdit* e : {s.txtCrntSpeed, s.txtOrigSpeed}) e->setText(QStringLiteral("19200"));
+    ui::SCL& s = bench::OpenCom1AsConnected();
     s.txtxfrspeed->setText(QStringLiteral("57600"));
-    s.DeviceModel->setText(QStringLiteral("Gorda"));
     s.txtFirmware->setText(QStringLiteral("1.24"));
     ui::SetState(QStringLiteral("Idle"));
 

@@ -3,6 +3,7 @@
 // is printed against its floor: the bytes of both directions on the wire at 19200 baud, plus one
 // round trip an exchange. Best of three. Wall clock: the device, the server and the proxy run on it.
 
+#include "BenchLine.h"
 #include "app/Globals.h"
 #include "config/IniLoader.h"
 #include "link/DelayProxy.h"
@@ -60,16 +61,7 @@ Result run(const QString& home, int roundTripMs) {
     ui::ReadIniFile(2);
     ui::Config().LogToFile = false;
     ui::BuildPanels();
-    ui::SCL& s = ui::scl();
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM1"));
-    s.txtCrntSpeed->setText(QStringLiteral("19200"));
-    s.DeviceModel->setText(QStringLiteral("Gorda"));
-    ui::Link().PowerState = QStringLiteral("ON");
+    ui::SCL& s = bench::OpenCom1AsConnected();
     // The link measured as a connection's first exchange measures it.
     ui::QueryDevice(QStringLiteral("A1"));
     const int before = int(sim.frames().size());

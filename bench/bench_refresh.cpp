@@ -5,6 +5,7 @@
 #include "CpuTime.h"
 #include "Device.h"
 #include "DevicePeer.h"
+#include "BenchLine.h"
 #include "app/Globals.h"
 #include "config/IniLoader.h"
 #include "core/config/IniFile.h"
@@ -51,16 +52,7 @@ int main(int argc, char** argv) {
     platform::PortMap::instance().setPorts({});
     platform::PortMap::instance().attachPeer(1, &peer);
     platform::PortMap::instance().simulatedLine(1)->setPacing(true);
-    ui::SCL& s = ui::scl();
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("19200,n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM1"));
-    s.txtCrntSpeed->setText(QStringLiteral("19200"));
-    s.DeviceModel->setText(QStringLiteral("Gorda"));
-    ui::Link().PowerState = QStringLiteral("ON");
+    ui::SCL& s = bench::OpenCom1AsConnected();
 
     const double cpu0 = cpuSeconds();
     QElapsedTimer wall;
