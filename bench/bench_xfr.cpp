@@ -4,6 +4,7 @@
 // stalls; under the virtual clock (exact pacing) and on the wall clock, where the program's
 // CPU time is also shown as a share of the transfer's wall time.
 
+#include "BenchLine.h"
 #include "Device.h"
 #include "DevicePeer.h"
 #include "Firmware.h"
@@ -58,16 +59,9 @@ Result run(const QString& home, int baud, qint64 size, bool virtualClock) {
     auto peer = std::make_unique<vorix::sim::DevicePeer>(
         std::make_unique<vorix::sim::Device>(QStringList{}, o, clock.nowUs()));
     platform::PortMap::instance().attachPeer(1, peer.get());
-    ui::SCL& s = ui::scl();
     const QString rate = QString::number(baud);
-    s.P1->setCommPort(1);
-    s.P1->setSettings(rate + QStringLiteral(",n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM1"));
-    for (QLineEdit* e : {s.txtCrntSpeed, s.txtxfrspeed, s.txtOrigSpeed}) e->setText(rate);
-    s.DeviceModel->setText(QStringLiteral("Gorda"));
+    ui::SCL& s = bench::OpenCom1AsConnected(rate);
+    s.txtxfrspeed->setText(rate);
     s.txtFirmware->setText(QStringLiteral("1.24"));
     ui::SetState(QStringLiteral("Idle"));
     Result r;
