@@ -88,7 +88,21 @@ void PipeProgress::look() {
         // look.
         while (m_tenth < tenth) {
             ++m_tenth;
+            if (m_tenth == 0) m_verified = false;
             tell(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + l.lblRate->text());
+        }
+        // The device's verdict comes while the program waits out its reboot, with no status
+        // line of its own: a script that cuts the wait short knows then that the image took.
+        if (!m_verified) {
+            const QString shown = ui::G().ldrText.text();
+            const qsizetype at = shown.lastIndexOf(QLatin1String("Verify OK"));
+            // Told once its line is whole.
+            const qsizetype end = at < 0 ? -1 : shown.indexOf(QLatin1Char('\r'), at);
+            if (end >= 0) {
+                m_verified = true;
+                tell(QStringLiteral("The device verified the image: ") +
+                     shown.mid(at, end - at).trimmed());
+            }
         }
     }
     // The steps: every status line is written to the log with five blanks behind it, so none

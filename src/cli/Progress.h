@@ -28,6 +28,7 @@ private:
     qint64 m_offset = 0;  // how far the log has been read
     QByteArray m_pending; // a line of the log not yet whole
     int m_tenth = -1;     // the tenth of the transfer last told; -1 while none runs
+    bool m_verified = false; // the device's verdict on the image in hand has been told
 };
 
 } // namespace telvo::cli

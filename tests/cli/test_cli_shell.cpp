@@ -225,6 +225,10 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
          QStringLiteral("Setting Gorda into Firmware Update Mode"), QStringLiteral("Sending: 50%  "),
          QStringLiteral("Waiting 10 seconds while Gorda reboots"),
          QStringLiteral("Load complete, Ready to start search")},
+        // The device's verdict, once, after the last block went.
+        {QStringLiteral("Sending: 100%  "),
+         QStringLiteral("The device verified the image: Verify OK, version 2.81"),
+         QStringLiteral("Load complete, Ready to start search")},
         {QStringLiteral("Sending: 0%  "), QStringLiteral("Sending: 50%  "),
          QStringLiteral("Sending: 100%  8000 / 8000 bytes")}};
     for (const QStringList& order : orders) {
@@ -237,6 +241,7 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
     }
     for (int tenth = 0; tenth <= 10; ++tenth)
         EXPECT_GE(at(QStringLiteral("Sending: %1%  ").arg(tenth * 10)), 0) << tenth;
+    EXPECT_EQ(r.err.count("The device verified the image"), 1);
     // The loader's count of blocks is no stage.
     EXPECT_LT(at(QStringLiteral("Bytes processed")), 0);
     // Lines, never a bar redrawn in place.

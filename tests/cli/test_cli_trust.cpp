@@ -339,10 +339,16 @@ TEST_F(CliTrust, ACutAfterTheDevicesVerdictSaysSoAndTheResumeTellsTheVersionItRe
         return readFile(portFile(dev, QStringLiteral("LogFile.txt"))).contains("reboots");
     }));
     // The program logs the reboot wait when the last block has gone; the device gives its verdict
-    // only once it has checked the image, a little later.
-    ASSERT_TRUE(waitFor([&] { return traceHas(dev, QStringLiteral("Verify OK, version 2.85")); }));
+    // only once it has checked the image, a little later, and the program tells when it has read it.
+    QByteArray told;
+    ASSERT_TRUE(waitFor([&] {
+        p.waitForReadyRead(20);
+        told += p.readAllStandardError();
+        return told.contains("The device verified the image: Verify OK, version 2.85");
+    }));
     ::kill(pid_t(p.processId()), SIGINT);
-    const CliResult cut = Finish(p);
+    CliResult cut = Finish(p);
+    cut.err.prepend(told);
     EXPECT_EQ(cut.exit, 130);
     EXPECT_TRUE(cut.err.contains(": interrupted; the device had accepted the image and is rebooting into it; "
                                  "RestartLoader.txt is kept"))
