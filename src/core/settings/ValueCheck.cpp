@@ -1,5 +1,6 @@
 #include "core/settings/ValueCheck.h"
 
+#include "core/settings/ValueEntry.h"
 #include "core/text/Classic.h"
 
 #include <QRegularExpression>
@@ -123,6 +124,48 @@ QString ValueProblem(const CommandRec& rec, const QString& value) {
         return hex.match(value).hasMatch() ? QString() : refused;
     }
     return QString();
+}
+
+std::optional<QString> DeviceTerms(const CommandRec& rec, const QString& value) {
+    const QString kind = KindWord(rec);
+    const QString v = value.trimmed();
+    if (kind == QLatin1String("list")) {
+        const std::optional<int> row = ListRow(rec, v);
+        return row ? std::optional<QString>(QString::number(*row)) : std::nullopt;
+    }
+    if (kind == QLatin1String("range")) {
+        if (!isNumber(v)) return std::nullopt;
+        // Adding 0.0 turns a -0 into 0: "-0.00" and "0.00" are one value.
+        QString n = QString::number(v.toDouble() + 0.0, 'f', qMax(0, int(rec.Decimals)));
+        if (n.startsWith(QLatin1Char('-')) && n.mid(1).toDouble() == 0.0) n.remove(0, 1);
+        return n;
+    }
+    if (kind == QLatin1String("integer"))
+        return isWhole(v) ? std::optional<QString>(QString::number(v.toLongLong())) : std::nullopt;
+    if (kind == QLatin1String("hex byte")) {
+        bool ok = false;
+        const int n = v.toInt(&ok, 16);
+        return ok && v.size() <= 2 ? std::optional<QString>(QString::number(n)) : std::nullopt;
+    }
+    return value;
+}
+
+bool SameDeviceValue(const CommandRec& rec, const QString& a, const QString& b) {
+    const std::optional<QString> ta = DeviceTerms(rec, a), tb = DeviceTerms(rec, b);
+    return ta && tb ? *ta == *tb : a == b;
+}
+
+QString ValueAsShown(const CommandRec& rec, const QString& value) {
+    const QString kind = KindWord(rec);
+    if (kind == QLatin1String("list")) {
+        const std::optional<int> row = ListRow(rec, value);
+        if (!row) return value;
+        return rec.Values.at(*row + 1).Text;
+    }
+    // As the enter box pads it before it sends.
+    if (kind == QLatin1String("range") && rec.Decimals > 0) return PadToDecimals(value, rec.Decimals);
+    if (kind == QLatin1String("hex byte")) return value.toUpper();
+    return value;
 }
 
 } // namespace telvo::core
