@@ -1,6 +1,5 @@
 #include "core/settings/ValueCheck.h"
 
-#include "core/settings/ValueEntry.h"
 #include "core/text/Classic.h"
 
 #include <QRegularExpression>
@@ -162,8 +161,9 @@ QString ValueAsShown(const CommandRec& rec, const QString& value) {
         if (!row) return value;
         return rec.Values.at(*row + 1).Text;
     }
-    // As the enter box pads it before it sends.
-    if (kind == QLatin1String("range") && rec.Decimals > 0) return PadToDecimals(value, rec.Decimals);
+    // A number as the device answers it: at the setting's decimals, "+" and leading zeros gone.
+    if (kind == QLatin1String("range") || kind == QLatin1String("integer"))
+        return DeviceTerms(rec, value).value_or(value);
     if (kind == QLatin1String("hex byte")) return value.toUpper();
     return value;
 }

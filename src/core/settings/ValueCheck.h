@@ -38,8 +38,8 @@ std::optional<QString> DeviceTerms(const CommandRec& rec, const QString& value);
 // no value of the setting are the same only when they are equal.
 bool SameDeviceValue(const CommandRec& rec, const QString& a, const QString& b);
 
-// A value to be set as a label shows it once the device holds it: a list row's text, a range's
-// number padded to its decimals, a hex byte in capitals.
+// A value to be set as a label shows it once the device holds it: a list row's text, a number
+// at the setting's decimals, a hex byte in capitals.
 QString ValueAsShown(const CommandRec& rec, const QString& value);
 
 } // namespace telvo::core

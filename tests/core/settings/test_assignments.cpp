@@ -76,6 +76,8 @@ TEST(DeviceTerms, IntegersHexBytesAndCharacters) {
 TEST(DeviceTerms, AValueAsTheLabelWillShowIt) {
     const CommandTable t = table();
     EXPECT_EQ(ValueAsShown(rec(t, "Red Gain"), QStringLiteral("1.5")), QStringLiteral("1.50"));
+    EXPECT_EQ(ValueAsShown(rec(t, "Red Gain"), QStringLiteral(".5")), QStringLiteral("0.50"));
+    EXPECT_EQ(ValueAsShown(rec(t, "Audio Delay"), QStringLiteral("+040")), QStringLiteral("40"));
     EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("2")), QStringLiteral("Medium"));
     EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("high")), QStringLiteral("High"));
     EXPECT_EQ(ValueAsShown(rec(t, "Brightness"), QStringLiteral("12")), QStringLiteral("12"));
