@@ -124,6 +124,18 @@ TEST_F(CliApply, ARefusedValueInAFileStopsTheRunBeforeAnyFrameAndEveryBadLineIsN
     EXPECT_TRUE(dev.frames().isEmpty());
 }
 
+TEST_F(CliApply, NoDeviceIsExit3AfterTheValuesWereChecked) {
+    const QString none = emptyPort();
+    const CliResult r = cli({QStringLiteral("--port"), none, QStringLiteral("apply"), QStringLiteral("Brightness=1")});
+    EXPECT_EQ(r.exit, 3);
+    EXPECT_TRUE(r.err.contains("no device found")) << r.err.toStdString();
+    EXPECT_TRUE(r.out.isEmpty());
+    // A refused value is told first: no device is looked for.
+    const CliResult bad = cli({QStringLiteral("--port"), none, QStringLiteral("apply"), QStringLiteral("Brightness=100")});
+    EXPECT_EQ(bad.exit, 2);
+    EXPECT_FALSE(bad.err.contains("no device found")) << bad.err.toStdString();
+}
+
 TEST_F(CliApply, AFileThatIsNeitherKindIsExit4BeforeAnyFrame) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
