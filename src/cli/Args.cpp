@@ -1,5 +1,7 @@
 #include "cli/Args.h"
 
+#include "core/settings/Assignments.h"
+
 namespace telvo::cli {
 
 namespace {
@@ -11,12 +13,17 @@ QStringList valueOptionsOf(const QString& command) {
                 QStringLiteral("--reference")};
     if (command == QLatin1String("ir"))
         return {QStringLiteral("--value"), QStringLiteral("--key"), QStringLiteral("--format")};
+    if (command == QLatin1String("apply")) return {QStringLiteral("--file")};
     return {};
 }
 
 bool flagOf(const QString& command, const QString& word, Options& o) {
     if (command == QLatin1String("ports") && word == QLatin1String("--probe")) {
         o.probe = true;
+        return true;
+    }
+    if (command == QLatin1String("apply") && word == QLatin1String("--check")) {
+        o.check = true;
         return true;
     }
     if (command == QLatin1String("load")) {
@@ -35,6 +42,7 @@ QStringList CommandNames() {
     return {QStringLiteral("ports"),   QStringLiteral("info"),    QStringLiteral("get"),
             QStringLiteral("set"),     QStringLiteral("save"),    QStringLiteral("restore"),
             QStringLiteral("diff"),    QStringLiteral("load"),
+            QStringLiteral("apply"),
             QStringLiteral("console"), QStringLiteral("ir"),      QStringLiteral("gamma"),
             QStringLiteral("names")};
 }
@@ -58,12 +66,14 @@ QString longOf(QChar letter) {
     case 'v': return QStringLiteral("--verbose");
     case 'V': return QStringLiteral("--version");
     case 'h': return QStringLiteral("--help");
+    case 'f': return QStringLiteral("--file");
     default: return QString();
     }
 }
 
 bool takesValue(const QString& option) {
-    return option == QLatin1String("--port") || option == QLatin1String("--baud");
+    return option == QLatin1String("--port") || option == QLatin1String("--baud") ||
+           option == QLatin1String("--file");
 }
 
 // "-qy" is "-q -y"; "-pCOM2" and "-p COM2" are "--port=COM2". Anything else stays as it is,
@@ -165,7 +175,25 @@ Options ParseArguments(const QStringList& given) {
     if (o.command.isEmpty()) fail(QStringLiteral("no command given"));
     else if (!CommandNames().contains(o.command))
         fail(QStringLiteral("unknown command ") + o.command);
+    else if (o.command == QLatin1String("apply"))
+        fail(ApplyUsageProblem(o));
     return o;
+}
+
+QString ApplyUsageProblem(const Options& o) {
+    int files = 0;
+    for (int i = 0; i + 1 < o.named.size(); i += 2)
+        if (o.named.at(i) == QLatin1String("--file")) ++files;
+    if (files > 1) return QStringLiteral("apply takes one --file");
+    if (files == 1 && NamedValue(o, QStringLiteral("--file")).isEmpty())
+        return QStringLiteral("--file needs a FILE");
+    if (files == 1 && !o.words.isEmpty())
+        return QStringLiteral("apply takes NAME=VALUE words or --file FILE, not both");
+    if (files == 0 && o.words.isEmpty())
+        return QStringLiteral("apply needs NAME=VALUE words or --file FILE");
+    for (const QString& w : o.words)
+        if (!core::ParseAssignment(w)) return QStringLiteral("apply takes NAME=VALUE, not ") + w;
+    return QString();
 }
 
 QString BaudProblem(const QString& baud, const QStringList& rates) {

@@ -40,6 +40,7 @@ struct Options {
     bool saveSettings = false;    // load --save-settings
     bool restoreDefaults = false; // load --restore-defaults
     bool resume = false;          // load --resume
+    bool check = false;           // apply --check
     // Gamma's and the IR tool's named values (--source 2.2, --reference FILE, ...).
     QStringList named;
     QString error; // set when the line is not usable: the text told with exit code 2
@@ -50,6 +51,8 @@ QStringList CommandNames();
 Options ParseArguments(const QStringList& args);
 // The value of a command's named option (--source G), empty when absent.
 QString NamedValue(const Options& o, const QString& name);
+// Why apply's words and --file cannot be used as given, or nothing when they can.
+QString ApplyUsageProblem(const Options& o);
 // Why --baud cannot be used with Telvo.ini's rates (in their order), or nothing when it can.
 QString BaudProblem(const QString& baud, const QStringList& rates);
 

@@ -53,6 +53,18 @@ const Page kPages[] = {
     {"diff", "telvo-cli diff FILE",
      "Reads the settings as Save does and prints each one whose value on the device differs "
      "from FILE's."},
+    {"apply",
+     "telvo-cli apply [--check] NAME=VALUE...\n"
+     "telvo-cli apply [--check] -f|--file FILE",
+     "Brings settings to the values named: reads each, sets only those that differ (through "
+     "the chooser, as set does) and reads them back, then prints \"NAME: unchanged (VALUE)\" "
+     "or \"NAME: changed from X to Y\" for each. FILE holds NAME=VALUE lines (\"#\" comment "
+     "lines and blank lines skipped), or is a file save wrote: its plain settings are applied "
+     "and its lines of a state are left to restore, which says so. Every value is checked "
+     "against Telvo.ini before anything is sent: one refused value is exit 2 with every "
+     "refused value named and no frame sent. A setting named twice takes the last value. "
+     "--check reads and tells \"NAME: would change from X to Y\" without setting anything: "
+     "exit 6 when something would change, 0 when all is already so."},
     {"load",
      "telvo-cli load FILE.frk|LIST.frl [--save-settings] [--restore-defaults]\n"
      "telvo-cli load --resume",
@@ -121,7 +133,7 @@ const Item kExits[] = {
           "standby and --power-on was not given"},
     {"4", "a file could not be read or written, or is not what the command takes"},
     {"5", "stopped at a prompt (give --yes to answer Continue/Yes/OK)"},
-    {"6", "diff: the settings differ"},
+    {"6", "diff: the settings differ; apply --check: a setting would change"},
     {"7", "another job holds the port and --no-wait was given"},
     {"129", "hung up (SIGHUP)"},
     {"130", "interrupted (Ctrl-C)"},
@@ -197,7 +209,8 @@ QString HelpText(const QString& command) {
     out += QStringLiteral(
         "\nEXAMPLES\n"
         "       telvo-cli --port /dev/ttyUSB0 info\n"
-        "       telvo-cli --port COM1 --port COM2 --json save\n");
+        "       telvo-cli --port COM1 --port COM2 --json save\n"
+        "       telvo-cli --port COM1 apply --check -f lobby.conf\n");
     return out;
 }
 

@@ -5,7 +5,9 @@
 #include "cli/CliPlatform.h"
 #include "cli/Report.h"
 #include "cli/Session.h"
+#include "cli/Setting.h"
 #include "core/config/CommandRec.h"
+#include "core/settings/Assignments.h"
 #include "core/settings/Panels.h"
 #include "core/settings/SettingsFile.h"
 #include "core/settings/ValueCheck.h"
@@ -46,51 +48,8 @@ QString withoutBreakpoint(const QString& told) {
     return told.startsWith(mark) ? told.mid(mark.size()) : told;
 }
 
-// Where the log stands before an exchange, so that what went wrong in it can be read after.
-qint64 logMark() { return QFileInfo(ui::LogFilePath()).size(); }
-
-// The failure the exchanges since `mark` logged ("Err:" and the error's text, or a time-out),
-// or nothing. A set is followed by its query, so the reply in hand no longer tells.
-QString failureSince(qint64 mark) {
-    QFile f(ui::LogFilePath());
-    if (!f.open(QIODevice::ReadOnly) || !f.seek(mark)) return QString();
-    const QStringList lines = QString::fromUtf8(f.readAll()).split(QStringLiteral("\r\n"));
-    for (int i = 0; i < lines.size(); ++i) {
-        if (lines.at(i).startsWith(QLatin1String("Err:  ")) && i + 1 < lines.size())
-            return lines.at(i + 1).simplified();
-        if (lines.at(i).startsWith(QLatin1String("Transmission Timed Out.")))
-            return lines.at(i).simplified();
-    }
-    return QString();
-}
-
-int recordOf(const QString& name) { return core::FindCommandByName(Config().Commands, name); }
-
-// "name=value" as the label shows it after the query of `record`.
-QString labelText(int record) {
-    return Config().Commands.at(record).Name + QStringLiteral("=") + ui::FormatAnswer(Link().Reply);
-}
-
-// A number as JSON takes it, or nothing when the text is none.
-std::optional<double> numberOf(const QString& text) {
-    bool ok = false;
-    const double v = text.toDouble(&ok);
-    return ok ? std::optional<double>(v) : std::nullopt;
-}
-
-// A setting's value for a script: a number for the numeric kinds, the label's text otherwise,
-// with the protocol's code beside it.
-QJsonObject settingFields(const core::CommandRec& rec, const QString& text) {
-    QJsonObject f{{QStringLiteral("name"), rec.Name},
-                  {QStringLiteral("text"), text},
-                  {QStringLiteral("code"), rec.Cmd}};
-    const std::optional<double> n = (rec.IsInteger || rec.IsRange) ? numberOf(text) : std::nullopt;
-    f.insert(QStringLiteral("value"), n ? QJsonValue(*n) : QJsonValue(text));
-    return f;
-}
-
 QJsonValue numberOrNull(const QString& text) {
-    const std::optional<double> n = numberOf(text);
+    const std::optional<double> n = NumberOf(text);
     return n ? QJsonValue(*n) : QJsonValue();
 }
 
@@ -121,55 +80,35 @@ int infoJob() {
 int getJob(const Options& o) {
     int code = kDone;
     for (const QString& name : o.words) {
-        const int record = recordOf(name);
+        const int record = RecordOf(name);
         if (record <= 0) {
             code = qMax(code, rep().fail(kUsage, QStringLiteral("no setting named ") + name));
             continue;
         }
         const core::CommandRec& rec = Config().Commands.at(record);
-        const qint64 mark = logMark();
-        ui::QueryDevice(rec.Cmd);
-        const QString why = failureSince(mark);
-        if (!why.isEmpty()) {
-            code = qMax(code, rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + why));
+        const Reading r = ReadSetting(record);
+        if (!r.failure.isEmpty()) {
+            code = qMax(code, rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure));
             continue;
         }
-        const QString text = labelText(record);
-        rep().result(text, settingFields(rec, text.mid(rec.Name.size() + 1)));
+        rep().result(rec.Name + QStringLiteral("=") + r.text, SettingFields(rec, r.text));
     }
     return code;
 }
 
 // One NAME=VALUE through the chooser the label's click opens: the list or the enter box.
 int setOne(const QString& word) {
-    const int eq = word.indexOf(QLatin1Char('='));
-    if (eq <= 0) return rep().fail(kUsage, QStringLiteral("set takes NAME=VALUE, not ") + word);
-    const QString name = word.left(eq).trimmed();
-    const QString value = word.mid(eq + 1).trimmed();
-    const int record = recordOf(name);
-    if (record <= 0) return rep().fail(kUsage, QStringLiteral("no setting named ") + name);
+    const std::optional<core::Assignment> a = core::ParseAssignment(word);
+    if (!a) return rep().fail(kUsage, QStringLiteral("set takes NAME=VALUE, not ") + word);
+    const int record = RecordOf(a->name);
+    if (record <= 0) return rep().fail(kUsage, QStringLiteral("no setting named ") + a->name);
     const core::CommandRec& rec = Config().Commands.at(record);
     // Nothing goes on the wire that Telvo.ini's line for the setting excludes.
-    const QString problem = core::ValueProblem(rec, value);
+    const QString problem = core::ValueProblem(rec, a->value);
     if (!problem.isEmpty()) return rep().fail(kUsage, problem);
-    ui::SCL& s = ui::scl();
-    G().settings.SelectedCmd = qint16(record);
-    const qint64 mark = logMark();
-    if (rec.IsList) {
-        const std::optional<int> row = core::ListRow(rec, value);
-        if (!row) return kUsage; // refused above
-        s.lstSelect->clear();
-        for (int r = 1; r < rec.Values.size(); ++r) s.lstSelect->addItem(rec.Values.at(r).Text);
-        s.lstSelect->setCurrentRow(*row);
-        ui::lstSelect_Click();
-    } else {
-        s.txtValEnter->setText(value);
-        ui::txtValEnter_KeyPress(13);
-    }
-    const QString why = failureSince(mark);
-    if (!why.isEmpty()) return rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + why);
-    const QString text = labelText(record);
-    rep().result(text, settingFields(rec, text.mid(rec.Name.size() + 1)));
+    const Reading r = SendSetting(record, a->value);
+    if (!r.failure.isEmpty()) return rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure);
+    rep().result(rec.Name + QStringLiteral("=") + r.text, SettingFields(rec, r.text));
     return kDone;
 }
 
@@ -275,12 +214,7 @@ QString shownValue(const QString& item) {
 QJsonValue jsonValue(const QString& item) {
     const int record = core::FindCommandByCode(Config().Commands, item.left(2));
     const QString text = shownValue(item);
-    if (record > 0) {
-        const core::CommandRec& rec = Config().Commands.at(record);
-        if (rec.IsInteger || rec.IsRange)
-            if (const std::optional<double> n = numberOf(text)) return *n;
-    }
-    return text;
+    return record > 0 ? SettingValue(Config().Commands.at(record), text) : QJsonValue(text);
 }
 
 int diffJob(const QByteArray& fileBytes) {
@@ -357,6 +291,7 @@ int RunCommand(const Options& o) {
     if (c == QLatin1String("info") && !o.words.isEmpty())
         return rep().fail(kUsage, QStringLiteral("info takes no words"));
     if (c == QLatin1String("load")) return LoadJob(o);
+    if (c == QLatin1String("apply")) return ApplyJob(o);
     // A file the job reads is checked before the device is touched.
     std::optional<QByteArray> file;
     QString in;

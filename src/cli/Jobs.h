@@ -15,6 +15,7 @@ int IrJob(const Options& o);
 int GammaJob(const Options& o);
 int ConsoleJob(const Options& o);
 int NamesJob(const Options& o);
+int ApplyJob(const Options& o);
 
 // After a job: an alert or a failed step the routine told becomes exit code 1.
 int JobOutcome();

@@ -57,6 +57,9 @@ int Report::fail(int code, const QString& text) {
         if (!m_port.isEmpty()) o.insert(QStringLiteral("port"), m_port);
         if (!m_failed.isEmpty()) o.insert(QStringLiteral("failed"), QJsonArray::fromStringList(m_failed));
         m_failed.clear();
+        for (auto it = m_failFields.constBegin(); it != m_failFields.constEnd(); ++it)
+            o.insert(it.key(), it.value());
+        m_failFields = QJsonObject();
         Out(JsonLine(o));
     }
     return code;

@@ -29,6 +29,8 @@ public:
     void keep(int code);
     // The settings a failure names (a restore's refused ones): listed in the failure's JSON.
     void failedSettings(const QStringList& names) { m_failed = names; }
+    // Further fields of the next failure's JSON object (what an apply did before it failed).
+    void failFields(const QJsonObject& fields) { m_failFields = fields; }
     int exitCode() const { return m_exit; }
 
 private:
@@ -36,6 +38,7 @@ private:
     QString m_port;
     int m_exit = kDone;
     QStringList m_failed;
+    QJsonObject m_failFields;
 };
 
 // The version of the JSON objects' form (docs/cli-json.md); every object carries it.

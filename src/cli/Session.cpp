@@ -62,7 +62,8 @@ int PrepareRun(const Options& o, const QString& com) {
     static const QStringList reads{QStringLiteral("info"), QStringLiteral("get"),
                                    QStringLiteral("save"), QStringLiteral("diff"),
                                    QStringLiteral("ports")};
-    G().driver.PowerUpAllowed = o.powerOn || !reads.contains(o.command);
+    const bool read = reads.contains(o.command) || (o.command == QLatin1String("apply") && o.check);
+    G().driver.PowerUpAllowed = o.powerOn || !read;
     G().settings.ExactPutBack = true;
     if (!QFile::exists(ui::IniFilePath()))
         return Report::instance().fail(kFileError, QStringLiteral("no Telvo.ini in ") +

@@ -55,6 +55,13 @@ protected:
         }
         writeHomeFile(QStringLiteral("Telvo.ini"), out);
     }
+    // The command line's Telvo.ini with one line replaced; a range wider than the device's lets
+    // a value reach the device, which refuses it.
+    void replaceIniLine(const QByteArray& from, const QByteArray& to) {
+        QByteArray ini = readHomeFile(QStringLiteral("Telvo.ini"));
+        ini.replace(from, to);
+        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+    }
     SimProcess& sim(const QString& name, const QStringList& options = {}) {
         QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
         args << options;

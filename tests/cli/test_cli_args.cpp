@@ -89,6 +89,48 @@ TEST(CliArgs, SwitchesTakeTrueOrFalse) {
               QStringLiteral("--json takes true or false, not no"));
 }
 
+TEST(CliArgs, ApplyTakesWordsOrOneFileAndCheck) {
+    const Options words = parse({QStringLiteral("apply"), QStringLiteral("Brightness = 5"),
+                                 QStringLiteral("--check"), QStringLiteral("Noise Reduction=High")});
+    EXPECT_TRUE(words.error.isEmpty()) << words.error.toStdString();
+    EXPECT_TRUE(words.check);
+    EXPECT_EQ(words.words, (QStringList{QStringLiteral("Brightness = 5"), QStringLiteral("Noise Reduction=High")}));
+    for (const QStringList& file : {QStringList{QStringLiteral("-f"), QStringLiteral("a.conf")},
+                                    QStringList{QStringLiteral("-fa.conf")},
+                                    QStringList{QStringLiteral("--file"), QStringLiteral("a.conf")},
+                                    QStringList{QStringLiteral("--file=a.conf")}}) {
+        const Options o = parse(QStringList{QStringLiteral("apply")} + file);
+        EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
+        EXPECT_FALSE(o.check);
+        EXPECT_EQ(NamedValue(o, QStringLiteral("--file")), QStringLiteral("a.conf"));
+    }
+    // A file whose name looks like an option is still the file.
+    EXPECT_EQ(NamedValue(parse({QStringLiteral("apply"), QStringLiteral("--file"), QStringLiteral("-x")}),
+                         QStringLiteral("--file")),
+              QStringLiteral("-x"));
+}
+
+TEST(CliArgs, ApplyUsageErrors) {
+    const auto error = [](const QStringList& words) {
+        return parse(QStringList{QStringLiteral("apply")} + words).error;
+    };
+    EXPECT_EQ(error({}), QStringLiteral("apply needs NAME=VALUE words or --file FILE"));
+    EXPECT_EQ(error({QStringLiteral("--check")}), QStringLiteral("apply needs NAME=VALUE words or --file FILE"));
+    EXPECT_EQ(error({QStringLiteral("Brightness")}), QStringLiteral("apply takes NAME=VALUE, not Brightness"));
+    EXPECT_EQ(error({QStringLiteral("=5")}), QStringLiteral("apply takes NAME=VALUE, not =5"));
+    EXPECT_EQ(error({QStringLiteral("-f"), QStringLiteral("a"), QStringLiteral("Brightness=1")}),
+              QStringLiteral("apply takes NAME=VALUE words or --file FILE, not both"));
+    EXPECT_EQ(error({QStringLiteral("-f"), QStringLiteral("a"), QStringLiteral("-f"), QStringLiteral("b")}),
+              QStringLiteral("apply takes one --file"));
+    EXPECT_EQ(error({QStringLiteral("--file")}), QStringLiteral("--file needs a value"));
+    EXPECT_EQ(error({QStringLiteral("--file=")}), QStringLiteral("--file needs a FILE"));
+    // Apply's options belong to apply.
+    EXPECT_EQ(parse({QStringLiteral("set"), QStringLiteral("--check"), QStringLiteral("Brightness=1")}).error,
+              QStringLiteral("unknown option --check"));
+    EXPECT_EQ(parse({QStringLiteral("diff"), QStringLiteral("-f"), QStringLiteral("a")}).error,
+              QStringLiteral("unknown option --file"));
+}
+
 TEST(CliArgs, BaudIsOneOfTheRatesGiven) {
     const QStringList rates{QStringLiteral("19200"), QStringLiteral("57600")};
     EXPECT_TRUE(BaudProblem(QStringLiteral("57600"), rates).isEmpty());
@@ -178,7 +220,7 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
           "       3    no device, or the connection failed (with its reason), or the\n",
           "       4    a file could not be read or written, or is not what the command\n",
           "       5    stopped at a prompt (give --yes to answer Continue/Yes/OK)\n",
-          "       6    diff: the settings differ\n",
+          "       6    diff: the settings differ; apply --check: a setting would change\n",
           "       7    another job holds the port and --no-wait was given\n",
           "       129  hung up (SIGHUP)\n", "       130  interrupted (Ctrl-C)\n",
           "       143  terminated (SIGTERM)\n",

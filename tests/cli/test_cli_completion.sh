@@ -46,7 +46,7 @@ expect_has() {
     done
 }
 
-expect "commands" "$(printf '%s\n' ports info get set save restore diff load console ir gamma names)" \
+expect "commands" "$(printf '%s\n' ports info get set save restore diff load apply console ir gamma names)" \
     "$(complete_line "")"
 expect "a command by its start" "$(printf '%s\n' get gamma)" "$(complete_line g)"
 expect_has "short options" "$(complete_line -p COM1 -)" -p -b -j -q -y -v -h -V --json --yes
@@ -60,6 +60,11 @@ expect "a name with a blank, escaped" "Noise\\ Reduction" "$(complete_line get '
 expect "a name with a blank, quoted" "Noise\\ Reduction" "$(complete_line get '"Noise R')"
 expect "names takes names" "Sharpness" "$(complete_line names Sharp)"
 expect "set offers NAME=" "Input=" "$(complete_line set Inpu)"
+expect "apply offers NAME=" "Input=" "$(complete_line apply --check Inpu)"
+expect "apply: a list's values" "$(printf '%s\n' Off Low Medium High)" \
+    "$(complete_line apply 'Noise\ Reduction' =)"
+expect "apply --check" "--check" "$(complete_line apply --ch)"
+expect "apply --file takes a file" "$home/Telvo.ini" "$(complete_line apply --file "$home/Telvo.")"
 expect "set: a list's values" "$(printf '%s\n' HDMI-1 HDMI-2 HDMI-3 HDMI-4)" \
     "$(complete_line set Input = HD)"
 expect "set: right after =" "$(printf '%s\n' Off Low Medium High)" \

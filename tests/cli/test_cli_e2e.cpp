@@ -79,9 +79,7 @@ TEST_F(CliEndToEnd, RefusedValueIsExit1WithTheDevicesFailureText) {
     ASSERT_TRUE(dev.running());
     // The command line refuses what its Telvo.ini excludes; one wider than the device's lets
     // the value reach the device, which refuses it.
-    QByteArray ini = readHomeFile(QStringLiteral("Telvo.ini"));
-    ini.replace("Brightness = [1] B1 ; -50..50 ;", "Brightness = [1] B1 ; -50..9999 ;");
-    writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+    replaceIniLine("Brightness = [1] B1 ; -50..50 ;", "Brightness = [1] B1 ; -50..9999 ;");
     const CliResult r = on(dev, {QStringLiteral("set"), QStringLiteral("Brightness=9999")});
     EXPECT_EQ(r.exit, 1);
     EXPECT_EQ(QString::fromLocal8Bit(r.err).trimmed(),

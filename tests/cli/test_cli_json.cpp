@@ -135,6 +135,13 @@ TEST_F(CliJson, EveryCommandsObjectsAreTheDocumentedOnes) {
     json(port + QStringList{QStringLiteral("set"), QStringLiteral("Brightness=5")}, 0);
     json(port + QStringList{QStringLiteral("diff"), rack}, 6);
     json(port + QStringList{QStringLiteral("restore"), rack}, 0);
+    const QList<QJsonObject> applied = json(port + QStringList{QStringLiteral("apply"), QStringLiteral("Brightness=7"),
+                                                               QStringLiteral("Noise Reduction=Low")}, 0);
+    ASSERT_EQ(applied.size(), 1);
+    EXPECT_EQ(applied.first().value(QStringLiteral("changed")), QJsonValue(true));
+    json(port + QStringList{QStringLiteral("apply"), QStringLiteral("--check"), QStringLiteral("Brightness=8")}, 6);
+    json(port + QStringList{QStringLiteral("apply"), QStringLiteral("--check"), QStringLiteral("-f"), rack}, 0);
+    json(port + QStringList{QStringLiteral("apply"), QStringLiteral("Brightness=99"), QStringLiteral("Contrast=x")}, 2);
     json(port + QStringList{QStringLiteral("ports")}, 0);
     json(port + QStringList{QStringLiteral("ports"), QStringLiteral("--probe")}, 0);
     json(port + QStringList{QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"), QStringLiteral("Menu")}, 0);

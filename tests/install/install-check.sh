@@ -52,7 +52,7 @@ version=$("$prefix/bin/telvo-cli" --version) || fail "telvo-cli --version"
 [ "$(wc -l <"$tmp/err")" -eq 2 ] || fail "a usage error is not two lines: $(cat "$tmp/err")"
 grep -q '^Usage: telvo-cli .*(see telvo-cli --help)$' "$tmp/err" || fail "no usage line: $(cat "$tmp/err")"
 page=$(MANWIDTH=200 man -l "$prefix/share/man/man1/telvo-cli.1.gz" 2>/dev/null)
-for word in ports info get set save restore diff load console ir gamma names \
+for word in ports info get set save restore diff load apply console ir gamma names \
             --port --baud --home --json --quiet --yes --power-on --trace --verbose --help --version \
             LogFile.1.txt RestartLoader.txt Settings.txt EXAMPLES; do
   grep -q -e "$word" <<<"$page" || fail "telvo-cli(1) does not name $word"
@@ -64,7 +64,7 @@ done
 # shellcheck source=/dev/null
 commands=$(source "$prefix/share/bash-completion/completions/telvo-cli" &&
   COMP_WORDS=("$prefix/bin/telvo-cli" "") COMP_CWORD=1 && _telvo_cli && printf '%s ' "${COMPREPLY[@]}")
-[ "$commands" = "ports info get set save restore diff load console ir gamma names " ] ||
+[ "$commands" = "ports info get set save restore diff load apply console ir gamma names " ] ||
   fail "the installed completion offers: $commands"
 
 # First start: no TELVO_HOME, a fresh data folder; the device on a pseudo-terminal.

@@ -125,4 +125,47 @@ QString ValueProblem(const CommandRec& rec, const QString& value) {
     return QString();
 }
 
+std::optional<QString> DeviceTerms(const CommandRec& rec, const QString& value) {
+    const QString kind = KindWord(rec);
+    const QString v = value.trimmed();
+    if (kind == QLatin1String("list")) {
+        const std::optional<int> row = ListRow(rec, v);
+        return row ? std::optional<QString>(QString::number(*row)) : std::nullopt;
+    }
+    if (kind == QLatin1String("range")) {
+        if (!isNumber(v)) return std::nullopt;
+        // Adding 0.0 turns a -0 into 0: "-0.00" and "0.00" are one value.
+        QString n = QString::number(v.toDouble() + 0.0, 'f', qMax(0, int(rec.Decimals)));
+        if (n.startsWith(QLatin1Char('-')) && n.mid(1).toDouble() == 0.0) n.remove(0, 1);
+        return n;
+    }
+    if (kind == QLatin1String("integer"))
+        return isWhole(v) ? std::optional<QString>(QString::number(v.toLongLong())) : std::nullopt;
+    if (kind == QLatin1String("hex byte")) {
+        bool ok = false;
+        const int n = v.toInt(&ok, 16);
+        return ok && v.size() <= 2 ? std::optional<QString>(QString::number(n)) : std::nullopt;
+    }
+    return value;
+}
+
+bool SameDeviceValue(const CommandRec& rec, const QString& a, const QString& b) {
+    const std::optional<QString> ta = DeviceTerms(rec, a), tb = DeviceTerms(rec, b);
+    return ta && tb ? *ta == *tb : a == b;
+}
+
+QString ValueAsShown(const CommandRec& rec, const QString& value) {
+    const QString kind = KindWord(rec);
+    if (kind == QLatin1String("list")) {
+        const std::optional<int> row = ListRow(rec, value);
+        if (!row) return value;
+        return rec.Values.at(*row + 1).Text;
+    }
+    // A number as the device answers it: at the setting's decimals, "+" and leading zeros gone.
+    if (kind == QLatin1String("range") || kind == QLatin1String("integer"))
+        return DeviceTerms(rec, value).value_or(value);
+    if (kind == QLatin1String("hex byte")) return value.toUpper();
+    return value;
+}
+
 } // namespace telvo::core

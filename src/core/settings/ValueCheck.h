@@ -28,4 +28,18 @@ std::optional<std::pair<qint64, qint64>> IntegerBounds(const CommandRec& rec);
 // Why `value` cannot be set ("Brightness takes a number from -50 to 50, not abc"), or nothing.
 QString ValueProblem(const CommandRec& rec, const QString& value);
 
+// A value as the device holds it, so that two spellings of one value compare equal: a list's
+// row ("medium", "2" and "Medium" are row 2), a range's number at the setting's decimals ("1.5"
+// and "1.50"), an integer's or a hex byte's number; any other kind's text as it stands.
+// Nothing when the text names no value of the setting.
+std::optional<QString> DeviceTerms(const CommandRec& rec, const QString& value);
+
+// Whether two texts (a label's, a typed one) are the same value on the device; texts that are
+// no value of the setting are the same only when they are equal.
+bool SameDeviceValue(const CommandRec& rec, const QString& a, const QString& b);
+
+// A value to be set as a label shows it once the device holds it: a list row's text, a number
+// at the setting's decimals, a hex byte in capitals.
+QString ValueAsShown(const CommandRec& rec, const QString& value);
+
 } // namespace telvo::core
