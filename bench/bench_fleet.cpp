@@ -3,18 +3,15 @@
 // on pseudo-terminals. Also the CPU of the whole run (every port's process) and the peak memory
 // of a port's process. Printed, not asserted.
 
+#include "ProcessRun.h"
+
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTextStream>
-#include <fcntl.h>
 #include <memory>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -24,41 +21,10 @@ constexpr int kLoadDevices = 8;
 constexpr int kSaveDevices = 3;
 constexpr qint64 kImageBytes = 16000;
 
-struct Run {
-    double ms = 0;
-    double cpuMs = 0; // the program and every process it waited for
-    long maxRssKb = 0; // the largest of them
-    int exit = -1;
-};
+using Run = telvo::bench::ProcessRun;
 
 Run runOnce(const QStringList& args) {
-    std::vector<QByteArray> words;
-    words.push_back(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"));
-    for (const QString& a : args) words.push_back(a.toLocal8Bit());
-    std::vector<char*> argv;
-    argv.reserve(words.size() + 1);
-    for (QByteArray& w : words) argv.push_back(w.data());
-    argv.push_back(nullptr);
-    QElapsedTimer t;
-    t.start();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int null = ::open("/dev/null", O_WRONLY);
-        ::dup2(null, 1);
-        ::dup2(null, 2);
-        ::execv(argv[0], argv.data());
-        _exit(127);
-    }
-    Run r;
-    int status = 0;
-    rusage use{};
-    ::wait4(pid, &status, 0, &use);
-    r.ms = double(t.nsecsElapsed()) / 1e6;
-    r.cpuMs = double(use.ru_utime.tv_sec + use.ru_stime.tv_sec) * 1000.0 +
-              double(use.ru_utime.tv_usec + use.ru_stime.tv_usec) / 1000.0;
-    r.maxRssKb = use.ru_maxrss;
-    r.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
+    return telvo::bench::RunProgram(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"), args, true);
 }
 
 struct Sim {
