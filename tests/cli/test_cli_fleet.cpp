@@ -2,6 +2,8 @@
 // and signals that stop every device's job, against vorix-sim devices on pseudo-terminals.
 #include "CliFixture.h"
 
+#include "cli/Fleet.h"
+
 #include <QDateTime>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -274,6 +276,45 @@ TEST_F(CliFleet, SigtermToTheParentAloneStopsEveryJobAndLeavesNoProcess) {
     EXPECT_EQ(cut.objects().size(), 3) << cut.out.toStdString();
     EXPECT_EQ(ports.size(), 3);
     for (int n = 1; n <= 3; ++n) EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("cut-%1.txt").arg(n))));
+}
+
+TEST_F(CliFleet, AChildKilledWithoutAWordGetsItsFailureFromTheParent) {
+    threeDevices();
+    QProcess p;
+    startInOwnGroup(p, portArgs() + QStringList{QStringLiteral("--json"), QStringLiteral("save"),
+                                                homeFile(QStringLiteral("kill-{n}.txt"))});
+    ASSERT_TRUE(waitFor([&] {
+        for (SimProcess* d : devs)
+            if (hostFrames(*d).isEmpty()) return false;
+        return true;
+    }));
+    // The second port's process, found by what its parent told it.
+    qint64 second = 0;
+    for (qint64 child : childrenOf(p.processId()))
+        if (readFile(QStringLiteral("/proc/%1/environ").arg(child)).split('\0').contains(
+                QByteArray(cli::kFleetPortVariable) + "=2"))
+            second = child;
+    ASSERT_GT(second, 0);
+    ::kill(pid_t(second), SIGKILL);
+    const CliResult r = Finish(p);
+    EXPECT_EQ(r.exit, 128 + SIGKILL) << r.err.toStdString();
+    const QList<QJsonObject> objects = r.objects();
+    ASSERT_EQ(objects.size(), 3) << r.out.toStdString();
+    for (const QJsonObject& o : objects) {
+        const QString port = o.value(QStringLiteral("port")).toString();
+        if (port == devs[1]->path()) {
+            EXPECT_EQ(o.value(QStringLiteral("error")).toString(), QStringLiteral("its job ended by signal 9"));
+            EXPECT_EQ(o.value(QStringLiteral("exit")).toInt(), 128 + SIGKILL);
+            EXPECT_EQ(o.value(QStringLiteral("command")).toString(), QStringLiteral("save"));
+        } else {
+            EXPECT_TRUE(o.contains(QStringLiteral("lines"))) << port.toStdString();
+        }
+    }
+    EXPECT_TRUE(r.err.contains((devs[1]->path() + QStringLiteral(": telvo-cli: its job ended by signal 9\n")).toLocal8Bit()))
+        << r.err.toStdString();
+    EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("kill-1.txt"))));
+    EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("kill-2.txt"))));
+    EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("kill-3.txt"))));
 }
 
 TEST_F(CliFleet, ASignalBeforeAPortsTurnToldForThatPortToo) {
