@@ -10,7 +10,6 @@
 #include <QProcess>
 #include <QTimer>
 #include <csignal>
-#include <deque>
 #include <memory>
 #include <vector>
 #ifdef __linux__
