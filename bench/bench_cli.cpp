@@ -2,57 +2,26 @@
 // and rate, against the floor of its exchanges on the line (every byte of every frame, both
 // ways, at ten bit times); and the program's peak memory. Printed, not asserted.
 
+#include "ProcessRun.h"
+
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTextStream>
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
 constexpr int kRuns = 5;
 constexpr int kBaud = 19200;
 
-struct Run {
-    double ms = 0;
-    long maxRssKb = 0;
-    int exit = -1;
-};
+using Run = telvo::bench::ProcessRun;
 
 // One run of the program, waited on with its resource use.
 Run runOnce(const QStringList& args) {
-    std::vector<QByteArray> words;
-    words.push_back(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"));
-    for (const QString& a : args) words.push_back(a.toLocal8Bit());
-    std::vector<char*> argv;
-    argv.reserve(words.size() + 1);
-    for (QByteArray& w : words) argv.push_back(w.data());
-    argv.push_back(nullptr);
-    QElapsedTimer t;
-    t.start();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int null = ::open("/dev/null", O_WRONLY);
-        ::dup2(null, 1);
-        ::execv(argv[0], argv.data());
-        _exit(127);
-    }
-    Run r;
-    int status = 0;
-    rusage use{};
-    ::wait4(pid, &status, 0, &use);
-    r.ms = double(t.nsecsElapsed()) / 1e6;
-    r.maxRssKb = use.ru_maxrss;
-    r.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
+    return telvo::bench::RunProgram(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"), args, false);
 }
 
 // The bytes of the frames in the emulator's trace, both ways.

@@ -87,7 +87,7 @@ QStringList expandShortOptions(const QStringList& args) {
             out << word;
             // The value of a long option is never read as options.
             if ((takesValue(word) || word == QLatin1String("--home") ||
-                 word == QLatin1String("--trace")) &&
+                 word == QLatin1String("--trace") || word == QLatin1String("--jobs")) &&
                 i + 1 < args.size())
                 out << args.at(++i);
             continue;
@@ -156,6 +156,13 @@ Options ParseArguments(const QStringList& given) {
         else if (word == QLatin1String("--version")) o.version = true;
         else if (word == QLatin1String("--power-on")) o.powerOn = true;
         else if (word == QLatin1String("--no-wait")) o.noWait = true;
+        else if (word == QLatin1String("--jobs")) {
+            const QString n = value();
+            bool ok = false;
+            o.jobs = n.toInt(&ok);
+            if (!ok || o.jobs <= 0)
+                fail(QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") + n);
+        }
         else if (valueOptionsOf(o.command).contains(word)) o.named << word << value();
         else if (!o.command.isEmpty() && flagOf(o.command, word, o)) {
         } else if (word.startsWith(QLatin1Char('-')) && word.size() > 1 &&

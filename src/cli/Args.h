@@ -36,6 +36,7 @@ struct Options {
     bool version = false;
     bool powerOn = false; // --power-on: a device in standby may be powered up
     bool noWait = false;  // --no-wait: a port another job holds is exit 7, not a wait
+    int jobs = 0;         // --jobs: how many ports' jobs run at once (0: all)
     bool probe = false;           // ports --probe
     bool saveSettings = false;    // load --save-settings
     bool restoreDefaults = false; // load --restore-defaults

@@ -63,6 +63,10 @@ StopState& Stopped() {
 
 void ClearStopped() { Stopped() = StopState(); }
 
+void CatchEndingSignals() {
+    for (int sig : kEndingSignals) std::signal(sig, onSignal);
+}
+
 namespace {
 // The first reason stands: a prompt met while unwinding from Ctrl-C is not the cause.
 void markStop(int code, const QString& text) {
@@ -151,7 +155,7 @@ void PromptWatcher::answer(QWidget* button) {
 
 Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
     : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile), m_progress(progress) {
-    for (int sig : kEndingSignals) std::signal(sig, onSignal);
+    for (int i = 0; i < 3; ++i) m_before[i] = std::signal(kEndingSignals[i], onSignal);
     connect(m_timer, &QTimer::timeout, this, &Heartbeat::beat);
     m_timer->start(50);
 }
@@ -159,7 +163,7 @@ Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
 Heartbeat::~Heartbeat() {
     beat();
     if (!m_shown.isEmpty()) Err(QStringLiteral("\n"));
-    for (int sig : kEndingSignals) std::signal(sig, SIG_DFL);
+    for (int i = 0; i < 3; ++i) std::signal(kEndingSignals[i], m_before[i]);
 }
 
 void Heartbeat::beat() {

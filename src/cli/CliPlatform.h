@@ -30,6 +30,8 @@ int TakeSignal();
 // "interrupted", "terminated (SIGTERM)", "hung up (SIGHUP)".
 QString SignalText(int sig);
 void ClearStopped();
+// From now on Ctrl-C, SIGTERM and SIGHUP are kept for TakeSignal instead of ending the process.
+void CatchEndingSignals();
 
 class CliPlatform : public platform::Platform {
 public:
@@ -75,6 +77,9 @@ private:
     qint64 m_offset = 0;
     bool m_progress;
     QString m_shown; // the progress line last drawn
+    // What the ending signals did before, put back at the end (a child of a run over several
+    // ports keeps catching them until it exits).
+    void (*m_before[3])(int) = {};
 };
 
 // The load's bar on a terminal: "[####      ]  42%  6720 / 16000 bytes, 5700 B/s, 2 s left",

@@ -109,7 +109,9 @@ struct Item {
 const Item kOptions[] = {
     {"-p, --port COMn|PATH",
      "the port: COMn as Telvo.ini and TELVO_PORTS name it, or a device path. Give it more "
-     "than once to run the job on each device in turn."},
+     "than once to run the job on every device at once, one process a device."},
+    {"--jobs N", "with several --port, how many devices' jobs run at once (default: all; "
+                 "1: one after another, in the order given)"},
     {"-b, --baud RATE",
      "the device's rate, one of Telvo.ini's Baud Rates: skips the search over rates"},
     {"--home DIR", "the program's folder (Telvo.ini, Settings.txt, LogFile.txt)"},

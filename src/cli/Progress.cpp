@@ -72,7 +72,7 @@ void PipeProgress::tell(const QString& text) {
     m_told = text;
     // Several ports: each line says which device it came from, as the results do.
     Report& r = Report::instance();
-    r.note(r.options().ports.size() > 1 ? r.port() + QStringLiteral(": ") + text : text);
+    r.note(r.linePrefix() + text);
 }
 
 void PipeProgress::look() {

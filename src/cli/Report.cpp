@@ -33,6 +33,11 @@ void Report::keep(int code) {
     if (code > m_exit) m_exit = code;
 }
 
+QString Report::linePrefix() const {
+    // Several ports: each line says which device it came from.
+    return m_opts.ports.size() > 1 && !m_child ? m_port + QStringLiteral(": ") : QString();
+}
+
 void Report::result(const QString& text, QJsonObject fields) {
     if (m_opts.json) {
         fields.insert(QStringLiteral("command"), m_opts.command);
@@ -40,15 +45,14 @@ void Report::result(const QString& text, QJsonObject fields) {
         Out(JsonLine(fields));
         return;
     }
-    // Several ports: each line says which device it came from.
-    const QString prefix = m_opts.ports.size() > 1 ? m_port + QStringLiteral(": ") : QString();
+    const QString prefix = linePrefix();
     for (const QString& line : text.split(QLatin1Char('\n')))
         Out(prefix + line + QLatin1Char('\n'));
 }
 
 int Report::fail(int code, const QString& text) {
     keep(code);
-    const QString prefix = m_port.isEmpty() ? QString() : m_port + QStringLiteral(": ");
+    const QString prefix = m_port.isEmpty() || m_child ? QString() : m_port + QStringLiteral(": ");
     Err(QStringLiteral("telvo-cli: ") + prefix + text + QLatin1Char('\n'));
     if (m_opts.json) {
         QJsonObject o{{QStringLiteral("command"), m_opts.command},

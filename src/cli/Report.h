@@ -19,6 +19,10 @@ public:
     // The port the job runs on, named in every result ("" before one is chosen).
     void setPort(const QString& port) { m_port = port; }
     QString port() const { return m_port; }
+    // One port's job of a run over several ports: the parent puts the port before each line.
+    void setFleetChild(bool child) { m_child = child; }
+    // "PORT: " before each line told for a person when several ports share the output.
+    QString linePrefix() const;
 
     // One result: `text` for a person, `fields` for a script (the command and port are added).
     void result(const QString& text, QJsonObject fields);
@@ -36,6 +40,7 @@ public:
 private:
     Options m_opts;
     QString m_port;
+    bool m_child = false;
     int m_exit = kDone;
     QStringList m_failed;
     QJsonObject m_failFields;

@@ -3,6 +3,7 @@
 #include "app/Globals.h"
 #include "cli/Args.h"
 #include "cli/CliPlatform.h"
+#include "cli/Fleet.h"
 #include "cli/Help.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -158,6 +159,13 @@ int usageError(const Options& o, const QString& text) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // One port's job of a run over several: a signal from the very start ends it as a job, and
+    // the job ends with its parent.
+    const int position = FleetPosition();
+    if (position > 0) {
+        CatchEndingSignals();
+        FollowParent();
+    }
     // The windows are the routines' state; they are never shown, so no display is needed.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(quietQt);
@@ -168,6 +176,7 @@ int main(int argc, char** argv) {
     const Options o = ParseArguments(args);
     Report& report = Report::instance();
     report.setOptions(o);
+    report.setFleetChild(position > 0);
     if (o.version) {
         Out(VersionText());
         return kDone;
@@ -184,6 +193,7 @@ int main(int argc, char** argv) {
         return usageError(o, QStringLiteral("several ports cannot save to one file: put {n} or "
                                             "{port} in its name"));
     if (!o.home.isEmpty()) qputenv("TELVO_HOME", QFile::encodeName(o.home));
+    if (RunsAsFleet(o)) return RunFleet(o, args);
     platform::Clock::instance().setVirtual(false);
     platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
     platform::InstallPlatform(std::make_unique<CliPlatform>(o.yes));
@@ -197,6 +207,7 @@ int main(int argc, char** argv) {
         PipeProgress lines(o.command == QLatin1String("load") && !o.quiet && isatty(2) == 0);
         const QStringList ports = o.ports.isEmpty() ? QStringList{QString()} : o.ports;
         for (int i = 0; i < ports.size(); ++i) {
+            if (position > 0 && i + 1 != position) continue;
             report.keep(runOn(forPort(o, ports.at(i), i + 1), ports.at(i)));
             // A signal ends the run, not just the device in hand.
             if (report.exitCode() > 128) break;

@@ -37,6 +37,21 @@ TEST(CliArgs, PowerOnAndNoWaitAreOffUnlessGiven) {
     EXPECT_TRUE(o.powerOn && o.noWait);
 }
 
+TEST(CliArgs, JobsTakesHowManyPortsRunAtOnce) {
+    EXPECT_EQ(parse({QStringLiteral("info")}).jobs, 0);
+    const Options o = parse({QStringLiteral("--jobs"), QStringLiteral("3"), QStringLiteral("info")});
+    EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
+    EXPECT_EQ(o.jobs, 3);
+    EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs=1")}).jobs, 1);
+    for (const char* bad : {"0", "-2", "four", "2.5", ""})
+        EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs"), QLatin1String(bad)}).error,
+                  QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") +
+                      QLatin1String(bad))
+            << bad;
+    EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs")}).error,
+              QStringLiteral("--jobs needs a value"));
+}
+
 TEST(CliArgs, CommandFlagsBelongToTheirCommand) {
     EXPECT_TRUE(parse({QStringLiteral("ports"), QStringLiteral("--probe")}).probe);
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--probe")}).error,
@@ -229,6 +244,7 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
     for (const char* option :
          {"-p, --port COMn|PATH", "-b, --baud RATE", "--home DIR", "-j, --json[=true|false]",
           "-q, --quiet[=true|false]", "-y, --yes[=true|false]", "--power-on", "--no-wait",
+          "--jobs N",
           "--trace FILE", "-v, --verbose",
           "-h, --help", "-V, --version"})
         EXPECT_TRUE(help.contains(QStringLiteral("       ") + QLatin1String(option))) << option;

@@ -54,6 +54,8 @@ expect "long options" "$(printf '%s\n' --port --power-on)" "$(complete_line --po
 expect "a command's own options" "$(printf '%s\n' --restore-defaults --resume)" \
     "$(complete_line load --re)"
 expect "ports --probe" "--probe" "$(complete_line ports --pr)"
+expect "--jobs" "--jobs" "$(complete_line --jo)"
+expect "the value of --jobs is no command" "info" "$(complete_line --jobs 2 inf)"
 expect "setting names" "$(printf '%q\n' Brightness "Black Level" "Blue Gain" "Blue Offset")" \
     "$(complete_line get B)"
 expect "a name with a blank, escaped" "Noise\\ Reduction" "$(complete_line get 'Noise\ R')"
