@@ -24,7 +24,7 @@ options:
     type: int
   home:
     description:
-      - The program's folder on the managed machine (C(telvo-cli --home)): its C(Telvo.ini), and
+      - The program's folder on the managed machine (C(telvo-cli --home)), with its C(Telvo.ini) and,
         under C(ports/) each port's log and restart files.
       - Without it, the folder C(telvo-cli) finds on its own.
     type: path

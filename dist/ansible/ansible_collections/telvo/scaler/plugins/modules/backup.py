@@ -10,12 +10,12 @@ DOCUMENTATION = r'''
 module: backup
 short_description: Save a scaler's settings to a file on the managed machine
 description:
-  - Saves every setting of the scaler with C(telvo-cli save) into a temporary file beside O(dest),
-    compares it with O(dest), and puts it in place only when the content differs.
+  - Saves every setting of the scaler with C(telvo-cli save) into a temporary file beside C(dest),
+    compares it with C(dest), and puts it in place only when the content differs.
   - A save reads the device and leaves it as it was found.
-version_added: "2.0.151"
+version_added: "2.0.0"
 author:
-  - Telvo Utility developers
+  - Telvo Utility developers (@telvo)
 extends_documentation_fragment:
   - telvo.scaler.common
 options:
@@ -25,7 +25,7 @@ options:
     type: path
     required: true
 notes:
-  - Supports check mode; the device is read, O(dest) is left alone and the task says whether it
+  - Supports check mode; the device is read, C(dest) is left alone and the task says whether it
     would change.
 '''
 

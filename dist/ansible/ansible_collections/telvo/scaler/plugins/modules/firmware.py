@@ -12,21 +12,21 @@ short_description: Load firmware into a scaler, or finish a cut-off load
 description:
   - Loads a firmware image (C(.frk)) or a list of images (C(.frl)) into the scaler with
     C(telvo-cli load).
-  - With O(version), the scaler's firmware is read first (queries only); when it already runs that
+  - With C(version), the scaler's firmware is read first (queries only); when it already runs that
     version nothing is sent and nothing changes.
   - A load that fails fails the task with the program's and the device's own text. The port's
-    C(RestartLoader.txt) stays, and its path is returned in RV(restart_file), so that a later task
-    with O(resume=true) (or C(telvo-cli load --resume)) finishes the load.
-version_added: "2.0.151"
+    C(RestartLoader.txt) stays, and its path is returned in C(restart_file), so that a later task
+    with C(resume=true) (or C(telvo-cli load --resume)) finishes the load.
+version_added: "2.0.0"
 author:
-  - Telvo Utility developers
+  - Telvo Utility developers (@telvo)
 extends_documentation_fragment:
   - telvo.scaler.common
 options:
   image:
     description:
       - Path of the image or image list on the managed machine.
-      - Required unless O(resume=true).
+      - Required unless C(resume=true).
     type: path
   version:
     description:
@@ -81,7 +81,7 @@ firmware:
   type: str
   sample: "2.81"
 previous_firmware:
-  description: The version read before the load, when O(version) was given.
+  description: The version read before the load, when C(version) was given.
   returned: when version was given
   type: str
   sample: "1.24"

@@ -13,9 +13,9 @@ description:
   - Reads the scaler's model, firmware, options, port, the line's rates and its power state with
     C(telvo-cli info). Only queries are sent; the device is left as it was found.
   - Never reports a change.
-version_added: "2.0.151"
+version_added: "2.0.0"
 author:
-  - Telvo Utility developers
+  - Telvo Utility developers (@telvo)
 extends_documentation_fragment:
   - telvo.scaler.common
 options: {}

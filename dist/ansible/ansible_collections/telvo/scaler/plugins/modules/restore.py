@@ -10,13 +10,13 @@ DOCUMENTATION = r'''
 module: restore
 short_description: Put a saved settings file back into a scaler
 description:
-  - Compares the scaler's settings with O(src) first (C(telvo-cli diff)); when nothing differs,
+  - Compares the scaler's settings with C(src) first (C(telvo-cli diff)); when nothing differs,
     nothing is sent and nothing changes.
   - Otherwise restores the file (C(telvo-cli restore)). Settings the device refuses fail the task
-    and are listed in RV(failed_settings).
-version_added: "2.0.151"
+    and are listed in C(failed_settings).
+version_added: "2.0.0"
 author:
-  - Telvo Utility developers
+  - Telvo Utility developers (@telvo)
 extends_documentation_fragment:
   - telvo.scaler.common
 options:

@@ -15,9 +15,9 @@ description:
   - Every value is checked against what the scaler takes before anything is sent; a value it
     would refuse fails the task and nothing is set.
   - In check mode (C(telvo-cli apply --check)) no set frame is sent; the task reports what would change.
-version_added: "2.0.151"
+version_added: "2.0.0"
 author:
-  - Telvo Utility developers
+  - Telvo Utility developers (@telvo)
 extends_documentation_fragment:
   - telvo.scaler.common
 options:
