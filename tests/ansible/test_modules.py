@@ -180,12 +180,20 @@ class Firmware(ModuleCase):
         self.plan(load=[{"sleep": 60, "stderr": "Click 'Continue' to restart transfer\n",
                          "on_term": {"schema": 1, "command": "load", "port": PORT, "error": kept,
                                      "exit": 143}}])
+        with open(os.path.join(os.path.dirname(path), 'LogFile.txt'), 'w') as f:
+            f.write("Sent: (STX)3005AD(NUL)1(NUL)(ETX) on COM1 @ 57600\r\n"
+                    "Transfer Failed, 3100 Bytes processed.\r\n"
+                    "               Click 'Continue' to restart transfer     \r\n"
+                    "Transfer Failed, 3000 Bytes processed.\r\n"
+                    "Breakpoint: Make sure the Gorda is Displaying message: 'Load frk File now.'.\r\n")
         r = self.run_module('firmware', image='/x.frk', timeout=1)
         self.assertTrue(r['failed'])
         self.assertTrue(r['timed_out'])
         self.assertEqual(r['rc'], 143)
         self.assertEqual(r['msg'], "the load did not end within 1 s and was stopped: " + kept +
-                         " (last told: Click 'Continue' to restart transfer)")
+                         " (the load: Transfer Failed, 3000 Bytes processed.)")
+        self.assertEqual(r['device_failures'], ['Transfer Failed, 3100 Bytes processed.',
+                                                'Transfer Failed, 3000 Bytes processed.'])
         self.assertEqual(r['restart_file'], path)
 
     def test_resume_without_restart_file_does_nothing(self):

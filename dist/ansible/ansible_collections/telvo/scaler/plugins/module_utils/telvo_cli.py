@@ -20,6 +20,9 @@ EXIT_DIFFERS = 6
 EXIT_TERMINATED = 143
 
 RESTART_FILE = 'RestartLoader.txt'
+LOG_FILE = 'LogFile.txt'
+# The log lines that tell a failure: the device's refusals as the program words them.
+FAILURE_LINE = re.compile(r'fail|could not|unable|err:|timed out', re.IGNORECASE)
 
 
 def common_argument_spec():
@@ -154,6 +157,19 @@ class TelvoCli(object):
         if self.port.upper() == 'COM1':
             return home
         return os.path.join(home, 'ports', port_folder_name(self.port))
+
+    def log_failures(self, limit=5):
+        """The last failure lines of the port's log of this run (its LogFile.txt)."""
+        folder = self.job_folder()
+        if folder is None:
+            return []
+        try:
+            with open(os.path.join(folder, LOG_FILE), 'rb') as f:
+                text = to_native(f.read(), errors='surrogate_or_replace')
+        except (IOError, OSError):
+            return []
+        lines = [line.strip() for line in text.splitlines() if FAILURE_LINE.search(line)]
+        return lines[-limit:]
 
     def restart_file(self, result=None):
         """The path of the port's RestartLoader.txt when one is there, else None."""

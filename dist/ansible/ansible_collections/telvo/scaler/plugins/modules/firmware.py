@@ -90,6 +90,13 @@ image:
   returned: when a load ran
   type: str
   sample: /srv/firmware/gorda-2.81.frk
+device_failures:
+  description: The failures the port's log told during the load, the device's refusals among them.
+  returned: failure, when the log is found
+  type: list
+  elements: str
+  sample:
+    - Transfer Failed, 3000 Bytes processed.
 restart_file:
   description: The port's C(RestartLoader.txt), kept after a failed or stopped load.
   returned: failure, when the file is there
@@ -110,23 +117,16 @@ def load(module, cli, args, image):
         restart = cli.restart_file(result)
         if restart:
             extra['restart_file'] = restart
+        msg = result.message()
         if result.timed_out:
-            extra['msg'] = ('the load did not end within %d s and was stopped: %s'
-                            % (module.params['timeout'], result.message()))
-            tail = device_text(result)
-            if tail:
-                extra['msg'] += ' (last told: %s)' % tail
+            msg = 'the load did not end within %d s and was stopped: %s' % (module.params['timeout'], msg)
+        told = cli.log_failures()
+        if told:
+            extra['device_failures'] = told
+            msg += ' (the load: %s)' % told[-1]
+        extra['msg'] = msg
         cli.fail(result, **extra)
     return objects[-1]
-
-
-def device_text(result):
-    """The last line the program told of the load's progress, questions first."""
-    lines = [line.strip() for line in result.stderr.splitlines() if line.strip()]
-    for line in reversed(lines):
-        if not line.startswith('Sending:') and not line.startswith('telvo-cli:'):
-            return line
-    return None
 
 
 def main():
