@@ -31,7 +31,7 @@ command -v yamllint >/dev/null && tests+=(yamllint)
 prime() {
   local d
   for d in "$HOME"/.ansible/test/venv/*/*/*/; do
-    [ -d "$d" ] && [ ! -f "$d/marker.txt" ] || continue
+    if [ ! -d "$d" ] || [ -f "$d/marker.txt" ]; then continue; fi
     rm -rf "$d"
     "$py" -m venv --system-site-packages --without-pip "$d"
     echo '[]' >"$d/meta.install.json"
