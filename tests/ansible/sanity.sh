@@ -2,7 +2,7 @@
 # ansible-test sanity over the collection, offline. ansible-test runs most checks in virtual
 # environments of its own that it fills with pip from the network; here each such environment is
 # made from the system's Python with its site packages (Debian's ansible, voluptuous, PyYAML,
-# pycodestyle, yamllint), marked as complete, and reused. A check whose tool is not installed
+# pycodestyle, yamllint: all in the Makefile's PACKAGES), marked as complete, and reused. A check whose tool is not installed
 # (pylint, shellcheck, pslint) is skipped by ansible-test itself.
 # Usage: sanity.sh COLLECTION_DIR   (exit 77: no ansible-test)
 set -euo pipefail
