@@ -161,6 +161,14 @@ class Core(Fleet):
             self.assertEqual((r['model'], r['firmware'], r['speed'], r['state'], r['port']),
                              ('Gorda', '1.24', 19200, 'Powered', self.sims[host].path))
             self.assertEqual(self.sims[host].set_frames(), [])
+        # In check mode the firmware task reads the version and loads nothing.
+        rc, tasks, stats = self.play('--tags', 'info,firmware', '--check')
+        self.assertEqual(rc, 0, self.last)
+        self.assertEqual(self.changed_hosts(tasks['The firmware']), ['scaler1', 'scaler2', 'scaler3'])
+        for host, dev in self.sims.items():
+            self.assertEqual(tasks['The firmware'][host]['previous_firmware'], '1.24')
+            self.assertEqual(dev.set_frames(), [], host)
+            self.assertFalse(dev.trace_has('boot loader'), host)
 
     def test_2_backup_then_restore(self):
         rc, tasks, dummy = self.play('--tags', 'backup')
