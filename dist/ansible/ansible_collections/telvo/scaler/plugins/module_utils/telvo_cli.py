@@ -189,10 +189,9 @@ class TelvoCli(object):
 
 def value_text(value):
     """A setting's value as NAME=VALUE takes it."""
+    # YAML 1.1 reads On and Off as booleans; the list settings mean their texts.
     if isinstance(value, bool):
         return 'On' if value else 'Off'
-    if isinstance(value, float) and value == int(value):
-        return str(value)
     return to_native(value)
 
 
