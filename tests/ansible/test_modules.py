@@ -37,7 +37,9 @@ class ModuleCase(unittest.TestCase):
         args_file = os.path.join(self.tmp, 'args.json')
         with open(args_file, 'w') as f:
             json.dump({'ANSIBLE_MODULE_ARGS': args}, f)
-        env = dict(os.environ, PYTHONPATH=ROOT, FAKE_CLI_LOG=self.log, FAKE_CLI_PLAN=self.plan_file)
+        # No bytecode beside the collection's sources.
+        env = dict(os.environ, PYTHONPATH=ROOT, PYTHONDONTWRITEBYTECODE='1', FAKE_CLI_LOG=self.log,
+                   FAKE_CLI_PLAN=self.plan_file)
         proc = subprocess.run([sys.executable, '-m',
                                'ansible_collections.telvo.scaler.plugins.modules.' + name, args_file],
                               env=env, capture_output=True, text=True, timeout=120)
