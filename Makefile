@@ -7,7 +7,8 @@ PACKAGES   := cmake g++ make clang-tidy qt6-base-dev qt6-serialport-dev qt6-char
               libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth \
               desktop-file-utils appstream man-db lintian dpkg-dev file xdotool x11-utils ser2net \
               at-spi2-core python3-pyatspi dbus-daemon qt6-base-private-dev lirc \
-              python3-serial gdb python3
+              python3-serial gdb python3 ansible yamllint python3-voluptuous python3-pycodestyle \
+              python3-venv
 SUDO       := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: all deps build build-test run test lint bench demo clean fuzz package sweep sweep-kill latency soak

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A built .deb: lintian reports no error, and the package unpacked into a temporary root runs
-# `telvo --version` and `telvo-cli --version` and renders telvo-cli(1).
+# `telvo --version` and `telvo-cli --version`, renders telvo-cli(1), and ansible-doc renders each
+# module of the Ansible collection it carries.
 # Usage: check-package.sh PACKAGE.deb
 set -euo pipefail
 deb=$1
@@ -15,4 +16,5 @@ dpkg -x "$deb" "$root"
 [ -f "$root/usr/share/bash-completion/completions/telvo-cli" ]
 page=$(MANWIDTH=80 man -l "$root/usr/share/man/man1/telvo-cli.1.gz")
 grep -q '^EXIT STATUS' <<<"$page"
+bash "$(dirname "$0")/check-ansible-collection.sh" "$root"
 echo "package check passed: $(basename "$deb")"
