@@ -147,6 +147,21 @@ class Soak:
         except subprocess.TimeoutExpired:
             return -1, ["hung: killed after %d s" % self.args.job_limit]
 
+    def keep_evidence(self, dev, kind):
+        """What a job that failed for good worked with, kept past the run: the device's folder
+        (its settings file, the port folders' logs and restart files) as it stood then."""
+        if not self.args.details:
+            return
+        where = os.path.join(os.path.dirname(os.path.abspath(self.args.details)), "soak-evidence",
+                             "%07.1f-%s-%s" % (time.monotonic() - self.t0, dev.name, kind))
+        for top, _, files in os.walk(dev.dir):
+            for name in files:
+                if name.endswith(".txt") or name.endswith(".ini"):
+                    rel = os.path.relpath(os.path.join(top, name), dev.dir)
+                    os.makedirs(os.path.dirname(os.path.join(where, rel)), exist_ok=True)
+                    shutil.copy(os.path.join(top, name), os.path.join(where, rel))
+        self.note("%s evidence kept in %s" % (dev.name, where))
+
     @staticmethod
     def load_pending(dev, err):
         """A cut-off load waits: telvo-cli said so, or a restart file stayed (in the program's
@@ -209,6 +224,7 @@ class Soak:
                 else:
                     self.failed += 1
                     self.note("%s %s FAILED FOR GOOD" % (dev.name, kind))
+                    self.keep_evidence(dev, kind)
                     self.failures.append(story)
 
     # --- faults ------------------------------------------------------------------------------
