@@ -2,7 +2,10 @@
 // "Get Current State" every few seconds (as a user who keeps an eye on a device would), the
 // answer to any message box that comes up, and on SIGUSR2 one line on standard output with its
 // counts: refreshes, boxes, live timers (`Timer` objects, the clock's pending events and the Qt
-// timers of every object in the window tree), and the Details box's lines and their size. Memory and descriptors are read from /proc.
+// timers of every object in the window tree), and the Details box's lines and their size; on
+// SIGUSR1 it first empties the Details box, as a double-click on it does, and hands the freed
+// memory back to the system, so that what grew beside the box can be measured. Memory and
+// descriptors are read from /proc.
 // Usage: telvo-soak-app [SECONDS] [program words...]   (SECONDS: between refreshes, default 5)
 
 #include "DevicePeer.h"
@@ -21,6 +24,7 @@
 #include <QTimer>
 
 #include <csignal>
+#include <malloc.h>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/socket.h>
@@ -123,12 +127,18 @@ int main(int argc, char** argv) {
     sa.sa_flags = SA_RESTART;
     sigemptyset(&sa.sa_mask);
     ::sigaction(SIGUSR2, &sa, nullptr);
+    ::sigaction(SIGUSR1, &sa, nullptr);
     Soak soak;
     return telvo::ui::RunProgram(argc, argv, vorix::sim::MakeDefaultPeer, [&soak, seconds] {
         auto* n = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, qApp);
         QObject::connect(n, &QSocketNotifier::activated, qApp, [&soak] {
             char c = 0;
-            if (::read(g_pipe[0], &c, 1) == 1) soak.counts();
+            if (::read(g_pipe[0], &c, 1) != 1) return;
+            if (c == char(SIGUSR1)) {
+                telvo::ui::scl().D1->clear();
+                ::malloc_trim(0);
+            }
+            soak.counts();
         });
         soak.refresh.setInterval(seconds * 1000);
         QObject::connect(&soak.refresh, &QTimer::timeout, qApp, [&soak] { soak.tick(); });
