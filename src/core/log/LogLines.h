@@ -11,7 +11,11 @@ namespace telvo::core {
 class LogLines {
 public:
     void add(const QString& line) { m_lines.push_back(line); ++m_revision; }
-    void clear() { m_lines.clear(); ++m_revision; }
+    // Emptied, the box gives its memory back too: a run of days may have kept a million lines.
+    void clear() {
+        std::vector<QString>().swap(m_lines);
+        ++m_revision;
+    }
     qsizetype count() const { return qsizetype(m_lines.size()); }
     // Row 0 is the newest line.
     const QString& row(qsizetype i) const { return m_lines[m_lines.size() - 1 - size_t(i)]; }
