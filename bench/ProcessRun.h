@@ -5,8 +5,10 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -14,6 +16,15 @@
 #include <vector>
 
 namespace telvo::bench {
+
+#ifdef TELVO_SOURCE_DIR
+// The sample Telvo.ini copied into a program folder of the bench's own; its path.
+inline QString SampleIniIn(const QTemporaryDir& home) {
+    const QString ini = home.filePath(QStringLiteral("Telvo.ini"));
+    QFile::copy(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"), ini);
+    return ini;
+}
+#endif
 
 struct ProcessRun {
     double ms = 0;

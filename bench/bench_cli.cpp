@@ -44,11 +44,11 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     QTemporaryDir home;
-    QFile::copy(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"), home.filePath(QStringLiteral("Telvo.ini")));
+    const QString ini = telvo::bench::SampleIniIn(home);
     const QString trace = home.filePath(QStringLiteral("trace.txt"));
     QProcess sim;
     sim.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"),
-              {QStringLiteral("--ini"), home.filePath(QStringLiteral("Telvo.ini")),
+              {QStringLiteral("--ini"), ini,
                QStringLiteral("--trace"), trace, QStringLiteral("--baud"), QString::number(kBaud)});
     if (!sim.waitForStarted(5000) || !sim.waitForReadyRead(5000)) {
         out << "vorix-sim did not start" << Qt::endl;

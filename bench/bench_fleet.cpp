@@ -40,12 +40,12 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     QTemporaryDir home;
-    QFile::copy(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"), home.filePath(QStringLiteral("Telvo.ini")));
+    const QString ini = telvo::bench::SampleIniIn(home);
     std::vector<std::unique_ptr<Sim>> sims;
     for (int i = 0; i < kLoadDevices; ++i) {
         auto s = std::make_unique<Sim>();
         s->process.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"),
-                         {QStringLiteral("--ini"), home.filePath(QStringLiteral("Telvo.ini")),
+                         {QStringLiteral("--ini"), ini,
                           QStringLiteral("--baud"), QString::number(kBaud)});
         if (!s->process.waitForStarted(5000) || !s->process.waitForReadyRead(5000)) {
             out << "vorix-sim did not start" << Qt::endl;

@@ -176,6 +176,7 @@ class Firmware(ModuleCase):
         self.assertEqual(r['restart_file'], path)
 
     def test_a_load_past_its_time_is_stopped_and_keeps_the_restart_file(self):
+        # Pins a departure (docs/ARCHITECTURE.md): the module ends a load the device keeps refusing.
         path = self.restart_file()
         kept = ('terminated (SIGTERM); RestartLoader.txt is kept: run "telvo-cli --port %s load '
                 '--resume" to finish the load' % PORT)

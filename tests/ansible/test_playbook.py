@@ -99,7 +99,8 @@ class Fleet(unittest.TestCase):
         for name, dev in cls.sims.items():
             hosts[name] = dict(ansible_connection='local', ansible_python_interpreter=sys.executable,
                                port=dev.path)
-        # A load that the device keeps refusing is ended by its time; the good one has all it needs.
+        # Pins a departure (docs/ARCHITECTURE.md): a load that the device keeps refusing is ended
+        # by its time; the good one has all it needs.
         hosts['scaler3']['firmware_timeout'] = 60
         inventory = {'all': {'children': {'scalers': {
             'hosts': hosts,

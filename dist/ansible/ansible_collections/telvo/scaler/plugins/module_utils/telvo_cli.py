@@ -25,7 +25,7 @@ LOG_FILE = 'LogFile.txt'
 FAILURE_LINE = re.compile(r'fail|could not|unable|err:|timed out', re.IGNORECASE)
 
 
-def common_argument_spec():
+def common_options():
     """The options of the doc fragment telvo.scaler.common."""
     return dict(
         port=dict(type='str', required=True),

@@ -55,13 +55,13 @@ import tempfile
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.telvo.scaler.plugins.module_utils.telvo_cli import (
-    TelvoCli, common_argument_spec)
+    TelvoCli, common_options)
 
 
 def main():
-    spec = common_argument_spec()
-    spec.update(dest=dict(type='path', required=True))
-    module = AnsibleModule(argument_spec=spec, supports_check_mode=True)
+    options = common_options()
+    options.update(dest=dict(type='path', required=True))
+    module = AnsibleModule(argument_spec=options, supports_check_mode=True)
     cli = TelvoCli(module)
     dest = module.params['dest']
     folder = os.path.dirname(os.path.abspath(dest))

@@ -106,7 +106,7 @@ restart_file:
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.telvo.scaler.plugins.module_utils.telvo_cli import (
-    TelvoCli, common_argument_spec)
+    TelvoCli, common_options)
 
 
 def load(module, cli, args, image):
@@ -130,12 +130,12 @@ def load(module, cli, args, image):
 
 
 def main():
-    spec = common_argument_spec()
-    spec.update(image=dict(type='path'), version=dict(type='str'),
-                save_settings=dict(type='bool', default=False),
-                resume=dict(type='bool', default=False),
-                timeout=dict(type='int', default=1800))
-    module = AnsibleModule(argument_spec=spec, supports_check_mode=True,
+    options = common_options()
+    options.update(image=dict(type='path'), version=dict(type='str'),
+                   save_settings=dict(type='bool', default=False),
+                   resume=dict(type='bool', default=False),
+                   timeout=dict(type='int', default=1800))
+    module = AnsibleModule(argument_spec=options, supports_check_mode=True,
                            required_if=[('resume', False, ('image',))],
                            mutually_exclusive=[('resume', 'image')])
     cli = TelvoCli(module)

@@ -89,7 +89,7 @@ state:
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.telvo.scaler.plugins.module_utils.telvo_cli import (
-    TelvoCli, common_argument_spec)
+    TelvoCli, common_options)
 
 # telvo-cli's JSON names and the names returned here.
 FIELDS = (('model', 'model'), ('firmware', 'firmware'), ('options', 'options'), ('com', 'com'),
@@ -98,7 +98,7 @@ FIELDS = (('model', 'model'), ('firmware', 'firmware'), ('options', 'options'), 
 
 
 def main():
-    module = AnsibleModule(argument_spec=common_argument_spec(), supports_check_mode=True)
+    module = AnsibleModule(argument_spec=common_options(), supports_check_mode=True)
     cli = TelvoCli(module)
     info = cli.info()
     out = dict(changed=False, port=cli.port)

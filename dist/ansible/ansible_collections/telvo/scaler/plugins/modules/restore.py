@@ -75,7 +75,7 @@ failed_settings:
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.telvo.scaler.plugins.module_utils.telvo_cli import (
-    EXIT_DIFFERS, EXIT_DONE, TelvoCli, common_argument_spec, diff_text)
+    EXIT_DIFFERS, EXIT_DONE, TelvoCli, common_options, diff_text)
 
 
 def label(row):
@@ -84,9 +84,9 @@ def label(row):
 
 
 def main():
-    spec = common_argument_spec()
-    spec.update(src=dict(type='path', required=True))
-    module = AnsibleModule(argument_spec=spec, supports_check_mode=True)
+    options = common_options()
+    options.update(src=dict(type='path', required=True))
+    module = AnsibleModule(argument_spec=options, supports_check_mode=True)
     cli = TelvoCli(module)
     src = module.params['src']
     compared = cli.expect(['diff', src], accept=(EXIT_DONE, EXIT_DIFFERS), src=src)

@@ -93,13 +93,13 @@ settings:
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.telvo.scaler.plugins.module_utils.telvo_cli import (
-    EXIT_DIFFERS, EXIT_DONE, TelvoCli, common_argument_spec, diff_text, value_text)
+    EXIT_DIFFERS, EXIT_DONE, TelvoCli, common_options, diff_text, value_text)
 
 
 def main():
-    spec = common_argument_spec()
-    spec.update(settings=dict(type='dict', required=True))
-    module = AnsibleModule(argument_spec=spec, supports_check_mode=True)
+    options = common_options()
+    options.update(settings=dict(type='dict', required=True))
+    module = AnsibleModule(argument_spec=options, supports_check_mode=True)
     cli = TelvoCli(module)
     wanted = module.params['settings']
     if not wanted:
