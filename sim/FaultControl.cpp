@@ -38,6 +38,8 @@ FaultControl::Command FaultControl::Parse(const QByteArray& line) {
         c.kind = Command::Cut;
     else if (word == "late")
         c.kind = Command::Late;
+    else if (word == "splice")
+        c.kind = Command::Splice;
     c.amount = c.kind == Command::Unknown ? 0 : n;
     return c;
 }
@@ -86,9 +88,28 @@ void FaultControl::apply(const Command& c, qint64 nowUs) {
     case Command::Late:
         m_holdUs = c.amount * 1000;
         break;
+    case Command::Splice:
+        m_spliceBytes = c.amount;
+        break;
     default:
         break;
     }
+}
+
+QByteArray FaultControl::splice(const QByteArray& output, qsizetype* at) {
+    *at = -1;
+    if (m_spliceBytes <= 0)
+        return output;
+    // STX, "21", two length digits, a two-character identifier, NUL: the value follows.
+    constexpr qsizetype kHead = 8;
+    const qsizetype start = output.indexOf("\x02" "21");
+    if (start < 0 || output.size() < start + kHead)
+        return output;
+    *at = start + kHead;
+    QByteArray out = output;
+    out.insert(*at, garbage(m_spliceBytes));
+    m_spliceBytes = 0;
+    return out;
 }
 
 QByteArray FaultControl::garbage(qint64 n) {

@@ -3,7 +3,7 @@
 // given by --control): "garbage N" (N stray bytes at the line's pace), "flood N" (N bytes as fast
 // as the terminal takes them, for at most 5 s), "silence MS" (the device hears but says nothing),
 // "cut MS" (the line is dead both ways), "late MS" (the next reply waits), "reboot" (a power
-// cycle). The pseudo-terminal server asks it what to do with each byte; the device never knows.
+// cycle), "splice N" (N stray bytes land inside the next data reply, as noise on a line would). The pseudo-terminal server asks it what to do with each byte; the device never knows.
 
 #include <QByteArray>
 #include <QObject>
@@ -18,7 +18,7 @@ class FaultControl : public QObject {
 public:
     // What a control line asks for; `Unknown` for a line that is not one.
     struct Command {
-        enum Kind { Unknown, Garbage, Flood, Silence, Cut, Late, Reboot } kind = Unknown;
+        enum Kind { Unknown, Garbage, Flood, Silence, Cut, Late, Reboot, Splice } kind = Unknown;
         qint64 amount = 0;
     };
     static Command Parse(const QByteArray& line);
@@ -45,6 +45,10 @@ public:
         m_holdUs = 0;
         return h;
     }
+    // The device's output with a pending splice's stray bytes put between the identifier's NUL
+    // and the value of its first data reply ("21"), and `at` set to where they went; unchanged (and `at` -1) when no
+    // splice is pending or the output holds no whole data reply head yet.
+    QByteArray splice(const QByteArray& output, qsizetype* at);
     // Stray bytes: N of them, never a frame's start or end.
     QByteArray garbage(qint64 n);
 
@@ -58,6 +62,7 @@ private:
     qint64 m_muteUntilUs = 0;
     qint64 m_cutUntilUs = 0;
     qint64 m_holdUs = 0;
+    qint64 m_spliceBytes = 0;
     quint32 m_seed = 0x9E3779B9u;
 };
 

@@ -234,7 +234,12 @@ private:
         // Device to host, at the rate the device sends at.
         m_device.advance(now);
         QList<int> rates;
-        const QByteArray said = m_device.takeOutput(&rates);
+        QByteArray said = m_device.takeOutput(&rates);
+        if (qsizetype at = -1; m_faults) {
+            said = m_faults->splice(said, &at);
+            if (at >= 0)
+                rates.insert(at, said.size() - rates.size(), rates.value(at, hostBaud()));
+        }
         const bool dropped = m_faults && m_faults->outputDropped(now);
         if (dropped) {
             m_out.clear();
@@ -449,7 +454,7 @@ int main(int argc, char** argv) {
                  QStringLiteral("Model the image is for (default: any)."), QStringLiteral("name")});
     p.addOption({QStringLiteral("control"),
                  QStringLiteral("Read faults from this FIFO (made when absent), one a line: "
-                                "garbage N, flood N, silence MS, cut MS, late MS, reboot."),
+                                "garbage N, flood N, silence MS, cut MS, late MS, reboot, splice N."),
                  QStringLiteral("fifo")});
     vorix::sim::AddDeviceOptions(p);
     p.process(app);

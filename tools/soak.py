@@ -4,7 +4,7 @@
 Several vorix-sim devices run on pseudo-terminals, one of them behind the real ser2net (RFC 2217).
 Each device gets command-line jobs (telvo-cli info, set, save, restore, load) one after the other,
 and a fault injector that writes faults into the device's control FIFO at random moments (garbage,
-a flood, silence, a cut line, a reboot, a late reply; for the device behind ser2net also a server
+a flood, silence, a cut line, a reboot, a late reply, noise inside a reply; for the device behind ser2net also a server
 that drops the connection). One long-running program (telvo-soak-app: the windows, refreshing
 every few seconds) runs on its own device, with faults too, over the whole soak; its resident
 memory, open descriptors and timers are sampled each minute.
@@ -229,7 +229,7 @@ class Soak:
 
     # --- faults ------------------------------------------------------------------------------
     def fault_line(self, rng, dev):
-        kinds = ["garbage", "flood", "silence", "cut", "reboot", "late"]
+        kinds = ["garbage", "flood", "silence", "cut", "reboot", "late", "splice"]
         if dev.net_port:
             kinds.append("drop")
         kind = rng.choice(kinds)
@@ -243,6 +243,8 @@ class Soak:
             return kind, "cut %d" % rng.randint(300, 4000)
         if kind == "late":
             return kind, "late %d" % rng.randint(300, 2000)
+        if kind == "splice":
+            return kind, "splice %d" % rng.randint(1, 8)
         return kind, kind
 
     def injector(self, dev, seed):

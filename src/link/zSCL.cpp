@@ -343,7 +343,9 @@ bool SendVerified(const QString& type, const QString& data, int attempts) {
         } else if (type == QLatin1String("20")) {
             SendCommand(type, data, 2);
             if (simTicked()) return true;
-            if (Mid(Link().Reply, 6, 3) == data) return true;
+            // Only a whole answer goes on to be saved: noise spliced into it would be written
+            // to a settings file that no restore could send back.
+            if (Mid(Link().Reply, 6, 3) == data && core::ReplyWhole(Link().Reply)) return true;
         } else {
             // No caller passes another type; the loop has no way out, as designed.
             platform::DoEvents();

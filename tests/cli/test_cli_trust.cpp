@@ -221,6 +221,38 @@ TEST_F(CliTrust, ARestoreThatCouldNotSetEverySettingIsExit1AndNamesThem) {
               QJsonArray{QStringLiteral("Gorda Parameter Brightness For State Input Video 2")});
 }
 
+// Noise inside an answer (a terminal server's stray bytes, a glitch on the cable) must not be
+// saved: a file that holds it could never be restored.
+TEST_F(CliTrust, ASaveAsksAgainForAnAnswerThatCameWithNoiseInItAndTheFileRestores) {
+    const QString control = homeFile(QStringLiteral("control"));
+    const QString events = homeFile(QStringLiteral("events.txt"));
+    SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--control"), control,
+                                                  QStringLiteral("--events"), events});
+    ASSERT_TRUE(dev.running());
+    ASSERT_TRUE(waitFor([&] { return QFileInfo(control).exists(); }));
+    const QString clean = homeFile(QStringLiteral("clean.txt"));
+    ASSERT_EQ(on(dev, {QStringLiteral("save"), clean}).exit, 0);
+
+    // Once the save itself is under way, the next answer of the device comes with noise in it.
+    const QString trace = homeFile(QStringLiteral("trace.txt"));
+    const QString rack = homeFile(QStringLiteral("rack.txt"));
+    QProcess p;
+    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("--trace"), trace,
+                         QStringLiteral("save"), rack});
+    ASSERT_TRUE(waitFor([&] { return readFile(trace).contains("Setting Gorda to State"); }));
+    {
+        QFile fifo(control);
+        ASSERT_TRUE(fifo.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        ASSERT_EQ(fifo.write("splice 3\n"), 9);
+    }
+    const CliResult saved = Finish(p);
+    ASSERT_EQ(saved.exit, 0) << saved.err.toStdString();
+    EXPECT_TRUE(readFile(events).contains(" fault splice 3\n"));
+    EXPECT_GE(readFile(trace).count("Error receiving result. Result="), 1);
+    EXPECT_EQ(readFile(rack), readFile(clean));
+    EXPECT_EQ(on(dev, {QStringLiteral("restore"), rack}).exit, 0);
+}
+
 TEST_F(CliTrust, AFileOfTheWrongKindIsRefusedBeforeAnythingIsSentOrWritten) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());

@@ -5,6 +5,7 @@
 
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
+#include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
 #include "platform/SimulatedLine.h"
 #include "settings/SCL.h"
@@ -340,6 +341,32 @@ TEST_F(Exchange, SendVerifiedGivesUpAfterItsAttemptsWithStatusLines) {
     const QStringList lines = logLines();
     EXPECT_EQ(lines.filter(QStringLiteral("Error receiving result. Result=")).size(), 3);
     EXPECT_TRUE(lines.last().endsWith(QStringLiteral(", K=3     ")));
+}
+
+// Noise spliced into an answer on its way: the length field no longer fits what arrived.
+QByteArray spliced(const QByteArray& frame, const QByteArray& noise) {
+    return frame.left(8) + noise + frame.mid(8);
+}
+
+TEST_F(Exchange, SendVerifiedAsksAgainWhenTheAnswerCameWithNoiseInIt) {
+    auto& peer = attachPeer();
+    peer.then(spliced(dataReply("B2", "7"), "\xd7" "5"));
+    peer.on({}, dataReply("B2", "7"));
+    EXPECT_TRUE(ui::SendVerified(QStringLiteral("20"), QStringLiteral("B2") + kNul));
+    EXPECT_EQ(peer.frames().size(), 2);
+    EXPECT_EQ(link().Reply.toLatin1(), dataReply("B2", "7"));
+    const QStringList lines = logLines();
+    EXPECT_EQ(lines.filter(QStringLiteral("Rply: ")),
+              (QStringList{QStringLiteral("Rply: ") + core::Printable(QString::fromLatin1(spliced(dataReply("B2", "7"), "\xd7" "5"))),
+                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B2\0" "7\0", 5))}));
+    EXPECT_EQ(lines.filter(QStringLiteral("Error receiving result. Result=")).size(), 1);
+}
+
+TEST_F(Exchange, SendVerifiedGivesUpWhenEveryAnswerCameDamaged) {
+    auto& peer = attachPeer();
+    peer.on({}, spliced(dataReply("B2", "7"), "12"));
+    EXPECT_FALSE(ui::SendVerified(QStringLiteral("20"), QStringLiteral("B2") + kNul, 3));
+    EXPECT_EQ(peer.frames().size(), 3);
 }
 
 TEST_F(Exchange, ProbeAnsweredGivesTrueAndPower) {

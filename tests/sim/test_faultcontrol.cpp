@@ -24,6 +24,8 @@ TEST(FaultControl, ParsesEachLine) {
     EXPECT_EQ(FaultControl::Parse("cut 300").kind, Kind::Cut);
     EXPECT_EQ(FaultControl::Parse("late 900").kind, Kind::Late);
     EXPECT_EQ(FaultControl::Parse("reboot").kind, Kind::Reboot);
+    EXPECT_EQ(FaultControl::Parse("splice 3").kind, Kind::Splice);
+    EXPECT_EQ(FaultControl::Parse("splice 3").amount, 3);
 }
 
 TEST(FaultControl, RefusesWhatIsNotALine) {
@@ -52,6 +54,25 @@ TEST(FaultControl, ALateReplyHoldsTheNextOutputOnce) {
     f.apply(FaultControl::Parse("late 750"), 0);
     EXPECT_EQ(f.takeHoldUs(), 750'000);
     EXPECT_EQ(f.takeHoldUs(), 0);
+}
+
+TEST(FaultControl, ASpliceDamagesTheNextDataReplyOnceBeforeItsValue) {
+    FaultControl f;
+    const QByteArray ack("\x02" "01051\0" "30\0" "5C\x03", 13);
+    const QByteArray data("\x02" "2105A1\0" "1\0" "6D\x03", 13);
+    f.apply(FaultControl::Parse("splice 4"), 0);
+    qsizetype at = -1;
+    EXPECT_EQ(f.splice(ack, &at), ack); // an acknowledgement is left whole
+    EXPECT_EQ(at, -1);
+    const QByteArray damaged = f.splice("xy" + data, &at);
+    EXPECT_EQ(at, 10);
+    ASSERT_EQ(damaged.size(), 2 + 13 + 4);
+    EXPECT_EQ(damaged.left(10), "xy" + data.left(8));
+    EXPECT_EQ(damaged.mid(14), data.mid(8));
+    EXPECT_FALSE(damaged.mid(10, 4).contains('\x02'));
+    EXPECT_FALSE(damaged.mid(10, 4).contains('\x03'));
+    EXPECT_EQ(f.splice(data, &at), data); // once
+    EXPECT_EQ(at, -1);
 }
 
 TEST(FaultControl, GarbageHasItsLengthAndNoFrameBytes) {

@@ -66,4 +66,18 @@ QString ReplyValue(const QString& reply) {
     return nul < 0 ? tail : tail.left(nul);
 }
 
+bool ReplyWhole(const QString& reply) {
+    constexpr qsizetype kFrameChars = 1 + 2 + 2 + 2 + 1; // STX, type, length, checksum, ETX
+    if (reply.size() < kFrameChars || reply.front() != QChar(2) || reply.back() != QChar(3))
+        return false;
+    int length = 0;
+    for (const QChar c : reply.mid(3, 2)) {
+        const int digit = QStringLiteral("0123456789abcdef").indexOf(c, 0, Qt::CaseInsensitive);
+        if (digit < 0)
+            return false;
+        length = length * 16 + digit;
+    }
+    return reply.size() == kFrameChars + length;
+}
+
 } // namespace telvo::core

@@ -30,5 +30,9 @@ QString ReplyType(const QString& reply);
 int ReplyErrorCode(const QString& reply);
 // The value of a "21" reply, from character 9 up to its NUL.
 QString ReplyValue(const QString& reply);
+// True when a reply holds exactly what its length field says: STX, type, two hexadecimal length
+// digits, that many data bytes, the device's two checksum characters, ETX. The line has no
+// checksum the program reads, so this is what tells a reply from one with noise spliced into it.
+bool ReplyWhole(const QString& reply);
 
 } // namespace telvo::core

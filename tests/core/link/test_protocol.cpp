@@ -300,3 +300,38 @@ TEST(SpecialState, LoaderStatesAndConsoleAreSpecialIgnoringCase) {
 }
 
 } // namespace
+
+namespace {
+
+QString frameOf(const QByteArray& bytes) { return QString::fromLatin1(bytes); }
+
+TEST(ReplyWhole, AWholeDataReplyIsWhole) {
+    // (STX)2105A1(NUL)1(NUL)6D(ETX): the length counts the five data bytes.
+    EXPECT_TRUE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6D\x03", 13))));
+}
+
+TEST(ReplyWhole, TheLengthIsReadAsHexadecimalOfEitherCase) {
+    const QByteArray data("B1\0" "12345678\0", 12); // twelve bytes: "0c"
+    EXPECT_TRUE(ReplyWhole(frameOf("\x02" "210c" + data + "00\x03")));
+    EXPECT_TRUE(ReplyWhole(frameOf("\x02" "210C" + data + "00\x03")));
+    EXPECT_FALSE(ReplyWhole(frameOf("\x02" "2112" + data + "00\x03")));
+}
+
+TEST(ReplyWhole, BytesPutIntoTheFrameOnTheWayMakeItDamaged) {
+    // Noise that is neither STX nor ETX lands inside the frame: the length no longer fits.
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "\xd7" "q1\0" "6D\x03", 15))));
+}
+
+TEST(ReplyWhole, AFrameWithoutItsTwoChecksumCharactersIsDamaged) {
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "\x03", 11))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6\x03", 12))));
+}
+
+TEST(ReplyWhole, ALengthThatIsNotHexadecimalOrAFrameWithoutEndsIsDamaged) {
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "21zzA1\0" "1\0" "6D\x03", 13))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6D", 12))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("2105A1\0" "1\0" "6D\x03", 12))));
+    EXPECT_FALSE(ReplyWhole(QString()));
+}
+
+} // namespace
