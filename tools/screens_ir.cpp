@@ -6,8 +6,8 @@
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "ir/IRG.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

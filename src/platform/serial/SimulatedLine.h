@@ -5,8 +5,8 @@
 // is not running at into noise, as a real cable does. The program's end works as a UART: a
 // byte leaves the output count when it starts on the wire and arrives ten bit times later.
 
-#include "platform/Clock.h"
-#include "platform/CommBackend.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/CommBackend.h"
 
 #include <QByteArray>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QApplication>
 #include <QFileDialog>

@@ -1,4 +1,4 @@
-#include "platform/Shell.h"
+#include "platform/os/Shell.h"
 
 #include <QDesktopServices>
 #include <QMimeDatabase>

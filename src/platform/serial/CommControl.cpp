@@ -1,10 +1,10 @@
-#include "platform/CommControl.h"
+#include "platform/serial/CommControl.h"
 
-#include "platform/LinkLatency.h"
-#include "platform/NetworkPortBackend.h"
-#include "platform/PortMap.h"
-#include "platform/SerialPortBackend.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/NetworkPortBackend.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SerialPortBackend.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QStringList>
 

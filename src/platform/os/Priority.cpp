@@ -1,4 +1,4 @@
-#include "platform/Priority.h"
+#include "platform/os/Priority.h"
 
 #include <QDir>
 

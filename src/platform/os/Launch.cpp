@@ -1,4 +1,4 @@
-#include "platform/Launch.h"
+#include "platform/os/Launch.h"
 
 #include <QProcess>
 

@@ -1,7 +1,7 @@
-#include "platform/PortMap.h"
+#include "platform/serial/PortMap.h"
 
 #include "core/link/Rfc2217.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QFileInfo>
 

@@ -16,8 +16,8 @@
 // pulled out), so a job's closed-port path runs, and the next open connects again.
 
 #include "core/link/Rfc2217.h"
-#include "platform/CommBackend.h"
-#include "platform/LinePacer.h"
+#include "platform/serial/CommBackend.h"
+#include "platform/serial/LinePacer.h"
 
 #include <QPointer>
 #include <QTimer>

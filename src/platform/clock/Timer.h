@@ -2,7 +2,7 @@
 // A classic control timer: Enabled and Interval, a tick every Interval ms while enabled.
 // Interval 0 never ticks, as designed (the stall watch of a transfer relies on that).
 
-#include "platform/Clock.h"
+#include "platform/clock/Clock.h"
 
 #include <QObject>
 

@@ -1,4 +1,4 @@
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -2,7 +2,7 @@
 // A scriptable far end for tests of the exchange: a rule says which bytes answer which frame,
 // after which delay, or that the frame goes unanswered. Everything it heard is kept.
 
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QByteArray>
 #include <QList>

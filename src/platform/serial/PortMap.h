@@ -6,7 +6,7 @@
 
 #include <QString>
 #include <QStringList>
-#include "platform/SystemPorts.h"
+#include "platform/serial/SystemPorts.h"
 #include <functional>
 #include <map>
 #include <memory>

@@ -3,7 +3,7 @@
 // never throw here: each operation leaves a number and a description that the caller reads
 // (8012: the port is not open), as the routines ignore errors statement by statement.
 
-#include "platform/CommBackend.h"
+#include "platform/serial/CommBackend.h"
 
 #include <QObject>
 #include <QPointer>

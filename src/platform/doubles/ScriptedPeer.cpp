@@ -1,6 +1,6 @@
-#include "platform/ScriptedPeer.h"
+#include "platform/doubles/ScriptedPeer.h"
 
-#include "platform/Clock.h"
+#include "platform/clock/Clock.h"
 
 namespace telvo::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/LinkLatency.h"
+#include "platform/serial/LinkLatency.h"
 
 namespace telvo::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/Clock.h"
+#include "platform/clock/Clock.h"
 
 #include <QAbstractEventDispatcher>
 #include <QSocketNotifier>

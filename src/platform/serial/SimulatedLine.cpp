@@ -1,4 +1,4 @@
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QScopeGuard>
 #include <algorithm>

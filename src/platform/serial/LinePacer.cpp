@@ -1,7 +1,7 @@
-#include "platform/LinePacer.h"
+#include "platform/serial/LinePacer.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/SimulatedLine.h"
 
 namespace telvo::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/Timer.h"
+#include "platform/clock/Timer.h"
 
 namespace telvo::platform {
 

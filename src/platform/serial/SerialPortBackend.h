@@ -4,8 +4,8 @@
 // (Qt's buffer and the kernel's queue) and what the line cannot yet have carried at its rate:
 // a pty's queue, and some adapters' drivers, report nothing while the far end is far behind.
 
-#include "platform/CommBackend.h"
-#include "platform/LinePacer.h"
+#include "platform/serial/CommBackend.h"
+#include "platform/serial/LinePacer.h"
 
 #include <QSerialPort>
 #include <QTimer>

@@ -1,7 +1,7 @@
-#include "platform/NetworkPortBackend.h"
+#include "platform/serial/NetworkPortBackend.h"
 
-#include "platform/LinkLatency.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

@@ -1,7 +1,7 @@
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 
-#include "platform/Clock.h"
-#include "platform/Platform.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "platform/SystemPorts.h"
+#include "platform/serial/SystemPorts.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "platform/SerialPortBackend.h"
+#include "platform/serial/SerialPortBackend.h"
 
 #include <QFileInfo>
 
