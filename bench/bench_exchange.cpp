@@ -11,6 +11,7 @@
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "platform/doubles/ScriptedPeer.h"
 #include "platform/serial/SimulatedLine.h"

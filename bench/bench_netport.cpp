@@ -16,6 +16,7 @@
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 

@@ -11,6 +11,7 @@
 #include "link/SimProcess.h"
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/LinkLatency.h"
 #include "platform/dialogs/Platform.h"
 #include "platform/serial/PortMap.h"

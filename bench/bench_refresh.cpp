@@ -11,6 +11,7 @@
 #include "core/config/IniFile.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/Layout.h"

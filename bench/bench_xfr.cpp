@@ -18,6 +18,7 @@
 #include "platform/clock/Clock.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"

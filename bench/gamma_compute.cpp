@@ -6,6 +6,7 @@
 #include "core/gamma/GammaFiles.h"
 #include "gamma/GMA.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -10,6 +10,7 @@
 #include "ir/IRG.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

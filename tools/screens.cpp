@@ -9,6 +9,7 @@
 #include "link/DBG.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"

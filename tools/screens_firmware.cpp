@@ -17,6 +17,7 @@
 #include "platform/clock/Clock.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 

@@ -6,6 +6,7 @@
 #include "gamma/GMA.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QDir>

@@ -8,6 +8,7 @@
 #include "ir/IRG.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

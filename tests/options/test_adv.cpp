@@ -1,6 +1,7 @@
 // "Advanced Options": scheduling class, thread priority bounds, and the port speed that changes
 // without telling the device.
 
+#include "platform/doubles/ScriptedPriority.h"
 #include "support/Accessible.h"
 #include "support/Fixture.h"
 

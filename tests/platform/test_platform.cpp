@@ -1,6 +1,7 @@
 // The platform stand-ins: the clock, timers, the yield, the port map and the serial control.
 
 #include "platform/clock/Clock.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/CommControl.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"

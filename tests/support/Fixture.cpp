@@ -1,3 +1,4 @@
+#include "platform/doubles/ScriptedPlatform.h"
 #include "support/Fixture.h"
 
 #include "core/text/MinorSubs.h"

@@ -5,6 +5,7 @@
 #include "app/Globals.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
 #include "platform/doubles/ScriptedPeer.h"
 

@@ -1,6 +1,7 @@
 // The hand-written HTTP/1.0 client against a real server on the loopback interface: request
 // lines, ports, line ends, and servers that close early, never answer or send endless garbage.
 
+#include "platform/doubles/ScriptedShell.h"
 #include "support/Fixture.h"
 
 #include "LoopbackServer.h"

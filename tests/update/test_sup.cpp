@@ -2,6 +2,7 @@
 // downloads into the firmware folder with the overwrite question, release notes cut and
 // written, hostile names, and the notice of the switched-off service.
 
+#include "platform/doubles/ScriptedShell.h"
 #include "support/Fixture.h"
 
 #include "LoopbackServer.h"

@@ -1,6 +1,6 @@
 #pragma once
 // Message boxes, dialogs, the beep and the abrupt end of the program, behind one interface so
-// that tests install a scripted stand-in: answers queued in advance, every call recorded.
+// that tests install a scripted stand-in (platform/doubles/ScriptedPlatform.h).
 
 #include <QString>
 #include <QStringList>
@@ -47,32 +47,5 @@ bool ProgramEnded();
 void ResetProgramEnded();
 // Rethrows ProgramEnd once the program has ended (used by the yield).
 void ThrowIfEnded();
-
-// The scripted stand-in of tests.
-class ScriptedPlatform : public Platform {
-public:
-    struct Shown {
-        QString kind; // "MessageBox", "Open", "Save"
-        QString text;
-        int buttons = 0;
-    };
-
-    int MessageBox(const QString& text, int buttons, const QString& title) override;
-    QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) override;
-    QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) override;
-    void Beep() override { ++beeps; }
-    void HideEverything() override { ++ends; }
-
-    std::deque<int> answers;    // message box answers, oldest first; vbOK when empty
-    std::deque<QString> paths;  // dialog answers; "" (cancelled) when empty
-    std::vector<Shown> shown;
-    int beeps = 0;
-    int ends = 0;
-
-    QStringList messageTexts() const;
-};
-
-// Installs a fresh scripted platform and returns it (owned by the platform slot).
-ScriptedPlatform& InstallScriptedPlatform();
 
 } // namespace telvo::platform

@@ -143,11 +143,4 @@ Priority& CurrentPriority() {
 
 void InstallPriority(std::unique_ptr<Priority> priority) { slot() = std::move(priority); }
 
-ScriptedPriority& InstallScriptedPriority() {
-    auto p = std::make_unique<ScriptedPriority>();
-    ScriptedPriority& ref = *p;
-    InstallPriority(std::move(p));
-    return ref;
-}
-
 } // namespace telvo::platform

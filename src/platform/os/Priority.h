@@ -1,6 +1,7 @@
 #pragma once
 // The process's scheduling class and the present thread's priority, behind one small interface
-// so that tests install a scripted stand-in (a test must never make itself realtime).
+// so that tests install a scripted stand-in (a test must never make itself realtime;
+// platform/doubles/ScriptedPriority.h).
 //
 // On Linux the four classes are nice values of every thread of the process (Normal 0,
 // Low (Idle) 19, High -10) and SCHED_RR for Realtime; the thread priority -15..15 moves the
@@ -35,40 +36,6 @@ public:
 Priority& CurrentPriority();
 void InstallPriority(std::unique_ptr<Priority> priority);
 
-class ScriptedPriority : public Priority {
-public:
-    int GetPriorityClass() override { return priorityClass; }
-    bool SetPriorityClass(int c, QString& error) override {
-        classCalls.push_back(c);
-        if (!refuse.isEmpty()) {
-            error = refuse;
-            return false;
-        }
-        priorityClass = c;
-        return true;
-    }
-    int GetThreadPriority() override { return threadPriority; }
-    bool SetThreadPriority(int p, QString& error) override {
-        threadCalls.push_back(p);
-        if (!refuse.isEmpty()) {
-            error = refuse;
-            return false;
-        }
-        threadPriority = p;
-        return true;
-    }
-
-    bool CanRaiseAgain() override { return canRaise; }
-
-    int priorityClass = NORMAL_PRIORITY_CLASS;
-    int threadPriority = 0;
-    bool canRaise = true;
-    QString refuse; // when set, every change fails with this message
-    std::vector<int> classCalls;
-    std::vector<int> threadCalls;
-};
-
-ScriptedPriority& InstallScriptedPriority();
 // The system's own (Linux: nice values and SCHED_RR).
 std::unique_ptr<Priority> MakeSystemPriority();
 

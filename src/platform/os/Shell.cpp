@@ -59,13 +59,6 @@ Shell& CurrentShell() {
 
 void InstallShell(std::unique_ptr<Shell> shell) { slot() = std::move(shell); }
 
-ScriptedShell& InstallScriptedShell() {
-    auto s = std::make_unique<ScriptedShell>();
-    ScriptedShell& ref = *s;
-    InstallShell(std::move(s));
-    return ref;
-}
-
 void InstallDesktopShell() { InstallShell(std::make_unique<DesktopShell>()); }
 
 } // namespace telvo::platform

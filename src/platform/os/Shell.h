@@ -1,7 +1,8 @@
 #pragma once
 // The shell services the support window rests on: opening a document or an address in the
 // program the desktop associates with it, naming that program, finding the browser's window,
-// and whether the machine is online. Tests install a scripted stand-in that records each call.
+// and whether the machine is online. Tests install a scripted stand-in that records each call
+// (platform/doubles/ScriptedShell.h).
 
 #include <QString>
 #include <QStringList>
@@ -34,34 +35,6 @@ public:
 Shell& CurrentShell();
 void InstallShell(std::unique_ptr<Shell> shell);
 
-// The scripted stand-in of tests.
-class ScriptedShell : public Shell {
-public:
-    bool OpenUrl(const QUrl& url) override {
-        opened << url.toString();
-        return openSucceeds;
-    }
-    QString FindProgramFor(const QString& file) override {
-        askedFor << file;
-        return program;
-    }
-    WindowHandle FindBrowserWindow() override { return browserWindow; }
-    bool IsWindow(WindowHandle w) override { return w != 0 && w == browserWindow && browserOpen; }
-    void BringWindowToTop(WindowHandle w) override { raised << w; }
-    bool IsOnline() override { return online; }
-
-    QStringList opened;
-    QStringList askedFor;
-    QList<WindowHandle> raised;
-    QString program = QStringLiteral("/usr/bin/xdg-open");
-    bool openSucceeds = true;
-    bool online = true;
-    WindowHandle browserWindow = 0;
-    bool browserOpen = false;
-};
-
-// Installs a fresh scripted shell and returns it (owned by the shell slot).
-ScriptedShell& InstallScriptedShell();
 // Puts the desktop's own shell back.
 void InstallDesktopShell();
 
