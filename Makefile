@@ -24,7 +24,7 @@ deps:
 	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq $$missing; fi
 
 build: deps
-	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON >/dev/null
 	cmake --build $(BUILD) -j$(JOBS)
 
 # The test build is warning-clean and runs under AddressSanitizer and UBSan.
@@ -64,7 +64,7 @@ sweep-kill: deps
 SOAK_MINUTES ?= 10
 SOAK_STARTS  ?= 100
 soak: deps
-	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON >/dev/null
 	cmake --build $(BUILD) --target telvo telvo-cli vorix-sim telvo-soak-app telvo_dist_files -j$(JOBS)
 	python3 tools/soak.py --build $(BUILD) --minutes $(SOAK_MINUTES) --out $(BUILD)/soak.txt \
 	  --details $(BUILD)/soak-details.txt
@@ -117,9 +117,10 @@ latency: deps
 	  ./test_latency_e2e
 
 # The Debian package from the release build: CPack (dependencies by dpkg-shlibdeps), then
-# lintian, then the package unpacked into a temporary root and its telvo --version run.
+# lintian, then the package unpacked into a temporary root and its telvo --version run. Without the
+# tests (nor GoogleTest); `make build` and `make soak` turn them on again in the same folder.
 package: deps
-	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=OFF >/dev/null
 	cmake --build $(BUILD) --target telvo telvo-cli vorix-sim telvo_dist_files -j$(JOBS)
 	rm -f $(BUILD)/telvo_*.deb
 	cd $(BUILD) && cpack -G DEB

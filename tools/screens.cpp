@@ -7,9 +7,10 @@
 #include "app/Main.h"
 #include "config/INI.h"
 #include "link/DBG.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

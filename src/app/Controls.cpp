@@ -1,7 +1,7 @@
 #include "app/Controls.h"
 
 #include "core/text/Classic.h"
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QApplication>
 #include <QScreen>

@@ -3,7 +3,7 @@
 // stop the job (exit 5) with the prompt's text; nothing ever waits on a hidden window. Also the
 // run's heartbeat: Ctrl-C and the --trace copy of LogFile.txt.
 
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QObject>
 #include <QString>

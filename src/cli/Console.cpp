@@ -6,7 +6,7 @@
 #include "cli/Report.h"
 #include "link/DBG.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <QElapsedTimer>

@@ -13,7 +13,7 @@
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
 #include "link/Driver.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"

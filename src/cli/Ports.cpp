@@ -7,8 +7,8 @@
 #include "cli/Report.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "platform/PortMap.h"
-#include "platform/SystemPorts.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SystemPorts.h"
 #include "settings/SCL.h"
 
 #include <QFile>

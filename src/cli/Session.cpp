@@ -13,8 +13,8 @@
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/PortMap.h"
+#include "platform/os/AppPath.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

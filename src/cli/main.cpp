@@ -9,11 +9,11 @@
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "app/MajorSubs.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 #include "core/text/Classic.h"
-#include "platform/Clock.h"
-#include "platform/PortMap.h"
-#include "platform/Platform.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/PortMap.h"
+#include "platform/dialogs/Platform.h"
 
 #include "DevicePeer.h"
 

@@ -6,8 +6,8 @@
 #include "firmware/Firmware.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QHBoxLayout>

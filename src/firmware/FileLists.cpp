@@ -6,8 +6,8 @@
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
 #include "firmware/LDR.h"
-#include "platform/AppPath.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QFile>
 #include <QSaveFile>

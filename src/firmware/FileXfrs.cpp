@@ -8,10 +8,10 @@
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QCoreApplication>

@@ -14,9 +14,9 @@
 #include "link/Driver.h"
 #include "link/Navigate.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 #include "settings/SaveRestore.h"
 

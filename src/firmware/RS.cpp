@@ -10,9 +10,9 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QFile>

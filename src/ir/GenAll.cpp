@@ -8,10 +8,10 @@
 #include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Launch.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/os/Launch.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QDir>

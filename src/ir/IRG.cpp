@@ -7,10 +7,10 @@
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Launch.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/os/Launch.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QCloseEvent>

@@ -7,7 +7,7 @@
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {

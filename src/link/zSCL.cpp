@@ -10,10 +10,10 @@
 #include "core/link/LinkTiming.h"
 #include "core/link/Protocol.h"
 #include "core/link/Rfc2217.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/LinkLatency.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {

@@ -8,7 +8,7 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <functional>

@@ -13,6 +13,7 @@
 #include "core/config/IniFile.h"
 #include "link/DeviceScript.h"
 #include "link/Driver.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 using namespace telvo;
 using namespace telvo::test;

@@ -1,6 +1,7 @@
 // "Telvo Hesta Gamma Control Loader": the window driven through its buttons, boxes, grid and
 // chart, with the scripted platform answering dialogs and questions.
 
+#include "platform/doubles/ScriptedPlatform.h"
 #include "support/Accessible.h"
 #include "support/Fixture.h"
 

@@ -7,7 +7,7 @@
 #include "core/link/Protocol.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 using namespace telvo;

@@ -17,7 +17,7 @@
 #include "link/Ser2Net.h"
 #include "link/SimProcess.h"
 #include "link/zSCL.h"
-#include "platform/LinkLatency.h"
+#include "platform/serial/LinkLatency.h"
 #include "settings/SaveRestore.h"
 
 #include <QRegularExpression>

@@ -6,7 +6,7 @@
 #include "DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include "DevicePeer.h"

@@ -1,10 +1,11 @@
+#include "platform/doubles/ScriptedPlatform.h"
 #include "support/Fixture.h"
 
 #include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QDir>

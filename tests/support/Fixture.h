@@ -3,10 +3,11 @@
 // the scripted platform, a temporary program folder, the virtual clock, and readers of the log.
 
 #include "app/Globals.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 #include <QApplication>
 #include <QStringList>

@@ -1,13 +1,14 @@
 // The hand-written HTTP/1.0 client against a real server on the loopback interface: request
 // lines, ports, line ends, and servers that close early, never answer or send endless garbage.
 
+#include "platform/doubles/ScriptedShell.h"
 #include "support/Fixture.h"
 
 #include "LoopbackServer.h"
 
 #include "app/Globals.h"
-#include "platform/Clock.h"
-#include "platform/Shell.h"
+#include "platform/clock/Clock.h"
+#include "platform/os/Shell.h"
 #include "support/SUP.h"
 #include "support/SupportState.h"
 #include "support/url_helper.h"

@@ -2,14 +2,15 @@
 // downloads into the firmware folder with the overwrite question, release notes cut and
 // written, hostile names, and the notice of the switched-off service.
 
+#include "platform/doubles/ScriptedShell.h"
 #include "support/Fixture.h"
 
 #include "LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "app/Tools.h"
-#include "platform/Clock.h"
-#include "platform/Shell.h"
+#include "platform/clock/Clock.h"
+#include "platform/os/Shell.h"
 #include "settings/SCL.h"
 #include "support/SUP.h"
 #include "support/SupportState.h"

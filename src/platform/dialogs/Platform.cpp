@@ -1,0 +1,106 @@
+#include "platform/dialogs/Platform.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QWidget>
+
+namespace telvo::platform {
+
+namespace {
+
+// A filter as the system writes it, "Gamma Files (*.gma)|*.gma" (pairs of description and
+// pattern), in the form of Qt's dialogs: "Gamma Files (*.gma)", pairs joined by ";;".
+QString qtFilter(const QString& filter) {
+    if (!filter.contains(u'|')) return filter;
+    const QStringList parts = filter.split(u'|');
+    QStringList out;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        QString pattern = parts[i + 1];
+        pattern.remove(u'(').remove(u')');
+        const QString tail = QStringLiteral("(") + pattern + QStringLiteral(")");
+        out << (parts[i].endsWith(tail) ? parts[i] : parts[i] + u' ' + tail);
+    }
+    return out.join(QStringLiteral(";;"));
+}
+
+class QtPlatform : public Platform {
+public:
+    int MessageBox(const QString& text, int buttons, const QString& title) override {
+        QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? QStringLiteral("Telvo") : title,
+                        text);
+        switch (buttons & 7) {
+        case vbOKCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
+        case vbYesNoCancel:
+            box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+            break;
+        case vbYesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
+        default: box.setStandardButtons(QMessageBox::Ok); break;
+        }
+        switch (box.exec()) {
+        case QMessageBox::Cancel: return vbCancel;
+        case QMessageBox::Yes: return vbYes;
+        case QMessageBox::No: return vbNo;
+        default: return vbOK;
+        }
+    }
+    QString OpenFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
+        return QFileDialog::getOpenFileName(nullptr, title, dir, qtFilter(filter));
+    }
+    QString SaveFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
+        // The dialog asks nothing about an existing file: the routine that asked for a name asks
+        // its own question where it has one, and a No then leaves the routine, not the dialog.
+        return QFileDialog::getSaveFileName(nullptr, title, dir, qtFilter(filter), nullptr,
+                                            QFileDialog::DontConfirmOverwrite);
+    }
+    void Beep() override { QApplication::beep(); }
+    void HideEverything() override {
+        for (QWidget* w : QApplication::topLevelWidgets()) w->hide();
+        QCoreApplication::exit(0);
+    }
+};
+
+std::unique_ptr<Platform>& slot() {
+    static std::unique_ptr<Platform> p;
+    return p;
+}
+
+bool g_ended = false;
+
+} // namespace
+
+Platform& CurrentPlatform() {
+    if (!slot()) slot() = std::make_unique<QtPlatform>();
+    return *slot();
+}
+
+void InstallPlatform(std::unique_ptr<Platform> platform) { slot() = std::move(platform); }
+
+int MessageBox(const QString& text, int buttons, const QString& title) {
+    return CurrentPlatform().MessageBox(text, buttons, title);
+}
+QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) {
+    return CurrentPlatform().OpenFileDialog(title, dir, filter);
+}
+QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) {
+    return CurrentPlatform().SaveFileDialog(title, dir, filter);
+}
+void Beep() { CurrentPlatform().Beep(); }
+
+void EndProgram() {
+    if (!g_ended) {
+        g_ended = true;
+        CurrentPlatform().HideEverything();
+    }
+    throw ProgramEnd();
+}
+
+bool ProgramEnded() { return g_ended; }
+void ResetProgramEnded() { g_ended = false; }
+void ThrowIfEnded() {
+    if (g_ended) throw ProgramEnd();
+}
+
+} // namespace telvo::platform
