@@ -3,6 +3,8 @@
 // durations and the Pronto hex line, and the evaluator of define expressions. Widget-free: the
 // window hands in its inputs and receives messages and yields through two callbacks.
 
+#include "core/text/Classic.h"
+
 #include <QList>
 #include <QString>
 #include <array>
@@ -88,8 +90,10 @@ struct IRState {
     std::function<void()> Yield;
 };
 
-// The system's numeric test: blanks around, a sign, digits with one point, an exponent.
-bool IsNumeric(const QString& text);
+// The generator's numeric test (blanks after the sign, D exponents too).
+inline bool IsNumeric(const QString& text) {
+    return IsNumericText(text, NumericRule::IrGenerator);
+}
 
 // Forms and defines.
 void InitIR(IRState& s);
