@@ -54,6 +54,13 @@ extern const QString FormAbsolute;
 extern const QString FormRelative;
 extern const QString FormRemote;
 extern const QString FormValue;
+// The function code of the device's own remote: the one code above a byte a user may enter, and
+// the code the remote form sends.
+constexpr int kRemoteCode = 8324;
+// A function code the window accepts: a byte, or the remote's.
+constexpr bool IsFunctionCode(double code) {
+    return !(code > 255 && code != kRemoteCode);
+}
 // Shown (as an alert) when a box is empty at generation.
 extern const QString kMissingValue;
 
