@@ -349,13 +349,10 @@ QString IRG::GetSaveFileName(const QString& folder) {
     const QString classic =
         QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf") +
         QStringLiteral("|LIRC remote (*.conf)|*.conf");
-    // Qt spells "name|pattern|name|pattern" as "name;;name".
-    const QStringList parts = classic.split(u'|');
-    QStringList names;
-    for (qsizetype i = 0; i < parts.size(); i += 2) names << parts[i];
     const QString start = folder.isEmpty() ? platform::AppPath() + QStringLiteral("/*.txt")
                                            : folder + QStringLiteral("*.txt");
-    return platform::SaveFileDialog(title, platform::NativePath(start), names.join(QStringLiteral(";;")));
+    return platform::SaveFileDialog(title, platform::NativePath(start),
+                                    core::DialogFilter(classic));
 }
 
 void IRG::GenerateIR(const QString& form) {
