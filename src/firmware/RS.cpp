@@ -118,7 +118,7 @@ void RS_List1_Click() {
 
 void RS_cmdBrowse_Click() {
     LDR& l = ldr();
-    if (BuildFileList(App().DebuggerMode) != -2) {
+    if (BuildFileList(App().DebuggerMode) != core::kNoFileList) {
         const QString file = FW().LastFirmwareFile;
         G().ldrText.setText(file);
         G().dbgText.setText(file);
