@@ -79,13 +79,13 @@ QString answerText(const QString& reply) {
     return Mid(reply, 9, length < 0 ? 0 : length);
 }
 
-// The text the device answers `cmd` with; none, after the user has been shown `window` (where the
-// value is entered by hand), when the device gives no such answer.
-template <typename W> std::optional<QString> askDevice(const QString& cmd, W& window) {
+// The text the device answers `cmd` with; none, after the user has been shown the `window`
+// (where the value is entered by hand; made only then), when the device gives no such answer.
+template <typename W> std::optional<QString> askDevice(const QString& cmd, W& (*window)()) {
     QueryDevice(cmd);
     const QString reply = Link().Reply;
     if (!answers(reply, cmd)) {
-        showAndWait(window);
+        showAndWait(window());
         return std::nullopt;
     }
     return answerText(reply);
@@ -104,7 +104,7 @@ void SetState(const QString& word) {
 
 void ReadFirmware() {
     SCL& s = scl();
-    const std::optional<QString> answer = askDevice(QStringLiteral("A9"), fwr());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A9"), fwr);
     if (!answer)
         return;
     const QString& firmware = *answer;
@@ -123,7 +123,7 @@ void ReadFirmware() {
 
 void ReadModel() {
     SCL& s = scl();
-    const std::optional<QString> answer = askDevice(QStringLiteral("A8"), mdl());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A8"), mdl);
     if (!answer)
         return;
     QString text = *answer;
