@@ -141,25 +141,49 @@ void BeepTimes(int n) {
     platform::Beep();
 }
 
+namespace {
+// A prompt on a window's status line: Continue (and Cancel) shown, the events run until a click
+// hides Continue. The buttons carry the answer: Cancel leaves itself visible.
+bool confirmOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton* cmdCancel,
+               const QString& message) {
+    BeepTimes(1);
+    lblMessage->setText(message);
+    cmdContinue->show();
+    cmdCancel->show();
+    const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
+    while (visible(cmdContinue))
+        platform::DoEvents();
+    const bool result = !visible(cmdCancel);
+    cmdCancel->hide();
+    lblMessage->setText(QString());
+    return result;
+}
+
+void breakpointOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton* cmdCancel,
+                  const QString& text, const QString& gap) {
+    WriteLogFile(QString());
+    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
+    BeepTimes(1);
+    cmdContinue->show();
+    lblMessage->setText(QStringLiteral("Breakpoint: ") + text + gap +
+                        QStringLiteral(" (Click 'Continue') "));
+    const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
+    while (visible(cmdContinue))
+        platform::DoEvents();
+    lblMessage->setText(QString());
+}
+} // namespace
+
 bool ConfirmOperation(const QString& text, int blank) {
     SCL& s = scl();
     if (!s.chkConfirm->isChecked()) {
         ShowStatus(text, blank);
         return true;
     }
-    BeepTimes(1);
-    s.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
-                          QString(30, QLatin1Char(' ')) +
-                          QStringLiteral(" (Click 'Continue' or 'Cancel')"));
-    s.cmdContinue->show();
-    s.cmdCancel->show();
-    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
-    // The buttons carry the answer: Cancel leaves itself visible.
-    const bool result = !visible(s.cmdCancel);
-    s.cmdCancel->hide();
-    s.lblMessage->setText(QString());
-    return result;
+    return confirmOn(s.lblMessage, s.cmdContinue, s.cmdCancel,
+                     QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
+                         QString(30, QLatin1Char(' ')) +
+                         QStringLiteral(" (Click 'Continue' or 'Cancel')"));
 }
 
 bool ConfirmOperationLDR(const QString& text, int blank) {
@@ -168,42 +192,19 @@ bool ConfirmOperationLDR(const QString& text, int blank) {
         ShowStatusLDR(text, blank);
         return true;
     }
-    BeepTimes(1);
-    l.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text);
-    l.cmdContinue->show();
-    l.cmdCancel->show();
-    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
-    const bool result = !visible(l.cmdCancel);
-    l.cmdCancel->hide();
-    l.lblMessage->setText(QString());
-    return result;
+    return confirmOn(l.lblMessage, l.cmdContinue, l.cmdCancel,
+                     QStringLiteral("Confirm Operation: ") + text);
 }
 
 void Breakpoint(const QString& text) {
     SCL& s = scl();
-    WriteLogFile(QString());
-    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
-    BeepTimes(1);
-    s.cmdContinue->show();
-    s.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + QStringLiteral("\r\n") +
-                          QString(15, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue') "));
-    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
-    s.lblMessage->setText(QString());
+    breakpointOn(s.lblMessage, s.cmdContinue, s.cmdCancel, text,
+                 QStringLiteral("\r\n") + QString(15, QLatin1Char(' ')));
 }
 
 void BreakpointLDR(const QString& text) {
     LDR& l = ldr();
-    WriteLogFile(QString());
-    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
-    BeepTimes(1);
-    l.cmdContinue->show();
-    l.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + kFive +
-                          QStringLiteral(" (Click 'Continue') "));
-    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
-    l.lblMessage->setText(QString());
+    breakpointOn(l.lblMessage, l.cmdContinue, l.cmdCancel, text, kFive);
 }
 
 } // namespace telvo::ui

@@ -35,9 +35,7 @@ EX::EX() {
     root->addLayout(boxes);
     auto* row = new QHBoxLayout;
     const auto button = [this, row](const char* name, const QString& caption) {
-        auto* b = new QPushButton(caption, this);
-        b->setObjectName(QString::fromLatin1(name));
-        b->setAccessibleName(caption);
+        auto* b = NamedButton(caption, this, name);
         row->addWidget(b);
         return b;
     };

@@ -1,5 +1,6 @@
 #include "firmware/LDR.h"
 
+#include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "firmware/Firmware.h"
@@ -12,13 +13,6 @@ namespace telvo::ui {
 
 namespace {
 const QString kTitle = QStringLiteral("Vorix Firmware Loader");
-
-QPushButton* button(const char* name, const QString& caption, QWidget* parent) {
-    auto* b = new QPushButton(caption, parent);
-    b->setObjectName(QString::fromLatin1(name));
-    b->setAccessibleName(caption);
-    return b;
-}
 
 QString duration(qint64 seconds) {
     if (seconds < 60) return QStringLiteral("%1 s").arg(seconds);
@@ -81,9 +75,9 @@ LDR::LDR() {
     chkConfirm = new QCheckBox(QStringLiteral("Confirm"), this);
     chkConfirm->setObjectName(QStringLiteral("chkConfirm"));
     chkConfirm->setAccessibleName(QStringLiteral("Confirm"));
-    cmdStart = button("cmdStart", QStringLiteral("Start"), this);
-    cmdReStart = button("cmdReStart", QStringLiteral("Restart"), this);
-    cmdEnd = button("cmdEnd", QStringLiteral("Done"), this);
+    cmdStart = NamedButton(QStringLiteral("Start"), this, "cmdStart");
+    cmdReStart = NamedButton(QStringLiteral("Restart"), this, "cmdReStart");
+    cmdEnd = NamedButton(QStringLiteral("Done"), this, "cmdEnd");
     row->addWidget(CTSled);
     row->addWidget(lblCTS);
     row->addWidget(lblWait);
@@ -100,8 +94,8 @@ LDR::LDR() {
     lblMessage->setObjectName(QStringLiteral("lblMessage"));
     lblMessage->setAccessibleName(QStringLiteral("Status"));
     lblMessage->setWordWrap(true);
-    cmdContinue = button("cmdContinue", QStringLiteral("Continue"), this);
-    cmdCancel = button("cmdCancel", QStringLiteral("Cancel"), this);
+    cmdContinue = NamedButton(QStringLiteral("Continue"), this, "cmdContinue");
+    cmdCancel = NamedButton(QStringLiteral("Cancel"), this, "cmdCancel");
     cmdContinue->hide();
     cmdCancel->hide();
     status->addWidget(lblMessage, 1);

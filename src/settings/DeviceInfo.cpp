@@ -12,6 +12,7 @@
 #include "settings/SCL.h"
 
 #include <functional>
+#include <optional>
 
 namespace telvo::ui {
 
@@ -78,6 +79,18 @@ QString answerText(const QString& reply) {
     return Mid(reply, 9, length < 0 ? 0 : length);
 }
 
+// The text the device answers `cmd` with; none, after the user has been shown the `window`
+// (where the value is entered by hand; made only then), when the device gives no such answer.
+template <typename W> std::optional<QString> askDevice(const QString& cmd, W& (*window)()) {
+    QueryDevice(cmd);
+    const QString reply = Link().Reply;
+    if (!answers(reply, cmd)) {
+        showAndWait(window());
+        return std::nullopt;
+    }
+    return answerText(reply);
+}
+
 } // namespace
 
 void SetState(const QString& word) {
@@ -91,13 +104,10 @@ void SetState(const QString& word) {
 
 void ReadFirmware() {
     SCL& s = scl();
-    QueryDevice(QStringLiteral("A9"));
-    const QString reply = Link().Reply;
-    if (!answers(reply, QStringLiteral("A9"))) {
-        showAndWait(fwr());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A9"), fwr);
+    if (!answer)
         return;
-    }
-    const QString firmware = answerText(reply);
+    const QString& firmware = *answer;
     if (App().DebuggerMode) {
         s.txtFirmware->setText(firmware);
         return;
@@ -113,13 +123,10 @@ void ReadFirmware() {
 
 void ReadModel() {
     SCL& s = scl();
-    QueryDevice(QStringLiteral("A8"));
-    const QString reply = Link().Reply;
-    if (!answers(reply, QStringLiteral("A8"))) {
-        showAndWait(mdl());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A8"), mdl);
+    if (!answer)
         return;
-    }
-    QString text = answerText(reply);
+    QString text = *answer;
     const qsizetype nul = text.lastIndexOf(QChar(0));
     if (nul >= 0)
         text = text.mid(nul + 1);

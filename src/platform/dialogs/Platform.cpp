@@ -1,5 +1,7 @@
 #include "platform/dialogs/Platform.h"
 
+#include "core/text/MinorSubs.h"
+
 #include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
@@ -8,21 +10,6 @@
 namespace telvo::platform {
 
 namespace {
-
-// A filter as the system writes it, "Gamma Files (*.gma)|*.gma" (pairs of description and
-// pattern), in the form of Qt's dialogs: "Gamma Files (*.gma)", pairs joined by ";;".
-QString qtFilter(const QString& filter) {
-    if (!filter.contains(u'|')) return filter;
-    const QStringList parts = filter.split(u'|');
-    QStringList out;
-    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
-        QString pattern = parts[i + 1];
-        pattern.remove(u'(').remove(u')');
-        const QString tail = QStringLiteral("(") + pattern + QStringLiteral(")");
-        out << (parts[i].endsWith(tail) ? parts[i] : parts[i] + u' ' + tail);
-    }
-    return out.join(QStringLiteral(";;"));
-}
 
 class QtPlatform : public Platform {
 public:
@@ -46,14 +33,14 @@ public:
     }
     QString OpenFileDialog(const QString& title, const QString& dir,
                            const QString& filter) override {
-        return QFileDialog::getOpenFileName(nullptr, title, dir, qtFilter(filter));
+        return QFileDialog::getOpenFileName(nullptr, title, dir, core::DialogFilter(filter));
     }
     QString SaveFileDialog(const QString& title, const QString& dir,
                            const QString& filter) override {
         // The dialog asks nothing about an existing file: the routine that asked for a name asks
         // its own question where it has one, and a No then leaves the routine, not the dialog.
-        return QFileDialog::getSaveFileName(nullptr, title, dir, qtFilter(filter), nullptr,
-                                            QFileDialog::DontConfirmOverwrite);
+        return QFileDialog::getSaveFileName(nullptr, title, dir, core::DialogFilter(filter),
+                                            nullptr, QFileDialog::DontConfirmOverwrite);
     }
     void Beep() override { QApplication::beep(); }
     void HideEverything() override {

@@ -73,17 +73,6 @@ bool SimulatedLine::flowStopped() const {
     return rts && !m_cts;
 }
 
-QByteArray SimulatedLine::noiseFor(const QByteArray& bytes) {
-    // Framing at the wrong rate: what arrives is noise, and never the frame markers.
-    QByteArray out(bytes.size(), '\0');
-    for (qsizetype i = 0; i < bytes.size(); ++i) {
-        m_noiseSeed = m_noiseSeed * 1664525u + 1013904223u;
-        char c = char(0x80 | ((m_noiseSeed >> 24) & 0x7f));
-        out[i] = c;
-    }
-    return out;
-}
-
 qint64 SimulatedLine::write(const QByteArray& bytes) {
     if (!m_open) return -1;
     m_wire.append(bytes);
@@ -113,7 +102,7 @@ void SimulatedLine::pumpTx() {
             m_txEvent = 0;
             if (m_cut || !m_peer) return;
             m_bytesToPeer += chunk.size();
-            m_peer->bytesArrived(peerBaud() == m_settings.baud ? chunk : noiseFor(chunk));
+            m_peer->bytesArrived(m_noise.carry(chunk, peerBaud() == m_settings.baud));
             pumpTx();
         });
         return;
@@ -149,7 +138,7 @@ void SimulatedLine::runTx() {
                 ++m_bytesToPeer;
                 const QByteArray one(1, m_onWire);
                 const Clock::At arrival(m_txLineFreeUs);
-                m_peer->bytesArrived(peerBaud() == m_settings.baud ? one : noiseFor(one));
+                m_peer->bytesArrived(m_noise.carry(one, peerBaud() == m_settings.baud));
             }
         }
         if (m_tx.empty() || flowStopped() || m_txLineFreeUs > now) break;
@@ -196,7 +185,7 @@ void SimulatedLine::pumpRx() {
             m_fromPeer.pop_front();
         }
         if (m_open && !m_cut && !chunk.isEmpty()) {
-            m_rx.append(sendBaud == m_settings.baud ? chunk : noiseFor(chunk));
+            m_rx.append(m_noise.carry(chunk, sendBaud == m_settings.baud));
             if (!m_notifyEvent)
                 m_notifyEvent = Clock::instance().scheduleIn(0, [this] {
                     m_notifyEvent = 0;

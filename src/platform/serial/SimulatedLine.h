@@ -7,6 +7,7 @@
 
 #include "platform/clock/Clock.h"
 #include "platform/serial/CommBackend.h"
+#include "core/link/LineModel.h"
 
 #include <QByteArray>
 #include <deque>
@@ -89,7 +90,7 @@ public:
     void clearWire() { m_wire.clear(); }
     qint64 bytesDelivered() const { return m_bytesToPeer; }
 
-    static qint64 byteTimeUs(int baud) { return baud > 0 ? (10'000'000LL + baud - 1) / baud : 0; }
+    static qint64 byteTimeUs(int baud) { return core::ByteTimeUs(baud); }
 
 private:
     void pumpTx();
@@ -101,7 +102,6 @@ private:
     static qint64 batchedDue(qint64 nextUs, qint64 lastUs);
     int peerBaud() const;
     int peerTxBaud() const;
-    QByteArray noiseFor(const QByteArray& bytes);
     bool flowStopped() const;
 
     LinePeer* m_peer = nullptr;
@@ -125,7 +125,7 @@ private:
     Clock::Id m_txEvent = 0;
     Clock::Id m_rxEvent = 0;
     Clock::Id m_notifyEvent = 0;
-    quint32 m_noiseSeed = 0x2545F491u;
+    core::LineNoise m_noise;
 };
 
 } // namespace telvo::platform
