@@ -25,6 +25,17 @@ void setColor(QLabel* label, int r, int g, int b) {
 
 bool visible(const QWidget* w) { return !w->isHidden(); }
 
+// Waits on a prompt's buttons, unless the platform answers it at once (it is told the prompt's
+// kind and words as values, never the window's text).
+void awaitPrompt(QPushButton* cmdContinue, platform::Prompt::Kind kind, const QString& text) {
+    if (platform::AnswerPrompt({kind, text}) == platform::PromptAnswer::Continue) {
+        cmdContinue->click();
+        // A turn of the loop, as a click from it would have had (an ended program unwinds here).
+        platform::DoEventsOnce();
+    }
+    while (visible(cmdContinue)) platform::DoEvents();
+}
+
 QString simTail() {
     const core::LinkState& l = Link();
     if (l.SimNote.isEmpty()) return QString();
@@ -36,6 +47,7 @@ void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QStrin
     const QString tail = simTail();
     if (!text.isEmpty()) lblMessage->Say(text + kFive + tail);
     WriteLogFile(text + kFive + tail);
+    platform::StatusShown(text, false);
     if (blank != 0) WriteLogFile(QString());
     lblMessage->show();
     if (!Link().SimNote.isEmpty()) {
@@ -51,6 +63,7 @@ void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter, c
     lblMessage->Alert(App().AlertText);
     BeepTimes(3);
     WriteLogFile(text + kFive);
+    platform::StatusShown(text, true);
     tmr->setEnabled(false);
     tmr->setInterval(250);
     counter = 20;
@@ -154,7 +167,7 @@ bool ConfirmOperation(const QString& text, int blank) {
     s.cmdContinue->show();
     s.cmdCancel->show();
     const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
+    awaitPrompt(s.cmdContinue, platform::Prompt::Confirm, text);
     // The buttons carry the answer: Cancel leaves itself visible.
     const bool result = !visible(s.cmdCancel);
     s.cmdCancel->hide();
@@ -173,7 +186,7 @@ bool ConfirmOperationLDR(const QString& text, int blank) {
     l.cmdContinue->show();
     l.cmdCancel->show();
     const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
+    awaitPrompt(l.cmdContinue, platform::Prompt::Confirm, text);
     const bool result = !visible(l.cmdCancel);
     l.cmdCancel->hide();
     l.lblMessage->setText(QString());
@@ -189,7 +202,7 @@ void Breakpoint(const QString& text) {
     s.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + QStringLiteral("\r\n") +
                           QString(15, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue') "));
     const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
+    awaitPrompt(s.cmdContinue, platform::Prompt::Breakpoint, text);
     s.lblMessage->setText(QString());
 }
 
@@ -202,7 +215,7 @@ void BreakpointLDR(const QString& text) {
     l.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + kFive +
                           QStringLiteral(" (Click 'Continue') "));
     const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
+    awaitPrompt(l.cmdContinue, platform::Prompt::Breakpoint, text);
     l.lblMessage->setText(QString());
 }
 
