@@ -105,6 +105,7 @@ int runOn(const Options& o, const QString& port) {
     ui::ResetSession();
     platform::ResetProgramEnded();
     ClearStopped();
+    ClearHeard();
     const bool device = o.command != QLatin1String("gamma");
     std::unique_ptr<QLockFile> lock;
     if (device) {
@@ -197,7 +198,7 @@ int main(int argc, char** argv) {
     platform::Clock::instance().setVirtual(false);
     platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
     platform::InstallPlatform(std::make_unique<CliPlatform>(o.yes));
-    PromptWatcher watcher(o.yes);
+    ModalWatcher watcher;
     app.installEventFilter(&watcher);
     {
         // A bar for a person watching; none in a pipe or a log.
@@ -213,6 +214,8 @@ int main(int argc, char** argv) {
             if (report.exitCode() > 128) break;
         }
         ui::ResetSession();
+        // The windows that reported progress are gone: the bar ends with them.
+        ClearHeard();
     }
     return report.exitCode();
 }
