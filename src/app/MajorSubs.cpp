@@ -206,6 +206,11 @@ void Breakpoint(const QString& text) {
     s.lblMessage->setText(QString());
 }
 
+void WaitOnWindow(const QWidget& window) {
+    platform::WindowWaits(window.windowTitle());
+    while (visible(&window)) platform::DoEvents();
+}
+
 void BreakpointLDR(const QString& text) {
     LDR& l = ldr();
     WriteLogFile(QString());

@@ -6,7 +6,6 @@
 #include "cli/Report.h"
 
 #include <QApplication>
-#include <QEvent>
 #include <QFile>
 #include <QTimer>
 #include <QWidget>
@@ -23,14 +22,6 @@ volatile std::sig_atomic_t g_interrupted = 0;
 extern "C" void onSignal(int sig) { g_interrupted = sig; }
 
 const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
-
-// The windows whose showing is a wait for an answer only a person can give.
-bool isModalWait(const QObject* o) {
-    static const QStringList names{QStringLiteral("INI"), QStringLiteral("MDL"),
-                                   QStringLiteral("FWR"), QStringLiteral("DG"),
-                                   QStringLiteral("RS"),  QStringLiteral("EX")};
-    return names.contains(o->objectName());
-}
 
 } // namespace
 
@@ -167,16 +158,12 @@ void CliPlatform::ProgressEnded(platform::Progress::Kind kind) {
     TellTransferEnded();
 }
 
-bool ModalWatcher::eventFilter(QObject* watched, QEvent* e) {
-    if (e->type() == QEvent::Show && isModalWait(watched) &&
-        static_cast<QWidget*>(watched)->isWindow()) {
-        const QString title = static_cast<QWidget*>(watched)->windowTitle();
-        QTimer::singleShot(0, this, [title] {
-            StopJob(kStoppedAtPrompt, QStringLiteral("the window \"") + title +
-                                          QStringLiteral("\" waits for an answer"));
-        });
-    }
-    return false;
+void CliPlatform::WindowWaits(const QString& title) {
+    // The job stops from the wait's first turn of the loop, as a person's answer would come.
+    QTimer::singleShot(0, qApp, [title] {
+        StopJob(kStoppedAtPrompt, QStringLiteral("the window \"") + title +
+                                      QStringLiteral("\" waits for an answer"));
+    });
 }
 
 Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)

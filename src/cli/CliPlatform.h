@@ -58,6 +58,7 @@ public:
     void PortNoted(const QString& text) override;
     void ProgressMade(const platform::Progress& progress) override;
     void ProgressEnded(platform::Progress::Kind kind) override;
+    void WindowWaits(const QString& title) override;
 
     // Paths a job hands to the file dialogs it will meet, oldest first.
     std::deque<QString> paths;
@@ -78,12 +79,7 @@ struct Heard {
 Heard& HeardSoFar();
 void ClearHeard();
 
-// Watches for the windows only a person can answer (INI, MDL, FWR, DG, RS, EX) being shown: the
-// job stops from the next turn of the event loop.
-class ModalWatcher : public QObject {
-public:
-    bool eventFilter(QObject* watched, QEvent* e) override;
-};
+
 
 // Stops the job from inside an event: the routine's next yield unwinds it.
 void StopJob(int code, const QString& text);

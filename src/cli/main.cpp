@@ -198,8 +198,6 @@ int main(int argc, char** argv) {
     platform::Clock::instance().setVirtual(false);
     platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
     platform::InstallPlatform(std::make_unique<CliPlatform>(o.yes));
-    ModalWatcher watcher;
-    app.installEventFilter(&watcher);
     {
         // A bar for a person watching; none in a pipe or a log.
         const bool progress = (o.command == QLatin1String("load") || o.command == QLatin1String("ir")) &&

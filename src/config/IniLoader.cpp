@@ -6,7 +6,6 @@
 #include "config/INI.h"
 #include "link/Driver.h"
 #include "platform/AppPath.h"
-#include "platform/DoEvents.h"
 #include "platform/Platform.h"
 #include "settings/SCL.h"
 
@@ -62,7 +61,7 @@ bool CheckIniFile() {
     INI& w = ini();
     w.IniDone = false;
     w.show();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     if (w.IniDone) return true;
     platform::MessageBox(QStringLiteral(
         "INI file could not be initialized or user cancelled initialization"));

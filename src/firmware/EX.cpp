@@ -2,11 +2,11 @@
 
 #include "app/Controls.h"
 #include "app/Globals.h"
+#include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "firmware/Firmware.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
 #include "platform/Platform.h"
 #include "settings/SCL.h"
 
@@ -86,7 +86,7 @@ bool ShowExitSpeedWindow() {
     EX& w = ex();
     w.show();
     w.raise();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     return false;
 }
 

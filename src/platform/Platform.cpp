@@ -94,6 +94,7 @@ void ExchangeFailed(const QString& why) { CurrentPlatform().ExchangeFailed(why);
 void PortNoted(const QString& text) { CurrentPlatform().PortNoted(text); }
 void ProgressMade(const Progress& progress) { CurrentPlatform().ProgressMade(progress); }
 void ProgressEnded(Progress::Kind kind) { CurrentPlatform().ProgressEnded(kind); }
+void WindowWaits(const QString& title) { CurrentPlatform().WindowWaits(title); }
 
 void EndProgram() {
     if (!g_ended) {

@@ -63,6 +63,8 @@ public:
     virtual void PortNoted(const QString&) {}
     virtual void ProgressMade(const Progress&) {}
     virtual void ProgressEnded(Progress::Kind) {}
+    // A window only a person can answer (INI, MDL, FWR, DG, RS, EX) is shown and waited on.
+    virtual void WindowWaits(const QString& /*title*/) {}
 };
 
 // The platform in use; the Qt one unless a test installed another.
@@ -80,6 +82,7 @@ void ExchangeFailed(const QString& why);
 void PortNoted(const QString& text);
 void ProgressMade(const Progress& progress);
 void ProgressEnded(Progress::Kind kind);
+void WindowWaits(const QString& title);
 
 // The classic End: all windows vanish at once, nothing is saved, no unload events.
 [[noreturn]] void EndProgram();

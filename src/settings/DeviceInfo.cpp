@@ -8,7 +8,6 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <functional>
@@ -63,8 +62,7 @@ void followOnLoader(const QString& upper) {
 
 template <typename W> void showAndWait(W& window) {
     window.show();
-    while (!window.isHidden())
-        platform::DoEvents();
+    WaitOnWindow(window);
 }
 
 // A data reply ("21") that answers the given command.

@@ -10,6 +10,7 @@
 #include "settings/SCL.h"
 
 #include <QTest>
+#include <QWidget>
 
 using namespace telvo;
 
@@ -214,11 +215,13 @@ public:
     }
     void ProgressMade(const platform::Progress& p) override { progress.push_back(p); }
     void ProgressEnded(platform::Progress::Kind kind) override { ended.push_back(kind); }
+    void WindowWaits(const QString& title) override { waits << title; }
 
     std::vector<platform::Prompt> prompts;
     QStringList statuses;
     std::vector<platform::Progress> progress;
     std::vector<platform::Progress::Kind> ended;
+    QStringList waits;
 };
 
 class Reports : public Log {
@@ -281,6 +284,20 @@ TEST_F(Reports, TheTransferReachesThePlatformAsNumbersAndItsEnd) {
     EXPECT_EQ(rep->progress[1].text, QStringLiteral("6720 / 16000 bytes, 5700 B/s, 2 s left"));
     EXPECT_EQ(rep->progress[1].text, l.lblRate->text());
     EXPECT_EQ(rep->ended, std::vector<platform::Progress::Kind>{platform::Progress::Transfer});
+}
+
+TEST_F(Reports, AWindowWaitedOnIsToldByItsTitleBeforeTheWait) {
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Firmware Request"));
+    window.show();
+    bool toldBefore = false;
+    at(300, [&] {
+        toldBefore = rep->waits == QStringList{QStringLiteral("Firmware Request")};
+        window.hide();
+    });
+    ui::WaitOnWindow(window);
+    EXPECT_TRUE(toldBefore);
+    EXPECT_EQ(rep->waits, QStringList{QStringLiteral("Firmware Request")});
 }
 
 } // namespace
