@@ -86,7 +86,16 @@ void PipeProgress::tell(const QString& text) {
     r.note(r.linePrefix() + text);
 }
 
-void PipeProgress::step(const QString& text) { tell(text.trimmed()); }
+void PipeProgress::step(const QString& text) {
+    // The log holds a status with five blanks behind it; of a status of several lines, the lines
+    // so ended are its steps (the last, and any other that ends in five blanks), as a log reader
+    // has always told them.
+    static const QLatin1String kFive("     ");
+    for (QString line : (text + kFive).split(QLatin1Char('\n'))) {
+        while (line.endsWith(QLatin1Char('\r'))) line.chop(1);
+        if (line.endsWith(kFive)) tell(line.trimmed());
+    }
+}
 
 void PipeProgress::transfer(const platform::Progress& progress) {
     const int tenth = qBound(0, progress.percent, 100) / 10;
