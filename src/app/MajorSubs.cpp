@@ -25,6 +25,17 @@ void setColor(QLabel* label, int r, int g, int b) {
 
 bool visible(const QWidget* w) { return !w->isHidden(); }
 
+// Waits on a prompt's buttons, unless the platform answers it at once (it is told the prompt's
+// kind and words as values, never the window's text).
+void awaitPrompt(QPushButton* cmdContinue, platform::Prompt::Kind kind, const QString& text) {
+    if (platform::AnswerPrompt({kind, text}) == platform::PromptAnswer::Continue) {
+        cmdContinue->click();
+        // A turn of the loop, as a click from it would have had (an ended program unwinds here).
+        platform::DoEventsOnce();
+    }
+    while (visible(cmdContinue)) platform::DoEvents();
+}
+
 QString simTail() {
     const core::LinkState& l = Link();
     if (l.SimNote.isEmpty()) return QString();
@@ -36,6 +47,7 @@ void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QStrin
     const QString tail = simTail();
     if (!text.isEmpty()) lblMessage->Say(text + kFive + tail);
     WriteLogFile(text + kFive + tail);
+    platform::StatusShown(text, false);
     if (blank != 0) WriteLogFile(QString());
     lblMessage->show();
     if (!Link().SimNote.isEmpty()) {
@@ -51,6 +63,7 @@ void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter, c
     lblMessage->Alert(App().AlertText);
     BeepTimes(3);
     WriteLogFile(text + kFive);
+    platform::StatusShown(text, true);
     tmr->setEnabled(false);
     tmr->setInterval(250);
     counter = 20;
@@ -145,14 +158,13 @@ namespace {
 // A prompt on a window's status line: Continue (and Cancel) shown, the events run until a click
 // hides Continue. The buttons carry the answer: Cancel leaves itself visible.
 bool confirmOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton* cmdCancel,
-               const QString& message) {
+               const QString& text, const QString& message) {
     BeepTimes(1);
     lblMessage->setText(message);
     cmdContinue->show();
     cmdCancel->show();
     const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
-    while (visible(cmdContinue))
-        platform::DoEvents();
+    awaitPrompt(cmdContinue, platform::Prompt::Confirm, text);
     const bool result = !visible(cmdCancel);
     cmdCancel->hide();
     lblMessage->setText(QString());
@@ -168,8 +180,7 @@ void breakpointOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton*
     lblMessage->setText(QStringLiteral("Breakpoint: ") + text + gap +
                         QStringLiteral(" (Click 'Continue') "));
     const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
-    while (visible(cmdContinue))
-        platform::DoEvents();
+    awaitPrompt(cmdContinue, platform::Prompt::Breakpoint, text);
     lblMessage->setText(QString());
 }
 } // namespace
@@ -180,7 +191,7 @@ bool ConfirmOperation(const QString& text, int blank) {
         ShowStatus(text, blank);
         return true;
     }
-    return confirmOn(s.lblMessage, s.cmdContinue, s.cmdCancel,
+    return confirmOn(s.lblMessage, s.cmdContinue, s.cmdCancel, text,
                      QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
                          QString(30, QLatin1Char(' ')) +
                          QStringLiteral(" (Click 'Continue' or 'Cancel')"));
@@ -192,7 +203,7 @@ bool ConfirmOperationLDR(const QString& text, int blank) {
         ShowStatusLDR(text, blank);
         return true;
     }
-    return confirmOn(l.lblMessage, l.cmdContinue, l.cmdCancel,
+    return confirmOn(l.lblMessage, l.cmdContinue, l.cmdCancel, text,
                      QStringLiteral("Confirm Operation: ") + text);
 }
 
@@ -200,6 +211,11 @@ void Breakpoint(const QString& text) {
     SCL& s = scl();
     breakpointOn(s.lblMessage, s.cmdContinue, s.cmdCancel, text,
                  QStringLiteral("\r\n") + QString(15, QLatin1Char(' ')));
+}
+
+void WaitOnWindow(const QWidget& window) {
+    platform::WindowWaits(window.windowTitle());
+    while (visible(&window)) platform::DoEvents();
 }
 
 void BreakpointLDR(const QString& text) {

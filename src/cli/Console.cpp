@@ -85,8 +85,7 @@ void untilQuiet(Mirror& m) {
 
 } // namespace
 
-int ConsoleJob(const Options& o) {
-    if (!o.words.isEmpty()) return Report::instance().fail(kUsage, QStringLiteral("console takes no words"));
+int ConsoleJob(const Options&) {
     ui::DBG& d = ui::dbg();
     Mirror mirror;
     mirror.sync();

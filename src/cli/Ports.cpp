@@ -73,8 +73,6 @@ QString OpenRefusal(int errNumber, const QString& errText, const platform::PortT
 }
 
 int PortsJob(const Options& o) {
-    if (!o.words.isEmpty())
-        return Report::instance().fail(kUsage, QStringLiteral("ports takes no words"));
     ui::SCL& s = ui::scl();
     int opened = 0;
     for (const QString& com : candidates()) {

@@ -62,7 +62,7 @@ bool CheckIniFile() {
     INI& w = ini();
     w.IniDone = false;
     w.show();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     if (w.IniDone) return true;
     platform::MessageBox(QStringLiteral(
         "INI file could not be initialized or user cancelled initialization"));

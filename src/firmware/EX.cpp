@@ -2,6 +2,7 @@
 
 #include "app/Controls.h"
 #include "app/Globals.h"
+#include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "firmware/Firmware.h"
 #include "link/Driver.h"
@@ -84,7 +85,7 @@ bool ShowExitSpeedWindow() {
     EX& w = ex();
     w.show();
     w.raise();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     return false;
 }
 

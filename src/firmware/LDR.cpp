@@ -4,6 +4,7 @@
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "firmware/Firmware.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -17,6 +18,16 @@ const QString kTitle = QStringLiteral("Vorix Firmware Loader");
 QString duration(qint64 seconds) {
     if (seconds < 60) return QStringLiteral("%1 s").arg(seconds);
     return QStringLiteral("%1 min %2 s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
+// The transfer as values, for a platform that shows it other than by the bar and the title.
+void tellProgress(qint64 done, qint64 total, int percent, const QString& text) {
+    platform::Progress p;
+    p.done = done;
+    p.total = total;
+    p.percent = percent;
+    p.text = text;
+    platform::ProgressMade(p);
 }
 } // namespace
 
@@ -156,6 +167,7 @@ void LDR::StartProgress(qint64 total) {
     prgLoad->setValue(0);
     lblRate->setText(QStringLiteral("0 / %1 bytes").arg(total));
     setWindowTitle(QStringLiteral("0% - ") + kTitle);
+    tellProgress(0, total, 0, lblRate->text());
 }
 
 void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
@@ -172,8 +184,12 @@ void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
     }
     lblRate->setText(text);
     setWindowTitle(QStringLiteral("%1% - ").arg(percent) + kTitle);
+    tellProgress(done, total, percent, text);
 }
 
-void LDR::EndProgress() { setWindowTitle(kTitle); }
+void LDR::EndProgress() {
+    setWindowTitle(kTitle);
+    platform::ProgressEnded(platform::Progress::Transfer);
+}
 
 } // namespace telvo::ui

@@ -128,7 +128,7 @@ void cmdStartSCL_Click() {
     if (skip == 0) {
         DG& w = dg();
         w.show();
-        while (!w.isHidden()) platform::DoEvents();
+        WaitOnWindow(w);
         if (FW().DgCancelled) return;
     }
     ldr().show();

@@ -195,7 +195,7 @@ void ShowRestartWindow() {
     w.show();
     w.raise();
     // Shown as a modal window: the caller waits until it is hidden.
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
 }
 
 void ResumeCutOffLoad() {

@@ -64,8 +64,7 @@ void followOnLoader(const QString& upper) {
 
 template <typename W> void showAndWait(W& window) {
     window.show();
-    while (!window.isHidden())
-        platform::DoEvents();
+    WaitOnWindow(window);
 }
 
 // A data reply ("21") that answers the given command.

@@ -4,6 +4,7 @@
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SaveRestore.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/ValueEntry.h"
 
 #include "app/Controls.h"
@@ -90,7 +91,10 @@ SCL::SCL() {
     setObjectName(QStringLiteral("SCL"));
     setWindowTitle(QStringLiteral("Telvo Utility Program"));
     P1 = new platform::CommControl(this);
-    connect(P1, &platform::CommControl::Note, this, [](const QString& text) { WriteLogFile(text); });
+    connect(P1, &platform::CommControl::Note, this, [](const QString& text) {
+        WriteLogFile(text);
+        platform::PortNoted(text);
+    });
     T1 = new platform::Timer(this, 250);
     tmrdelay = new platform::Timer(this);
     tmrmessage = new platform::Timer(this, 250);

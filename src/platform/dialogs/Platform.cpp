@@ -75,6 +75,13 @@ QString SaveFileDialog(const QString& title, const QString& dir, const QString& 
     return CurrentPlatform().SaveFileDialog(title, dir, filter);
 }
 void Beep() { CurrentPlatform().Beep(); }
+PromptAnswer AnswerPrompt(const Prompt& prompt) { return CurrentPlatform().AnswerPrompt(prompt); }
+void StatusShown(const QString& text, bool alert) { CurrentPlatform().StatusShown(text, alert); }
+void ExchangeFailed(const QString& why) { CurrentPlatform().ExchangeFailed(why); }
+void PortNoted(const QString& text) { CurrentPlatform().PortNoted(text); }
+void ProgressMade(const Progress& progress) { CurrentPlatform().ProgressMade(progress); }
+void ProgressEnded(Progress::Kind kind) { CurrentPlatform().ProgressEnded(kind); }
+void WindowWaits(const QString& title) { CurrentPlatform().WindowWaits(title); }
 
 void EndProgram() {
     if (!g_ended) {

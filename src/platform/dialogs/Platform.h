@@ -19,6 +19,29 @@ struct ProgramEnd : std::exception {
     const char* what() const noexcept override { return "program ended"; }
 };
 
+// What a routine tells as it goes, as values. The windows show each of them as text and need
+// none of these; a platform with no person at a window (the command line) reads these instead of
+// the windows' text and the log.
+
+// A status line's prompt that the routine waits on.
+struct Prompt {
+    enum Kind { Confirm, Breakpoint };
+    Kind kind = Confirm;
+    QString text; // the routine's words, without the window's "Confirm Operation: " and "(Click ...)"
+};
+// Who answers a prompt: the window's buttons (a person), or the platform at once with Continue.
+enum class PromptAnswer { Window, Continue };
+
+// How far a long job has come.
+struct Progress {
+    enum Kind { Transfer, GenAll };
+    Kind kind = Transfer;
+    qint64 done = 0; // bytes sent, or commands walked
+    qint64 total = 0;
+    int percent = 0;
+    QString text; // a transfer's bytes, rate and time left, as the loader shows them
+};
+
 class Platform {
 public:
     virtual ~Platform() = default;
@@ -30,6 +53,18 @@ public:
     virtual void Beep() = 0;
     // Makes every window vanish; the caller then unwinds with ProgramEnd.
     virtual void HideEverything() = 0;
+
+    virtual PromptAnswer AnswerPrompt(const Prompt&) { return PromptAnswer::Window; }
+    // A status line or an alert, as the routine gave it.
+    virtual void StatusShown(const QString&, bool /*alert*/) {}
+    // An exchange with the device failed: the device's error text, or the time-out's.
+    virtual void ExchangeFailed(const QString&) {}
+    // A port's backend remarked on its connection ("COM1: HOST:PORT: Host not found").
+    virtual void PortNoted(const QString&) {}
+    virtual void ProgressMade(const Progress&) {}
+    virtual void ProgressEnded(Progress::Kind) {}
+    // A window only a person can answer (INI, MDL, FWR, DG, RS, EX) is shown and waited on.
+    virtual void WindowWaits(const QString& /*title*/) {}
 };
 
 // The platform in use; the Qt one unless a test installed another.
@@ -40,6 +75,14 @@ int MessageBox(const QString& text, int buttons = vbOKOnly, const QString& title
 QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter);
 QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter);
 void Beep();
+// The reports above, to the platform in use.
+PromptAnswer AnswerPrompt(const Prompt& prompt);
+void StatusShown(const QString& text, bool alert);
+void ExchangeFailed(const QString& why);
+void PortNoted(const QString& text);
+void ProgressMade(const Progress& progress);
+void ProgressEnded(Progress::Kind kind);
+void WindowWaits(const QString& title);
 
 // The classic End: all windows vanish at once, nothing is saved, no unload events.
 [[noreturn]] void EndProgram();
