@@ -112,7 +112,7 @@ bench: build
 latency: deps
 	cmake -S . -B $(TEST_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTELVO_WERROR=ON -DTELVO_SANITIZE=ON >/dev/null
 	cmake --build $(TEST_BUILD) --target test_latency_e2e vorix-sim -j$(JOBS)
-	cd $(TEST_BUILD)/tests && QT_QPA_PLATFORM=offscreen TELVO_SOURCE_DIR=$(CURDIR) \
+	cd $(TEST_BUILD)/tests/link && QT_QPA_PLATFORM=offscreen TELVO_SOURCE_DIR=$(CURDIR) \
 	  TELVO_BINARY_DIR=$(abspath $(TEST_BUILD)) LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
 	  ./test_latency_e2e
 

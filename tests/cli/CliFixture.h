@@ -2,10 +2,10 @@
 // telvo-cli against vorix-sim processes on pseudo-terminals, in a program folder of the test's
 // own: the fixture of the command line's end-to-end tests.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
-#include "link/SimProcess.h"
+#include "common/CliRun.h"
+#include "common/SimProcess.h"
 
 #include "cli/Session.h"
 

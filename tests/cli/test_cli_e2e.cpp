@@ -1,7 +1,7 @@
 // telvo-cli as a program, against vorix-sim processes on pseudo-terminals: every command's
 // output, every exit code, --json parsed back, prompts, --trace and several ports in one run.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "CliFixture.h"
 

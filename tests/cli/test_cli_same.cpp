@@ -1,14 +1,14 @@
 // The same job through the windows and through telvo-cli, each against a fresh vorix-sim on a
 // pseudo-terminal: the device hears byte for byte the same frames and the same files are written.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
+#include "common/CliRun.h"
 #include "app/Main.h"
 #include "cli/Session.h"
 #include "firmware/LDR.h"
 #include "ir/IRG.h"
-#include "link/SimProcess.h"
+#include "common/SimProcess.h"
 #include "settings/SCL.h"
 
 #include <QFile>

@@ -3,10 +3,10 @@
 // anything goes on the wire (the emulator's frame trace), the device behind a port and why a
 // port is refused, and the lines a load prints into a pipe.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
-#include "link/SimProcess.h"
+#include "common/CliRun.h"
+#include "common/SimProcess.h"
 
 #include <QFile>
 #include <QJsonArray>

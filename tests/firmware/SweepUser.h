@@ -3,13 +3,13 @@
 // real process killed over a pseudo-terminal): the cases, the user's own settings on the device,
 // the program's ini, and the scripted user who starts the program and takes what it offers.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/FWR.h"
 #include "config/modRegistry.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 
 #include <string>
 #include <vector>

@@ -2,7 +2,7 @@
 // update command, the boot loader's banner, page stalls with CTS, the verdict and the reboot;
 // and a load cut off mid-image, taken up again from RestartLoader.txt at the next start.
 
-#include "DeviceFixture.h"
+#include "common/DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -12,7 +12,7 @@
 #include "config/IniLoader.h"
 #include "core/config/IniFile.h"
 #include "firmware/RS.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "platform/DoEvents.h"
 

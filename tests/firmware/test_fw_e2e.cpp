@@ -2,15 +2,15 @@
 // on the wall clock. The program's drain waits follow the line's rate, and the emulator takes
 // bytes only as fast as its UART would, and none while it writes a page.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
 #include "firmware/RS.h"
-#include "link/DeviceScript.h"
-#include "link/Ser2Net.h"
-#include "link/SimProcess.h"
+#include "common/DeviceScript.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 
 #include <QElapsedTimer>
 #include <QTest>

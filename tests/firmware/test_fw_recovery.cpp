@@ -2,7 +2,7 @@
 // on the image's last byte), the question to put the speed back, and the Restore Defaults steps.
 // Against the emulated device on the in-process line, under the virtual clock.
 
-#include "DeviceFixture.h"
+#include "common/DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -11,7 +11,7 @@
 #include "app/Tools.h"
 #include "config/FWR.h"
 #include "core/config/IniFile.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 
 using namespace telvo;

@@ -2,10 +2,10 @@
 // processes, asserting the frames the emulator traced and the lines of LogFile.txt. These run on
 // the wall clock, as the emulator does.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
-#include "SimProcess.h"
+#include "common/DeviceScript.h"
+#include "common/SimProcess.h"
 #include "app/Main.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"

@@ -2,9 +2,9 @@
 // powering up, the connection with each of its endings, reopening a lost port; and what a
 // connection reads of the device (state word, firmware, model, options).
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "app/Globals.h"
 #include "config/FP.h"
 #include "config/FWR.h"

@@ -5,17 +5,17 @@
 // must end with clear words; a device beyond the workable round trip must be named as such,
 // never taken for one without firmware. Wall clock: the device, the server and the proxy run on it.
 
-#include "firmware/LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
-#include "DelayProxy.h"
-#include "cli/CliRun.h"
+#include "common/DelayProxy.h"
+#include "common/CliRun.h"
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "link/Ser2Net.h"
-#include "link/SimProcess.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "link/zSCL.h"
 #include "platform/LinkLatency.h"
 #include "settings/SaveRestore.h"

@@ -5,10 +5,10 @@
 // own rate, so a wrong rate reads as noise. These run on the wall clock, as the emulator and the
 // servers do.
 
-#include "firmware/LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
-#include "SimProcess.h"
-#include "Ser2Net.h"
+#include "common/SimProcess.h"
+#include "common/Ser2Net.h"
 #include "app/Main.h"
 #include "link/Driver.h"
 #include "config/modRegistry.h"

@@ -1,9 +1,9 @@
 // Changing speed together with the device: the table lookups, the port alone, and the full
 // change against devices that acknowledge at the new rate, at the old rate, or refuse.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 #include "platform/SimulatedLine.h"

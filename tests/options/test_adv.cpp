@@ -1,8 +1,8 @@
 // "Advanced Options": scheduling class, thread priority bounds, and the port speed that changes
 // without telling the device.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "app/Tools.h"
 #include "options/ADV.h"

@@ -1,10 +1,10 @@
 // The main window at work end to end: the real start-up against vorix-sim on a pseudo-terminal,
 // then the panels' first refresh, the selectors and value entry, as the device sees them.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Main.h"
-#include "link/SimProcess.h"
+#include "common/SimProcess.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"
 

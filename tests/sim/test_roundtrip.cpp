@@ -1,7 +1,7 @@
 // The utility's own exchange (SendCommand, SendVerified, the receive handler) against the
 // emulated device over the in-process line, under the virtual clock: no scripted answers.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"

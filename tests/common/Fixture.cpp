@@ -1,4 +1,4 @@
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"

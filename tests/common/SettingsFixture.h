@@ -2,7 +2,7 @@
 // A run of the main window against the emulated device on the in-process line, under the
 // virtual clock: the panels, value entry and save and restore talk to a device of their own.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"

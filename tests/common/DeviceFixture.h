@@ -3,7 +3,7 @@
 // one Gorda on COM1 of the in-process line, paced, with the main window's controls as a
 // connection to it leaves them.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"

@@ -2,9 +2,9 @@
 // downloads into the firmware folder with the overwrite question, release notes cut and
 // written, hostile names, and the notice of the switched-off service.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "app/Tools.h"

@@ -1,9 +1,9 @@
 // The hand-written HTTP/1.0 client against a real server on the loopback interface: request
 // lines, ports, line ends, and servers that close early, never answer or send endless garbage.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "platform/Clock.h"
