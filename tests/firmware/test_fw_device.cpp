@@ -247,7 +247,7 @@ TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
     ui::ReadIniFile(2);
     prepare();
     ui::Link().PowerState.clear();
-    m_peer->powerCycle();
+    m_device.peer().powerCycle();
     ui::scl().chkSaveRestore->setChecked(false); // this run's user did not tick it
     goOnAtEachStop();
     restartFromFileAtStart(50);

@@ -129,7 +129,7 @@ TEST_F(Recovery, LastByteCutWithTheProgramLeftRunningIsLoadedAgain) {
     bool deviceMute = false;
     user->atQuestion = [&] {
         deviceMute = d.lineCut();
-        m_peer->powerCycle();
+        m_device.peer().powerCycle();
     };
     bool requestAnswered = false;
     std::function<void()> okAtTheRequest = [&] {
@@ -360,7 +360,7 @@ TEST_F(Defaults, NothingWithTheBoxClearOrInSimulation) {
         EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Sent: ")).isEmpty()) << sim;
         EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Navigat")).isEmpty()) << sim;
         platform::PortMap::instance().attachPeer(1, nullptr);
-        m_peer.reset();
+        m_device.reset();
     }
 }
 
