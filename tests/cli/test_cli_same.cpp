@@ -29,9 +29,7 @@ protected:
         if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
             GTEST_SKIP() << "vorix-sim or telvo-cli not built";
         // A reply may be slow on a busy machine; both runs wait as long for it.
-        QByteArray ini = sampleIni();
-        ini.replace("Time Out = 250", "Time Out = 1500");
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+        writeIni({QStringLiteral("Time Out = 1500")});
         ASSERT_TRUE(m_cliHome.isValid());
         QFile::copy(homeFile(QStringLiteral("Telvo.ini")), cliFile(QStringLiteral("Telvo.ini")));
     }
@@ -49,8 +47,7 @@ protected:
     }
     // The windows' run: the start-up on `dev`, then `job`; breakpoints are clicked away.
     void throughWindows(SimProcess& dev, const std::function<void()>& job) {
-        qputenv("TELVO_PORTS", dev.path().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({dev.path()});
         ui::Main();
         ASSERT_EQ(ui::scl().txtState->text(), QStringLiteral("Powered"));
         QTimer answer;

@@ -25,9 +25,7 @@ protected:
         if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
             GTEST_SKIP() << "vorix-sim or telvo-cli not built";
         // A reply may be slow on a busy machine.
-        QByteArray ini = sampleIni();
-        ini.replace("Time Out = 250", "Time Out = 1500");
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+        writeIni({QStringLiteral("Time Out = 1500")});
     }
     void TearDown() override {
         RunFixture::TearDown();
