@@ -1,6 +1,7 @@
 #pragma once
 // A run of the main window against the emulated device on the in-process line, under the
-// virtual clock: the panels, value entry and save and restore talk to a device of their own.
+// virtual clock: the panels, value entry, save and restore and the emulator's round trips talk
+// to a device of their own.
 
 #include "common/EmulatedDevice.h"
 #include "common/Fixture.h"

@@ -1,8 +1,7 @@
 // The utility's own exchange (SendCommand, SendVerified, the receive handler) against the
 // emulated device over the in-process line, under the virtual clock: no scripted answers.
 
-#include "common/EmulatedDevice.h"
-#include "common/Fixture.h"
+#include "common/SettingsFixture.h"
 
 #include "Device.h"
 #include "Firmware.h"
@@ -27,18 +26,9 @@ QString Latin(const QByteArray& b) {
     return QString::fromLatin1(b);
 }
 
-class RoundTrip : public test::RunFixture {
+// The sample's device with the port open on it, nothing read of it yet.
+class RoundTrip : public test::DeviceRun {
 protected:
-    void SetUp() override {
-        RunFixture::SetUp();
-        writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
-        initControls();
-    }
-    void TearDown() override {
-        RunFixture::TearDown(); // the line goes before the device it talks to
-        m_device.reset();
-    }
-
     Device& attachDevice(const DeviceOptions& o = {}, int baud = 19200) {
         Device& device = m_device.attach(sampleIni(), o);
         openPort(1, baud);
@@ -47,8 +37,6 @@ protected:
     core::LinkState& link() { return ui::Link(); }
     QString value() const { return core::ReplyValue(ui::Link().Reply); }
     bool logHas(const QString& line) const { return logLines().contains(line); }
-
-    test::EmulatedDevice m_device;
 };
 
 TEST_F(RoundTrip, EveryValueKindOfTheSampleIniComesBackAsTheDeviceHoldsIt) {
