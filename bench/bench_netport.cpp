@@ -14,9 +14,9 @@
 #include "common/Ser2Net.h"
 #include "common/SimProcess.h"
 #include "link/zSCL.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

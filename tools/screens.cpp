@@ -8,9 +8,9 @@
 #include "common/SampleIni.h"
 #include "config/INI.h"
 #include "link/DBG.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

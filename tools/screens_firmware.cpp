@@ -14,10 +14,10 @@
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
 #include "link/Driver.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

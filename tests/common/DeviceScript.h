@@ -4,8 +4,8 @@
 
 #include "common/Fixture.h"
 
-#include "platform/Clock.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/clock/Clock.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 #include <QRegularExpression>
 #include <functional>

@@ -3,9 +3,9 @@
 #include "app/Globals.h"
 #include "core/text/MinorSubs.h"
 #include "link/Driver.h"
-#include "platform/Clock.h"
-#include "platform/PortMap.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 namespace telvo::test {

@@ -4,8 +4,8 @@
 #include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QDir>

@@ -5,10 +5,10 @@
 #include "common/SampleIni.h"
 
 #include "app/Globals.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 #include <QApplication>
 #include <QStringList>

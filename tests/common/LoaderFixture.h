@@ -10,9 +10,9 @@
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
-#include "platform/AppPath.h"
-#include "platform/ScriptedPeer.h"
-#include "platform/SimulatedLine.h"
+#include "platform/os/AppPath.h"
+#include "platform/doubles/ScriptedPeer.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QDir>

@@ -9,7 +9,7 @@
 #include "app/Globals.h"
 #include "core/text/MinorSubs.h"
 #include "link/Driver.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

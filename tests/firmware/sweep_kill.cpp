@@ -14,7 +14,7 @@
 
 #include "Firmware.h"
 #include "common/SimProcess.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

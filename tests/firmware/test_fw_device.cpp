@@ -14,7 +14,7 @@
 #include "firmware/RS.h"
 #include "common/DeviceScript.h"
 #include "link/Driver.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 
 using namespace telvo;
 using namespace telvo::test;

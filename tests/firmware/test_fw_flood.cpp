@@ -10,7 +10,7 @@
 #include "DevicePeer.h"
 #include "Firmware.h"
 
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QFile>
 

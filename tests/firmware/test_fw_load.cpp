@@ -6,7 +6,7 @@
 #include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 using namespace telvo;
 using namespace telvo::test;

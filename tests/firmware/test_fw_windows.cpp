@@ -11,7 +11,7 @@
 #include "firmware/RS.h"
 #include "common/DeviceScript.h"
 #include "link/Driver.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 #include <QSettings>
 #include <QTest>

@@ -9,7 +9,7 @@
 #include "LircConf.h"
 #include "core/ir/Lirc.h"
 #include "ir/IRG.h"
-#include "platform/Launch.h"
+#include "platform/os/Launch.h"
 
 #include <QDir>
 #include <QRegularExpression>

@@ -9,7 +9,7 @@
 #include "app/Tools.h"
 #include "core/text/Classic.h"
 #include "ir/IRG.h"
-#include "platform/CommControl.h"
+#include "platform/serial/CommControl.h"
 #include "settings/SCL.h"
 
 #include <QDir>

@@ -6,7 +6,7 @@
 #include "core/link/ReceiveRouter.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <random>
 

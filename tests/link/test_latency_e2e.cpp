@@ -17,7 +17,7 @@
 #include "common/Ser2Net.h"
 #include "common/SimProcess.h"
 #include "link/zSCL.h"
-#include "platform/LinkLatency.h"
+#include "platform/serial/LinkLatency.h"
 #include "settings/SaveRestore.h"
 
 #include <QRegularExpression>

@@ -13,7 +13,7 @@
 #include "link/Driver.h"
 #include "config/modRegistry.h"
 #include "link/zSCL.h"
-#include "platform/NetworkPortBackend.h"
+#include "platform/serial/NetworkPortBackend.h"
 #include "settings/SaveRestore.h"
 #include "settings/SCL.h"
 

@@ -9,7 +9,7 @@
 #include "link/Driver.h"
 #include "link/zSCL.h"
 #include "settings/SCL.h"
-#include "platform/SystemPorts.h"
+#include "platform/serial/SystemPorts.h"
 
 #include <QFile>
 

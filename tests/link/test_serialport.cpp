@@ -4,8 +4,8 @@
 #include "common/Fixture.h"
 
 #include "link/zSCL.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <QSocketNotifier>

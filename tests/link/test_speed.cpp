@@ -7,7 +7,7 @@
 #include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 using namespace telvo;

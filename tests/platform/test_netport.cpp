@@ -5,11 +5,11 @@
 
 #include "common/CoreApp.h"
 #include "core/link/Rfc2217.h"
-#include "platform/Clock.h"
-#include "platform/CommControl.h"
-#include "platform/LinkLatency.h"
-#include "platform/NetworkPortBackend.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/CommControl.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/NetworkPortBackend.h"
+#include "platform/serial/PortMap.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

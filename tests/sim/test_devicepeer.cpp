@@ -5,8 +5,8 @@
 #include "DeviceHarness.h"
 #include "DevicePeer.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QCoreApplication>
 #include <QDir>

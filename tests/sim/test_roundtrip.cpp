@@ -11,7 +11,7 @@
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 using namespace telvo;

@@ -7,7 +7,7 @@
 
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/Clock.h"
+#include "platform/clock/Clock.h"
 #include "settings/SCL.h"
 
 #include <QElapsedTimer>

@@ -6,8 +6,8 @@
 #include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
-#include "platform/Clock.h"
-#include "platform/Shell.h"
+#include "platform/clock/Clock.h"
+#include "platform/os/Shell.h"
 #include "support/SUP.h"
 #include "support/SupportState.h"
 #include "support/url_helper.h"

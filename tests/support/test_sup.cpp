@@ -8,8 +8,8 @@
 
 #include "app/Globals.h"
 #include "app/Tools.h"
-#include "platform/Clock.h"
-#include "platform/Shell.h"
+#include "platform/clock/Clock.h"
+#include "platform/os/Shell.h"
 #include "settings/SCL.h"
 #include "support/SUP.h"
 #include "support/SupportState.h"
