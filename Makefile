@@ -144,7 +144,7 @@ bench: build ## the benchmarks' ratios and the start-up time, on the release bui
 latency: deps ## every job at round trips of 0, 50, 150 and 300 ms through ser2net
 	$(CONFIGURE_TEST)
 	cmake --build $(TEST_BUILD) --target test_latency_e2e vorix-sim -j$(JOBS)
-	cd $(TEST_BUILD)/tests && QT_QPA_PLATFORM=offscreen TELVO_SOURCE_DIR=$(CURDIR) \
+	cd $(TEST_BUILD)/tests/link && QT_QPA_PLATFORM=offscreen TELVO_SOURCE_DIR=$(CURDIR) \
 	  TELVO_BINARY_DIR=$(abspath $(TEST_BUILD)) ./test_latency_e2e
 
 # The Debian package from the release build: CPack (dependencies by dpkg-shlibdeps), then

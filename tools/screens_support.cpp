@@ -4,7 +4,7 @@
 //   xvfb-run -a -s "-screen 0 1280x1024x24" build/bin/telvo_screens_support docs/screens
 
 #include "ScreenShot.h"
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "app/Tools.h"

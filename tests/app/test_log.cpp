@@ -1,6 +1,6 @@
 // The log, the status line, alerts and prompts: what the user sees and what the file keeps.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "core/log/LogLines.h"
 #include "app/MajorSubs.h"

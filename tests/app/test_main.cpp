@@ -1,6 +1,6 @@
 // The start-up in its order, the command-line words, and the ways out.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Main.h"
 #include "config/FP.h"

@@ -13,7 +13,7 @@
 #include "SweepUser.h"
 
 #include "Firmware.h"
-#include "link/SimProcess.h"
+#include "common/SimProcess.h"
 #include "platform/clock/DoEvents.h"
 
 #include <QElapsedTimer>

@@ -2,8 +2,8 @@
 // chart, with the scripted platform answering dialogs and questions.
 
 #include "platform/doubles/ScriptedPlatform.h"
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "core/gamma/GammaFiles.h"
 #include "core/text/Classic.h"

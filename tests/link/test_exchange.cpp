@@ -1,7 +1,7 @@
 // The command exchange over the in-process line against a scripted device: bytes on the wire,
 // lines of LogFile.txt, and the flags the callers read.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "link/Driver.h"
 #include "core/link/Protocol.h"

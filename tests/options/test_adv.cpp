@@ -2,8 +2,8 @@
 // without telling the device.
 
 #include "platform/doubles/ScriptedPriority.h"
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "app/Tools.h"
 #include "options/ADV.h"

@@ -1,7 +1,7 @@
 // The utility's own exchange over its real serial port code (QSerialPort on a pseudo-terminal)
 // against the vorix-sim program, on the real clock.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "Frames.h"
 

@@ -2,7 +2,7 @@
 // Frames of a scripted device for the tests of finding and driving it, spelled as the log
 // prints them, and readers of the "Sent: " lines of the log.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "platform/clock/Clock.h"
 #include "platform/doubles/ScriptedPeer.h"

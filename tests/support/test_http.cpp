@@ -2,9 +2,9 @@
 // lines, ports, line ends, and servers that close early, never answer or send endless garbage.
 
 #include "platform/doubles/ScriptedShell.h"
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "platform/clock/Clock.h"

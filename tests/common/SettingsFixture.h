@@ -1,11 +1,10 @@
 #pragma once
 // A run of the main window against the emulated device on the in-process line, under the
-// virtual clock: the panels, value entry and save and restore talk to a device of their own.
+// virtual clock: the panels, value entry, save and restore and the emulator's round trips talk
+// to a device of their own.
 
-#include "support/Fixture.h"
-
-#include "Device.h"
-#include "DevicePeer.h"
+#include "common/EmulatedDevice.h"
+#include "common/Fixture.h"
 
 #include "app/Globals.h"
 #include "core/text/MinorSubs.h"
@@ -27,26 +26,17 @@ protected:
     }
     void TearDown() override {
         RunFixture::TearDown(); // the line goes before the device it talks to
-        m_peer.reset();
+        m_device.reset();
     }
     virtual QByteArray ini() { return sampleIni(); }
 
     // The device on COM1 at 19200, connected as a search leaves it, with the panels built.
     vorix::sim::Device& attachDevice(const vorix::sim::DeviceOptions& o = {}) {
-        m_peer = std::make_unique<vorix::sim::DevicePeer>(std::make_unique<vorix::sim::Device>(
-            core::SplitTextLines(ini()), o, platform::Clock::instance().nowUs()));
-        platform::PortMap::instance().attachPeer(1, m_peer.get());
-        line(1)->setPacing(true);
+        vorix::sim::Device& device = m_device.attach(ini(), o);
         openPort(1, 19200);
-        ui::SCL& s = ui::scl();
-        s.txtOrigSpeed->setText(QStringLiteral("19200"));
-        s.txtxfrspeed->setText(QStringLiteral("57600"));
-        s.DeviceModel->setText(QStringLiteral("Gorda"));
-        s.txtFirmware->setText(QStringLiteral("1.24"));
-        ui::Link().PowerState = QStringLiteral("ON");
         ui::Link().DeviceTalking = true;
-        ui::SetState(QStringLiteral("Powered"));
-        return m_peer->device();
+        ShowConnection(1, 19200, QStringLiteral("Powered"));
+        return device;
     }
     ui::SCL& s() { return ui::scl(); }
 
@@ -83,7 +73,7 @@ protected:
         return nullptr;
     }
 
-    std::unique_ptr<vorix::sim::DevicePeer> m_peer;
+    EmulatedDevice m_device;
 };
 
 } // namespace telvo::test

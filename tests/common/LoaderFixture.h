@@ -3,10 +3,10 @@
 // private registry file, firmware files in the program's folder, and a far end that plays a
 // boot loader by hand (bytes heard in the chunks they were written, CTS, words sent back).
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Globals.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "firmware/RS.h"

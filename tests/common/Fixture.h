@@ -2,6 +2,8 @@
 // The common ground of tests that run the program's routines: a fresh run (state and windows),
 // the scripted platform, a temporary program folder, the virtual clock, and readers of the log.
 
+#include "common/SampleIni.h"
+
 #include "app/Globals.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
@@ -45,11 +47,16 @@ protected:
     QStringList logLines() const;
     // The sample Telvo.ini of the project.
     static QByteArray sampleIni();
+    // Writes the sample as the program's Telvo.ini with `system` in its [SYSTEM] section in place
+    // of the sample's lines of those keys and of the keys in `drop` (see SampleIni.h).
+    void writeIni(const QStringList& system, const QStringList& drop = {});
 
     // Initialises the main window's controls as start-up does (defaults, pass 1 and 2 of the
     // Telvo.ini in home, if any) without connecting.
     void initControls();
 
+    // The program's ports COM1, COM2... on these paths or addresses, as TELVO_PORTS names them.
+    void usePorts(const QStringList& ports);
     // Opens the main window's port on COMn at `baud`, as a connection leaves it.
     void openPort(int com, int baud);
     // Attaches a scripted device to COMn and opens the port on it at `baud`.

@@ -3,9 +3,9 @@
 // written, hostile names, and the notice of the switched-off service.
 
 #include "platform/doubles/ScriptedShell.h"
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "app/Tools.h"

@@ -1,5 +1,6 @@
 #include "platform/doubles/ScriptedPlatform.h"
-#include "support/Fixture.h"
+#include "common/Fixture.h"
+#include "common/EmulatedDevice.h"
 
 #include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"
@@ -67,9 +68,11 @@ QStringList RunFixture::logLines() const {
 }
 
 QByteArray RunFixture::sampleIni() {
-    QFile f(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/data/Telvo.ini"));
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    return f.readAll();
+    return ReadSampleIni(qEnvironmentVariable("TELVO_SOURCE_DIR"));
+}
+
+void RunFixture::writeIni(const QStringList& system, const QStringList& drop) {
+    writeHomeFile(QStringLiteral("Telvo.ini"), IniWithSystem(sampleIni(), system, drop));
 }
 
 void RunFixture::initControls() {
@@ -94,14 +97,12 @@ platform::ScriptedPeer& RunFixture::attachPeer(int com, int baud, bool open, boo
 }
 
 void RunFixture::openPort(int com, int baud) {
-    ui::SCL& s = ui::scl();
-    s.P1->setCommPort(com);
-    s.P1->setSettings(QString::number(baud) + QStringLiteral(",n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM") + QString::number(com));
-    s.txtCrntSpeed->setText(QString::number(baud));
+    OpenPort(com, baud);
+}
+
+void RunFixture::usePorts(const QStringList& ports) {
+    qputenv("TELVO_PORTS", ports.join(QLatin1Char(',')).toUtf8());
+    platform::PortMap::instance().loadFromEnvironment();
 }
 
 void RunFixture::at(int ms, std::function<void()> fn) {

@@ -5,7 +5,7 @@
 // Built without libFuzzer, main() runs the entry over awkward lines, a seeded random walk and
 // the seeds of `make fuzz`, so that ctest keeps it honest.
 
-#include "FuzzCorpus.h"
+#include "common/FuzzCorpus.h"
 #include "core/settings/SettingsFile.h"
 
 #include <QStringList>

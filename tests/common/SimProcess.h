@@ -67,6 +67,13 @@ public:
         }
         return out;
     }
+    // Whether a line of the trace holds `text`.
+    bool traceHas(const QString& text) const {
+        for (const QString& l : trace())
+            if (l.contains(text))
+                return true;
+        return false;
+    }
     // The frames only, host and device.
     QStringList frames() const {
         QStringList out;

@@ -1,10 +1,10 @@
 // The first run: the INI window led through a template Telvo.ini, its rewrites through
 // Telvo.new, the reset to the template, and the two small windows that write one key each.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
-#include "../link/DeviceScript.h"
+#include "common/DeviceScript.h"
 
 #include "core/text/Classic.h"
 #include "app/Main.h"
