@@ -11,12 +11,13 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/Navigate.h"
-#include "link/Ser2Net.h"
-#include "link/SimProcess.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "link/zSCL.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

@@ -6,11 +6,12 @@
 #include "app/Globals.h"
 #include "config/IniLoader.h"
 #include "link/Driver.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
-#include "platform/ScriptedPeer.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
+#include "platform/doubles/ScriptedPeer.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

@@ -7,8 +7,8 @@
 #include "Firmware.h"
 #include "Frames.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

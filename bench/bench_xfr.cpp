@@ -15,11 +15,12 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/Navigate.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

@@ -5,7 +5,8 @@
 #include "core/gamma/Gamma.h"
 #include "core/gamma/GammaFiles.h"
 #include "gamma/GMA.h"
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -8,8 +8,9 @@
 #include "core/config/CommandRec.h"
 #include "core/ir/GenIR.h"
 #include "ir/IRG.h"
-#include "platform/Clock.h"
-#include "platform/Platform.h"
+#include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

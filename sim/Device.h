@@ -9,6 +9,8 @@
 // speed "A3", model "A8", firmware "A9", the update and restart requests "AC" "AD" "AE" are the
 // device's own; every other setting comes from the [COMMANDS] of Telvo.ini.
 
+#include "core/link/LineModel.h"
+
 #include "BootLoader.h"
 #include "DeviceOptions.h"
 #include "Frames.h"
@@ -82,7 +84,7 @@ public:
     QByteArray speedCode(int baud) const;
     int rateOfCode(const QByteArray& code) const;
 
-    static qint64 ByteTimeUs(int baud) { return baud > 0 ? (10'000'000LL + baud - 1) / baud : 0; }
+    static qint64 ByteTimeUs(int baud) { return telvo::core::ByteTimeUs(baud); }
 
 private:
     // BootLoader::Host

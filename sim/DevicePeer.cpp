@@ -1,6 +1,6 @@
 #include "DevicePeer.h"
 
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 
 #include <QDebug>
 #include <QFile>

@@ -3,8 +3,8 @@
 
 #include "Device.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <memory>
 

@@ -8,6 +8,7 @@
 #include "FaultControl.h"
 #include "Firmware.h"
 
+#include "core/link/LineModel.h"
 #include "core/text/MinorSubs.h"
 
 #include <QCommandLineParser>
@@ -150,11 +151,6 @@ private:
         return rateOf(::cfgetospeed(&t));
     }
 
-    char noise() {
-        m_noise = m_noise * 1664525u + 1013904223u;
-        return char(0x80 | ((m_noise >> 24) & 0x7f));
-    }
-
     // A fault from the control channel, applied now.
     void fault(const vorix::sim::FaultControl::Command& c, const QByteArray& line) {
         using C = vorix::sim::FaultControl::Command;
@@ -208,7 +204,7 @@ private:
         // device lives up to each byte's own time, never past it: a server that got the CPU late
         // must not let the frame's time limit run out before bytes that were already due.
         while (!m_in.empty()) {
-            const qint64 byteUs = Device::ByteTimeUs(m_device.baud());
+            const qint64 byteUs = telvo::core::ByteTimeUs(m_device.baud());
             if (m_inNextUs < 0)
                 m_inNextUs = now + byteUs;
             if (m_inNextUs > now)
@@ -219,7 +215,7 @@ private:
             char c = m_in.front();
             m_in.pop_front();
             if (host != m_device.baud())
-                c = noise();
+                c = m_noise.next();
             m_device.receive(QByteArray(1, c), m_inNextUs);
             m_inNextUs += byteUs;
             if (m_events)
@@ -258,13 +254,13 @@ private:
         QByteArray due;
         while (due.size() < m_out.size()) {
             const int rate = m_outRates.at(due.size());
-            const qint64 outByteUs = Device::ByteTimeUs(rate);
+            const qint64 outByteUs = telvo::core::ByteTimeUs(rate);
             if (m_outNextUs < 0)
                 m_outNextUs = now + outByteUs;
             if (m_outNextUs > now)
                 break;
             const char c = m_out.at(due.size());
-            due.append(host == rate ? c : noise());
+            due.append(host == rate ? c : m_noise.next());
             m_outNextUs += outByteUs;
         }
         if (!due.isEmpty()) {
@@ -373,7 +369,7 @@ private:
     QByteArray m_out;
     QList<int> m_outRates;
     qint64 m_outNextUs = -1;
-    quint32 m_noise = 0x2545F491u;
+    telvo::core::LineNoise m_noise;
 };
 
 int makeFirmware(const QCommandLineParser& p) {

@@ -2,7 +2,7 @@
 // What the screen renderers share: a wall-clock wait that keeps the program running, and the
 // saving of one window's picture.
 
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 
 #include <QElapsedTimer>
 #include <QString>

@@ -2,6 +2,7 @@
 # The cut sweeps: every case of sweep_fw (in-process line) or sweep_kill (a real process killed
 # over a pseudo-terminal), split over JOBS processes (gtest shards), one row per case in case
 # order, then "recovered N of M". Usage: run-sweep.sh BUILD JOBS [OUT] [sweep_fw|sweep_kill]
+# Run by `make sweep` and `make sweep-kill`, which also give it the leak checker's suppressions.
 set -euo pipefail
 build=$1
 jobs=${2:-2}
@@ -10,7 +11,6 @@ name=${4:-sweep_fw}
 bin="$build/tests/firmware/$name"
 export QT_QPA_PLATFORM=offscreen SWEEP=${SWEEP:-full}
 export TELVO_SOURCE_DIR=$(cd "$(dirname "$0")/.." && pwd) TELVO_BINARY_DIR=$(cd "$build" && pwd)
-export LSAN_OPTIONS="suppressions=$(cd "$(dirname "$0")/.." && pwd)/tests/lsan.supp"
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 start=$(date +%s)

@@ -5,11 +5,13 @@
 #include "ScreenShot.h"
 #include "app/Globals.h"
 #include "app/Main.h"
+#include "common/SampleIni.h"
 #include "config/INI.h"
 #include "link/DBG.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 
@@ -31,21 +33,9 @@ namespace {
 
 // The sample Telvo.ini with `system` put in place of the [SYSTEM] lines of the same keys.
 QByteArray sampleWith(const QStringList& system, bool prototype) {
-    QFile f(QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini"));
-    f.open(QIODevice::ReadOnly);
-    QByteArray out = prototype ? "PROTOTYPE\r\n" : "";
-    for (QByteArray line : f.readAll().split('\n')) {
-        if (line.endsWith('\r')) line.chop(1);
-        const QByteArray key = line.left(line.indexOf('=')).trimmed().toUpper();
-        bool replaced = false;
-        for (const QString& s : system)
-            replaced |= line.contains('=') && s.toLatin1().left(s.indexOf('=')).trimmed().toUpper() == key;
-        if (replaced) continue;
-        out += line + "\r\n";
-        if (line.trimmed() == "[SYSTEM]")
-            for (const QString& s : system) out += s.toLatin1() + "\r\n";
-    }
-    return out;
+    const QByteArray ini =
+        test::IniWithSystem(test::ReadSampleIni(QStringLiteral(TELVO_SOURCE_DIR)), system);
+    return prototype ? "PROTOTYPE\r\n" + ini : ini;
 }
 
 } // namespace

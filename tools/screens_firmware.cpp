@@ -3,8 +3,8 @@
 // warning. The device is the emulator on the in-process line; run it under xvfb-run.
 
 #include "Device.h"
-#include "DevicePeer.h"
 #include "Firmware.h"
+#include "common/EmulatedDevice.h"
 
 #include "app/Globals.h"
 #include "config/DG.h"
@@ -14,10 +14,11 @@
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
 #include "link/Driver.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/SCL.h"
 
 #include <QApplication>
@@ -56,21 +57,12 @@ int main(int argc, char** argv) {
     o.baud = 57600;
     o.model = QStringLiteral("Gorda");
     o.firmware = QStringLiteral("1.24");
-    vorix::sim::DevicePeer peer(std::make_unique<vorix::sim::Device>(QStringList{}, o, clock.nowUs()));
-    platform::PortMap::instance().attachPeer(1, &peer);
-    ui::SCL& s = ui::scl();
-    s.lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM2")});
-    s.P1->setCommPort(1);
-    s.P1->setSettings(QStringLiteral("57600,n,8,1"));
-    s.P1->setHandshaking(2);
-    s.P1->setRThreshold(1);
-    s.P1->setPortOpen(true);
-    s.txtPort->setText(QStringLiteral("COM1"));
-    for (QLineEdit* e : {s.txtCrntSpeed, s.txtxfrspeed, s.txtOrigSpeed}) e->setText(QStringLiteral("57600"));
-    s.DeviceModel->setText(QStringLiteral("Gorda"));
-    s.txtFirmware->setText(QStringLiteral("1.24"));
-    ui::Link().PowerState = QStringLiteral("ON");
-    ui::SetState(QStringLiteral("Idle"));
+    test::EmulatedDevice device;
+    device.attach(std::make_unique<vorix::sim::Device>(QStringList{}, o, clock.nowUs()));
+    ui::scl().lstPort->addItems(
+        {QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM2")});
+    test::OpenPort(1, 57600);
+    test::ShowConnection(1, 57600, QStringLiteral("Idle"));
 
     const QString image = home.filePath(QStringLiteral("Gorda_v2_50.frk"));
     QFile f(image);
@@ -112,7 +104,7 @@ int main(int argc, char** argv) {
     save(rs, out + QStringLiteral("/rs-restart.png"));
     rs.hide();
 
-    s.txtCrntSpeed->setText(QStringLiteral("19200"));
+    ui::scl().txtCrntSpeed->setText(QStringLiteral("19200"));
     ui::EX& ex = ui::ex();
     save(ex, out + QStringLiteral("/ex-final-speed.png"));
     ex.hide();

@@ -4,8 +4,9 @@
 
 #include "ScreenShot.h"
 #include "gamma/GMA.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include <QApplication>
 #include <QDir>

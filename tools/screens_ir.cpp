@@ -6,8 +6,9 @@
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "ir/IRG.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

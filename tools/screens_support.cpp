@@ -4,15 +4,18 @@
 //   xvfb-run -a -s "-screen 0 1280x1024x24" build/bin/telvo_screens_support docs/screens
 
 #include "ScreenShot.h"
-#include "LoopbackServer.h"
+#include "common/LoopbackServer.h"
 
 #include "app/Globals.h"
 #include "app/Tools.h"
 #include "options/ADV.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/Priority.h"
-#include "platform/Shell.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/doubles/ScriptedPriority.h"
+#include "platform/doubles/ScriptedShell.h"
+#include "platform/os/Priority.h"
+#include "platform/os/Shell.h"
 #include "settings/SCL.h"
 #include "support/SUP.h"
 #include "support/SupportState.h"

@@ -1,7 +1,7 @@
 #include "app/Controls.h"
 
 #include "core/text/Classic.h"
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -9,10 +9,11 @@
 
 namespace telvo::ui {
 
-QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name) {
+QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name, Spoken spoken) {
     auto* b = new QPushButton(caption, parent);
     b->setObjectName(QLatin1String(name));
-    b->setAccessibleName(caption);
+    if (spoken == Spoken::Caption)
+        b->setAccessibleName(caption);
     b->setAutoDefault(false);
     return b;
 }

@@ -35,8 +35,11 @@ protected:
     }
 };
 
-// A button that carries its system name as object name and speaks its caption.
-QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name);
+// A button that carries its system name as object name and speaks its caption, or (`Text`)
+// whatever text it shows at the moment, as Qt speaks an unnamed button.
+enum class Spoken { Caption, Text };
+QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* name,
+                         Spoken spoken = Spoken::Caption);
 
 // Shows a window that loads on its first showing and is activated on every one.
 template <typename W> void ShowLoadedWindow(W& w, bool& loaded) {

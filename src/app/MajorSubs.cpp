@@ -5,9 +5,9 @@
 #include "core/log/LogLines.h"
 #include "firmware/LDR.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QDir>
@@ -25,6 +25,17 @@ void setColor(QLabel* label, int r, int g, int b) {
 
 bool visible(const QWidget* w) { return !w->isHidden(); }
 
+// Waits on a prompt's buttons, unless the platform answers it at once (it is told the prompt's
+// kind and words as values, never the window's text).
+void awaitPrompt(QPushButton* cmdContinue, platform::Prompt::Kind kind, const QString& text) {
+    if (platform::AnswerPrompt({kind, text}) == platform::PromptAnswer::Continue) {
+        cmdContinue->click();
+        // A turn of the loop, as a click from it would have had (an ended program unwinds here).
+        platform::DoEventsOnce();
+    }
+    while (visible(cmdContinue)) platform::DoEvents();
+}
+
 QString simTail() {
     const core::LinkState& l = Link();
     if (l.SimNote.isEmpty()) return QString();
@@ -36,6 +47,7 @@ void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QStrin
     const QString tail = simTail();
     if (!text.isEmpty()) lblMessage->Say(text + kFive + tail);
     WriteLogFile(text + kFive + tail);
+    platform::StatusShown(text, false);
     if (blank != 0) WriteLogFile(QString());
     lblMessage->show();
     if (!Link().SimNote.isEmpty()) {
@@ -51,6 +63,7 @@ void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter, c
     lblMessage->Alert(App().AlertText);
     BeepTimes(3);
     WriteLogFile(text + kFive);
+    platform::StatusShown(text, true);
     tmr->setEnabled(false);
     tmr->setInterval(250);
     counter = 20;
@@ -141,25 +154,47 @@ void BeepTimes(int n) {
     platform::Beep();
 }
 
+namespace {
+// A prompt on a window's status line: Continue (and Cancel) shown, the events run until a click
+// hides Continue. The buttons carry the answer: Cancel leaves itself visible.
+bool confirmOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton* cmdCancel,
+               const QString& text, const QString& message) {
+    BeepTimes(1);
+    lblMessage->setText(message);
+    cmdContinue->show();
+    cmdCancel->show();
+    const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
+    awaitPrompt(cmdContinue, platform::Prompt::Confirm, text);
+    const bool result = !visible(cmdCancel);
+    cmdCancel->hide();
+    lblMessage->setText(QString());
+    return result;
+}
+
+void breakpointOn(StatusLine* lblMessage, QPushButton* cmdContinue, QPushButton* cmdCancel,
+                  const QString& text, const QString& gap) {
+    WriteLogFile(QString());
+    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
+    BeepTimes(1);
+    cmdContinue->show();
+    lblMessage->setText(QStringLiteral("Breakpoint: ") + text + gap +
+                        QStringLiteral(" (Click 'Continue') "));
+    const PromptFocus prompt(cmdContinue, cmdCancel, lblMessage->text());
+    awaitPrompt(cmdContinue, platform::Prompt::Breakpoint, text);
+    lblMessage->setText(QString());
+}
+} // namespace
+
 bool ConfirmOperation(const QString& text, int blank) {
     SCL& s = scl();
     if (!s.chkConfirm->isChecked()) {
         ShowStatus(text, blank);
         return true;
     }
-    BeepTimes(1);
-    s.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
-                          QString(30, QLatin1Char(' ')) +
-                          QStringLiteral(" (Click 'Continue' or 'Cancel')"));
-    s.cmdContinue->show();
-    s.cmdCancel->show();
-    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
-    // The buttons carry the answer: Cancel leaves itself visible.
-    const bool result = !visible(s.cmdCancel);
-    s.cmdCancel->hide();
-    s.lblMessage->setText(QString());
-    return result;
+    return confirmOn(s.lblMessage, s.cmdContinue, s.cmdCancel, text,
+                     QStringLiteral("Confirm Operation: ") + text + QStringLiteral("\r\n") +
+                         QString(30, QLatin1Char(' ')) +
+                         QStringLiteral(" (Click 'Continue' or 'Cancel')"));
 }
 
 bool ConfirmOperationLDR(const QString& text, int blank) {
@@ -168,42 +203,24 @@ bool ConfirmOperationLDR(const QString& text, int blank) {
         ShowStatusLDR(text, blank);
         return true;
     }
-    BeepTimes(1);
-    l.lblMessage->setText(QStringLiteral("Confirm Operation: ") + text);
-    l.cmdContinue->show();
-    l.cmdCancel->show();
-    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
-    const bool result = !visible(l.cmdCancel);
-    l.cmdCancel->hide();
-    l.lblMessage->setText(QString());
-    return result;
+    return confirmOn(l.lblMessage, l.cmdContinue, l.cmdCancel, text,
+                     QStringLiteral("Confirm Operation: ") + text);
 }
 
 void Breakpoint(const QString& text) {
     SCL& s = scl();
-    WriteLogFile(QString());
-    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
-    BeepTimes(1);
-    s.cmdContinue->show();
-    s.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + QStringLiteral("\r\n") +
-                          QString(15, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue') "));
-    const PromptFocus prompt(s.cmdContinue, s.cmdCancel, s.lblMessage->text());
-    while (visible(s.cmdContinue)) platform::DoEvents();
-    s.lblMessage->setText(QString());
+    breakpointOn(s.lblMessage, s.cmdContinue, s.cmdCancel, text,
+                 QStringLiteral("\r\n") + QString(15, QLatin1Char(' ')));
+}
+
+void WaitOnWindow(const QWidget& window) {
+    platform::WindowWaits(window.windowTitle());
+    while (visible(&window)) platform::DoEvents();
 }
 
 void BreakpointLDR(const QString& text) {
     LDR& l = ldr();
-    WriteLogFile(QString());
-    WriteLogFile(QStringLiteral("Breakpoint: ") + text);
-    BeepTimes(1);
-    l.cmdContinue->show();
-    l.lblMessage->setText(QStringLiteral("Breakpoint: ") + text + kFive +
-                          QStringLiteral(" (Click 'Continue') "));
-    const PromptFocus prompt(l.cmdContinue, l.cmdCancel, l.lblMessage->text());
-    while (visible(l.cmdContinue)) platform::DoEvents();
-    l.lblMessage->setText(QString());
+    breakpointOn(l.lblMessage, l.cmdContinue, l.cmdCancel, text, kFive);
 }
 
 } // namespace telvo::ui

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+class QWidget;
+
 namespace telvo::ui {
 
 void WriteLogFile(const QString& text);
@@ -18,6 +20,8 @@ void ShowStatusLDR(const QString& text, int blank = 0);
 void ShowAlertLDR(const QString& text);
 bool ConfirmOperationLDR(const QString& text, int blank = 0);
 void BreakpointLDR(const QString& text);
+// Waits while a window only a person can answer, just shown, stands; the platform is told first.
+void WaitOnWindow(const QWidget& window);
 
 // Timer ticks and double-clicks of the status lines.
 void tmrmessage_Timer();

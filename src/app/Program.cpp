@@ -3,8 +3,8 @@
 #include "app/Controls.h"
 #include "app/Main.h"
 #include "core/app/StartupLine.h"
-#include "platform/AppPath.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QApplication>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // The program from its command line to its end: the start-up line, the application, Main, the
 // event loop. The executable and the soak's long-running copy of it share it.
 
-#include "platform/PortMap.h"
+#include "platform/serial/PortMap.h"
 
 #include <functional>
 

@@ -134,10 +134,8 @@ int ApplyJob(const Options& o) {
     if (!given) return code;
     if (const int refused = refuseAny(*given, QStringLiteral("nothing was sent")); refused != kDone)
         return refused;
-    const int connected = Connect();
+    const int connected = ConnectForJob();
     if (connected != kDone) return connected;
-    ui::App().AlertText.clear();
-    Stopped().told.clear();
     // The device's model and firmware may choose other lines of Telvo.ini: checked again.
     if (const int refused = refuseAny(*given, QStringLiteral("no setting was read or set"));
         refused != kDone)

@@ -38,15 +38,6 @@ bool flagOf(const QString& command, const QString& word, Options& o) {
 
 } // namespace
 
-QStringList CommandNames() {
-    return {QStringLiteral("ports"),   QStringLiteral("info"),    QStringLiteral("get"),
-            QStringLiteral("set"),     QStringLiteral("save"),    QStringLiteral("restore"),
-            QStringLiteral("diff"),    QStringLiteral("load"),
-            QStringLiteral("apply"),
-            QStringLiteral("console"), QStringLiteral("ir"),      QStringLiteral("gamma"),
-            QStringLiteral("names")};
-}
-
 QString NamedValue(const Options& o, const QString& name) {
     for (int i = 0; i + 1 < o.named.size(); i += 2)
         if (o.named.at(i) == name) return o.named.at(i + 1);

@@ -47,7 +47,7 @@ struct Options {
     QString error; // set when the line is not usable: the text told with exit code 2
 };
 
-// The commands, as --help lists them.
+// The commands, as --help lists them (from the command table, src/cli/Jobs.cpp).
 QStringList CommandNames();
 Options ParseArguments(const QStringList& args);
 // The value of a command's named option (--source G), empty when absent.

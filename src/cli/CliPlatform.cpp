@@ -6,10 +6,7 @@
 #include "cli/Report.h"
 
 #include <QApplication>
-#include <QEvent>
 #include <QFile>
-#include <QLabel>
-#include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 #include <csignal>
@@ -26,23 +23,26 @@ extern "C" void onSignal(int sig) { g_interrupted = sig; }
 
 const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// The windows whose showing is a wait for an answer only a person can give.
-bool isModalWait(const QObject* o) {
-    static const QStringList names{QStringLiteral("INI"), QStringLiteral("MDL"),
-                                   QStringLiteral("FWR"), QStringLiteral("DG"),
-                                   QStringLiteral("RS"),  QStringLiteral("EX")};
-    return names.contains(o->objectName());
-}
-
-// The words of a status line without its "(Click 'Continue' ...)" tail.
-QString promptText(const QString& label) {
-    QString text = label;
-    const int click = text.indexOf(QLatin1String("(Click"));
-    if (click >= 0) text.truncate(click);
-    return text.simplified();
-}
-
 } // namespace
+
+QString Told::shown() const {
+    if (kind == Confirm) return (QStringLiteral("Confirm Operation: ") + words).simplified();
+    if (kind == Breakpoint) return (QStringLiteral("Breakpoint: ") + words).simplified();
+    return words;
+}
+
+bool Told::failure() const {
+    if (kind == Confirm) return false;
+    return words.startsWith(QLatin1String("Could not")) || words.startsWith(QLatin1String("Unable")) ||
+           words.startsWith(QLatin1String("Critical Situation"));
+}
+
+Heard& HeardSoFar() {
+    static Heard h;
+    return h;
+}
+
+void ClearHeard() { HeardSoFar() = Heard(); }
 
 int TakeSignal() {
     const int sig = g_interrupted;
@@ -89,7 +89,7 @@ void StopJob(int code, const QString& text) {
 int CliPlatform::MessageBox(const QString& text, int buttons, const QString&) {
     const int kind = buttons & 7;
     Report::instance().note(text);
-    Stopped().told << text;
+    Stopped().told << Told{Told::Message, text};
     if (kind == platform::vbOKOnly) return platform::vbOK;
     if (!m_yes) {
         markStop(kStoppedAtPrompt, text);
@@ -118,39 +118,52 @@ void CliPlatform::HideEverything() {
     for (QWidget* w : QApplication::topLevelWidgets()) w->hide();
 }
 
-PromptWatcher::PromptWatcher(bool yes) : m_yes(yes) {}
-
-bool PromptWatcher::eventFilter(QObject* watched, QEvent* e) {
-    // ShowToParent comes with show() even while the window around the button stays hidden.
-    if (e->type() == QEvent::ShowToParent &&
-        watched->objectName() == QLatin1String("cmdContinue")) {
-        auto* button = static_cast<QWidget*>(watched);
-        QTimer::singleShot(0, this, [this, button] { answer(button); });
-    } else if (e->type() == QEvent::Show && isModalWait(watched) &&
-               static_cast<QWidget*>(watched)->isWindow()) {
-        const QString title = static_cast<QWidget*>(watched)->windowTitle();
-        QTimer::singleShot(0, this, [title] {
-            StopJob(kStoppedAtPrompt, QStringLiteral("the window \"") + title +
-                                          QStringLiteral("\" waits for an answer"));
-        });
+platform::PromptAnswer CliPlatform::AnswerPrompt(const platform::Prompt& prompt) {
+    const Told told{prompt.kind == platform::Prompt::Confirm ? Told::Confirm : Told::Breakpoint,
+                    prompt.text.simplified()};
+    // A confirmation is a choice: only --yes makes it. A breakpoint only tells.
+    if (told.kind == Told::Confirm && !m_yes) {
+        markStop(kStoppedAtPrompt, told.shown());
+        platform::EndProgram();
     }
-    return false;
+    Report::instance().note(told.shown());
+    Stopped().told << told;
+    return platform::PromptAnswer::Continue;
 }
 
-void PromptWatcher::answer(QWidget* button) {
-    if (button->isHidden()) return;
-    QWidget* window = button->window();
-    auto* label = window->findChild<QLabel*>(QStringLiteral("lblMessage"));
-    auto* cancel = window->findChild<QPushButton*>(QStringLiteral("cmdCancel"));
-    const QString text = promptText(label ? label->text() : QString());
-    const bool choice = cancel && !cancel->isHidden();
-    if (choice && !m_yes) {
-        StopJob(kStoppedAtPrompt, text);
+void CliPlatform::StatusShown(const QString& text, bool alert) {
+    if (alert) HeardSoFar().alert = text;
+    TellStep(text);
+}
+
+void CliPlatform::ExchangeFailed(const QString& why) { HeardSoFar().exchangeFailures << why; }
+
+void CliPlatform::PortNoted(const QString& text) { HeardSoFar().portNotes << text; }
+
+void CliPlatform::ProgressMade(const platform::Progress& progress) {
+    if (progress.kind == platform::Progress::GenAll) {
+        HeardSoFar().walk = progress;
         return;
     }
-    Report::instance().note(text);
-    Stopped().told << text;
-    static_cast<QPushButton*>(button)->click();
+    HeardSoFar().transfer = progress;
+    TellTransfer(progress);
+}
+
+void CliPlatform::ProgressEnded(platform::Progress::Kind kind) {
+    if (kind == platform::Progress::GenAll) {
+        HeardSoFar().walk.reset();
+        return;
+    }
+    HeardSoFar().transfer.reset();
+    TellTransferEnded();
+}
+
+void CliPlatform::WindowWaits(const QString& title) {
+    // The job stops from the wait's first turn of the loop, as a person's answer would come.
+    QTimer::singleShot(0, qApp, [title] {
+        StopJob(kStoppedAtPrompt, QStringLiteral("the window \"") + title +
+                                      QStringLiteral("\" waits for an answer"));
+    });
 }
 
 Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)

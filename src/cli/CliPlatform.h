@@ -1,28 +1,39 @@
 #pragma once
 // The platform of telvo-cli: message boxes and the windows' prompts are answered from --yes or
-// stop the job (exit 5) with the prompt's text; nothing ever waits on a hidden window. Also the
-// run's heartbeat: Ctrl-C and the --trace copy of LogFile.txt.
+// stop the job (exit 5) with the prompt's text; nothing ever waits on a hidden window. What the
+// routines tell (prompts, failed exchanges, progress, status lines) arrives here as values, and
+// the jobs read it from here, never from the windows' text or the log. Also the run's heartbeat:
+// Ctrl-C and the --trace copy of LogFile.txt.
 
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <deque>
+#include <optional>
 
 class QTimer;
 
-namespace telvo::ui {
-class IRG;
-}
-
 namespace telvo::cli {
+
+// A message box or a prompt that was answered on the way.
+struct Told {
+    enum Kind { Message, Confirm, Breakpoint };
+    Kind kind = Message;
+    QString words; // the routine's words (a prompt's with its blanks made single)
+    // As a person would have read it: a prompt with its "Confirm Operation: " or "Breakpoint: ".
+    QString shown() const;
+    // Words that tell of a failed step ("Could not ...", "Unable ...", "Critical Situation"); a
+    // confirmation asks, so it tells none.
+    bool failure() const;
+};
 
 // Why the job unwound, when it was not the routine's own end.
 struct StopState {
     int code = 0;  // kStoppedAtPrompt, or 128 + the signal that ended the job
     QString text;  // the prompt's text
-    QStringList told; // the prompts answered on the way, in order
+    QList<Told> told; // the prompts answered and the boxes shown on the way, in order
 };
 StopState& Stopped();
 // The ending signal (SIGINT, SIGTERM, SIGHUP) caught since the last call, 0 when none.
@@ -41,6 +52,13 @@ public:
     QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) override;
     void Beep() override {}
     void HideEverything() override;
+    platform::PromptAnswer AnswerPrompt(const platform::Prompt& prompt) override;
+    void StatusShown(const QString& text, bool alert) override;
+    void ExchangeFailed(const QString& why) override;
+    void PortNoted(const QString& text) override;
+    void ProgressMade(const platform::Progress& progress) override;
+    void ProgressEnded(platform::Progress::Kind kind) override;
+    void WindowWaits(const QString& title) override;
 
     // Paths a job hands to the file dialogs it will meet, oldest first.
     std::deque<QString> paths;
@@ -49,17 +67,19 @@ private:
     bool m_yes;
 };
 
-// Watches the windows for prompts (a Continue button shown, a modal window shown) and answers
-// them from the next turn of the event loop, once the prompt's text stands.
-class PromptWatcher : public QObject {
-public:
-    explicit PromptWatcher(bool yes);
-    bool eventFilter(QObject* watched, QEvent* e) override;
-
-private:
-    void answer(QWidget* button);
-    bool m_yes;
+// What the routines told of the job in hand besides its prompts, as values.
+struct Heard {
+    QString alert;                // the last alert the job showed
+    QStringList exchangeFailures; // each failed exchange's text, in order (may be empty)
+    QStringList portNotes;        // the port backends' remarks, in order
+    // The transfer and the Gen ALL walk while each runs.
+    std::optional<platform::Progress> transfer;
+    std::optional<platform::Progress> walk;
 };
+Heard& HeardSoFar();
+void ClearHeard();
+
+
 
 // Stops the job from inside an event: the routine's next yield unwinds it.
 void StopJob(int code, const QString& text);
@@ -81,13 +101,5 @@ private:
     // ports keeps catching them until it exits).
     void (*m_before[3])(int) = {};
 };
-
-// The load's bar on a terminal: "[####      ]  42%  6720 / 16000 bytes, 5700 B/s, 2 s left",
-// redrawn in place; an empty text when the loader shows no transfer.
-QString ProgressLine(int percent, const QString& rate);
-// What the loader window or a Gen ALL walk shows now, as one line; empty when neither runs.
-QString JobProgress();
-// The IR window whose Gen ALL walk is counted (nullptr: none).
-void WatchGenAll(ui::IRG* window);
 
 } // namespace telvo::cli

@@ -6,7 +6,7 @@
 #include "cli/Report.h"
 #include "link/DBG.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <QElapsedTimer>
@@ -85,8 +85,7 @@ void untilQuiet(Mirror& m) {
 
 } // namespace
 
-int ConsoleJob(const Options& o) {
-    if (!o.words.isEmpty()) return Report::instance().fail(kUsage, QStringLiteral("console takes no words"));
+int ConsoleJob(const Options&) {
     ui::DBG& d = ui::dbg();
     Mirror mirror;
     mirror.sync();

@@ -92,7 +92,7 @@ int GammaJob(const Options& o) {
         // A file the tool could not read or write, as its window would tell it.
         return rep().fail(kFileError, e.description());
     }
-    return rep().fail(kUsage, QStringLiteral("gamma takes make or export"));
+    return WrongWords(o);
 }
 
 } // namespace telvo::cli

@@ -43,7 +43,7 @@ const QStringList kFormats{QStringLiteral("pronto"), QStringLiteral("mode2"), QS
 int told(ui::IRG& w, const QString& what, const QString& format, const QString& button) {
     const QString out = w.txtOutput->toPlainText();
     if (out.isEmpty()) {
-        QString why = ui::App().AlertText.simplified();
+        QString why = HeardSoFar().alert.simplified();
         if (why.isEmpty()) why = QStringLiteral("no IR code for ") + what;
         return rep().fail(kUsage, why);
     }
@@ -68,7 +68,7 @@ int codeJob(const Options& o) {
     if (format.isEmpty()) format = kFormats[0];
     if (!kFormats.contains(format))
         return rep().fail(kUsage, QStringLiteral("--format takes pronto, mode2 or lirc"));
-    ui::App().AlertText.clear();
+    HeardSoFar().alert.clear();
     if (!key.isEmpty()) {
         w.optRemote->setChecked(true);
         w.optRemote_Click();
@@ -123,11 +123,8 @@ int genAllJob(const Options& o) {
         return rep().fail(kFileError, QStringLiteral("could not write ") + o.words.at(1));
     ui::IRG& w = ui::irg();
     if (auto* p = dynamic_cast<CliPlatform*>(&platform::CurrentPlatform())) p->paths = {out};
-    ui::App().AlertText.clear();
-    Stopped().told.clear();
-    WatchGenAll(&w);
+    ForgetTold();
     w.cmdGenAll_Click();
-    WatchGenAll(nullptr);
     const int outcome = JobOutcome();
     if (outcome != kDone) return outcome;
     if (!QFileInfo::exists(out))
@@ -143,7 +140,7 @@ int genAllJob(const Options& o) {
 int IrJob(const Options& o) {
     const QString sub = o.words.value(0);
     if (sub != QLatin1String("code") && sub != QLatin1String("gen-all"))
-        return rep().fail(kUsage, QStringLiteral("ir takes code or gen-all"));
+        return WrongWords(o);
     const int ready = prepare();
     if (ready != kDone) return ready;
     return sub == QLatin1String("code") ? codeJob(o) : genAllJob(o);

@@ -14,8 +14,8 @@
 #include "core/text/Classic.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/PortMap.h"
+#include "platform/os/AppPath.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SaveRestore.h"
@@ -42,18 +42,12 @@ namespace {
 
 Report& rep() { return Report::instance(); }
 
-// A prompt's text without the "Breakpoint: " a breakpoint puts before what went wrong.
-QString withoutBreakpoint(const QString& told) {
-    static const QLatin1String mark("Breakpoint: ");
-    return told.startsWith(mark) ? told.mid(mark.size()) : told;
-}
-
 QJsonValue numberOrNull(const QString& text) {
     const std::optional<double> n = NumberOf(text);
     return n ? QJsonValue(*n) : QJsonValue();
 }
 
-int infoJob() {
+int infoJob(const Options&) {
     ui::SCL& s = ui::scl();
     const int com = int(core::Val(core::Mid(s.txtPort->text(), 4)));
     const QString path = platform::PortMap::instance().resolve(com).path;
@@ -159,7 +153,11 @@ int saveJob(const Options& o) {
     return kDone;
 }
 
-int restoreJob(const QString& in) {
+int restoreJob(const Options& o) {
+    const QString in = o.words.value(0, defaultSettingsFile());
+    int code = kDone;
+    if (!settingsFileOf(in, &code)) return code;
+    if (const int connected = ConnectForJob(); connected != kDone) return connected;
     ui::RefreshPanels(7);
     // The selectors as found, put back after the file's states have been walked.
     ui::SaveViewState();
@@ -167,9 +165,9 @@ int restoreJob(const QString& in) {
     // Every setting the device refused is named, not only the first.
     QStringList refused;
     static const QLatin1String couldNot("Could not Restore the ");
-    for (const QString& told : Stopped().told)
-        if (const QString t = withoutBreakpoint(told); t.startsWith(couldNot))
-            refused << t.mid(couldNot.size());
+    for (const Told& told : Stopped().told)
+        if (told.kind != Told::Confirm && told.words.startsWith(couldNot))
+            refused << told.words.mid(couldNot.size());
     if (!refused.isEmpty()) {
         rep().failedSettings(refused);
         return rep().fail(kDeviceFailed, QStringLiteral("could not restore ") +
@@ -217,8 +215,12 @@ QJsonValue jsonValue(const QString& item) {
     return record > 0 ? SettingValue(Config().Commands.at(record), text) : QJsonValue(text);
 }
 
-int diffJob(const QByteArray& fileBytes) {
-    const QList<std::pair<QString, Saved>> file = settingsOf(fileBytes);
+int diffJob(const Options& o) {
+    int code = kDone;
+    const std::optional<QByteArray> fileBytes = settingsFileOf(o.words.value(0), &code);
+    if (!fileBytes) return code;
+    if (const int connected = ConnectForJob(); connected != kDone) return connected;
+    const QList<std::pair<QString, Saved>> file = settingsOf(*fileBytes);
     // The device's side is read as Save reads it, into a file of the job's own.
     QTemporaryDir scratch(QDir(platform::JobFolder()).filePath(QStringLiteral("diff-XXXXXX")));
     if (!scratch.isValid())
@@ -267,52 +269,80 @@ int diffJob(const QByteArray& fileBytes) {
 } // namespace
 
 int JobOutcome() {
-    const QString alert = App().AlertText.simplified();
+    const QString alert = HeardSoFar().alert.simplified();
     if (!alert.isEmpty()) return rep().fail(kDeviceFailed, alert);
-    for (const QString& each : Stopped().told)
-        if (const QString told = withoutBreakpoint(each); told.startsWith(QLatin1String("Could not")) || told.startsWith(QLatin1String("Unable")) ||
-            told.startsWith(QLatin1String("Critical Situation")))
-            return rep().fail(kDeviceFailed, told);
+    for (const Told& told : Stopped().told)
+        if (told.failure()) return rep().fail(kDeviceFailed, told.words);
     return kDone;
 }
 
-int RunCommand(const Options& o) {
-    const QString& c = o.command;
-    if (c == QLatin1String("ports")) return PortsJob(o);
-    if (c == QLatin1String("ir")) return IrJob(o);
-    if (c == QLatin1String("gamma")) return GammaJob(o);
-    if (c == QLatin1String("names")) return NamesJob(o);
-    if ((c == QLatin1String("get") || c == QLatin1String("set")) && o.words.isEmpty())
-        return rep().fail(kUsage, c + QStringLiteral(" needs at least one setting"));
-    if ((c == QLatin1String("save") || c == QLatin1String("restore")) && o.words.size() > 1)
-        return rep().fail(kUsage, c + QStringLiteral(" takes at most one FILE"));
-    if (c == QLatin1String("diff") && o.words.size() != 1)
-        return rep().fail(kUsage, QStringLiteral("diff takes one FILE"));
-    if (c == QLatin1String("info") && !o.words.isEmpty())
-        return rep().fail(kUsage, QStringLiteral("info takes no words"));
-    if (c == QLatin1String("load")) return LoadJob(o);
-    if (c == QLatin1String("apply")) return ApplyJob(o);
-    // A file the job reads is checked before the device is touched.
-    std::optional<QByteArray> file;
-    QString in;
-    if (c == QLatin1String("restore") || c == QLatin1String("diff")) {
-        in = o.words.value(0, defaultSettingsFile());
-        int code = kDone;
-        file = settingsFileOf(in, &code);
-        if (!file) return code;
-    }
-    const int connected = Connect();
-    if (connected != kDone) return connected;
-    App().AlertText.clear();
+void ForgetTold() {
+    HeardSoFar().alert.clear();
     Stopped().told.clear();
-    if (c == QLatin1String("info")) return infoJob();
-    if (c == QLatin1String("get")) return getJob(o);
-    if (c == QLatin1String("set")) return setJob(o);
-    if (c == QLatin1String("save")) return saveJob(o);
-    if (c == QLatin1String("restore")) return restoreJob(in);
-    if (c == QLatin1String("diff")) return diffJob(*file);
-    if (c == QLatin1String("console")) return ConsoleJob(o);
-    return rep().fail(kUsage, QStringLiteral("unknown command ") + c);
+}
+
+int ConnectForJob() {
+    const int connected = Connect();
+    if (connected == kDone) ForgetTold();
+    return connected;
+}
+
+namespace {
+
+// In the order --help lists them.
+const Command kCommands[] = {
+    {"ports", nullptr, 0, 0, "ports takes no words", Command::None, false, PortsJob},
+    {"info", nullptr, 0, 0, "info takes no words", Command::Connect, false, infoJob},
+    {"get", nullptr, 1, -1, "get needs at least one setting", Command::Connect, false, getJob},
+    {"set", nullptr, 1, -1, "set needs at least one setting", Command::Connect, false, setJob},
+    {"save", nullptr, 0, 1, "save takes at most one FILE", Command::Connect, false, saveJob},
+    {"restore", nullptr, 0, 1, "restore takes at most one FILE", Command::Own, false, restoreJob},
+    {"diff", nullptr, 1, 1, "diff takes one FILE", Command::Own, false, diffJob},
+    {"load", &Options::resume, 0, 0, "load --resume takes nothing else", Command::Own, false,
+     ResumeJob},
+    {"load", nullptr, 1, 1, "load takes one FILE.frk or LIST.frl", Command::Own, false, LoadJob},
+    // apply's words are NAME=VALUE or --file, checked with the line (ApplyUsageProblem).
+    {"apply", nullptr, 0, -1, nullptr, Command::Own, false, ApplyJob},
+    {"console", nullptr, 0, 0, "console takes no words", Command::Connect, true, ConsoleJob},
+    {"ir", nullptr, 1, -1, "ir takes code or gen-all", Command::Own, false, IrJob},
+    {"gamma", nullptr, 1, -1, "gamma takes make or export", Command::None, false, GammaJob},
+    {"names", nullptr, 0, 1, "names takes at most one NAME", Command::None, false, NamesJob},
+};
+
+bool wordsFit(const Command& c, const Options& o) {
+    return o.words.size() >= c.fewest && (c.most < 0 || o.words.size() <= c.most);
+}
+
+} // namespace
+
+QStringList CommandNames() {
+    QStringList names;
+    for (const Command& c : kCommands)
+        if (const QString name = QString::fromLatin1(c.name); !names.contains(name)) names << name;
+    return names;
+}
+
+const Command* CommandOf(const Options& o) {
+    for (const Command& c : kCommands)
+        if (o.command == QLatin1String(c.name) && (!c.mode || o.*c.mode)) return &c;
+    return nullptr;
+}
+
+int WrongWords(const Options& o) {
+    const Command* c = CommandOf(o);
+    return rep().fail(kUsage, c && c->wrongWords ? QString::fromLatin1(c->wrongWords)
+                                                 : QStringLiteral("unknown command ") + o.command);
+}
+
+int RunCommand(const Options& o) {
+    const Command* c = CommandOf(o);
+    if (!c) return WrongWords(o);
+    if (!c->wordsOnceConnected && !wordsFit(*c, o)) return WrongWords(o);
+    if (c->device == Command::Connect) {
+        if (const int connected = ConnectForJob(); connected != kDone) return connected;
+        if (c->wordsOnceConnected && !wordsFit(*c, o)) return WrongWords(o);
+    }
+    return c->handler(o);
 }
 
 } // namespace telvo::cli

@@ -13,7 +13,7 @@
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
 #include "link/Driver.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"
@@ -103,23 +103,6 @@ private:
     QByteArray m_bytes;
 };
 
-int resumeJob() {
-    const QString restart = platform::JobFile(QStringLiteral("RestartLoader.txt"));
-    const KeptRestartFile kept(restart);
-    // The start-up's steps before it takes up a cut-off load.
-    PrepareDeviceTables();
-    if (!QFile::exists(restart))
-        return rep().fail(kFileError, QStringLiteral("there is no cut-off load to resume: no ") +
-                                          restart);
-    ui::App().AlertText.clear();
-    Stopped().told.clear();
-    ui::RS& w = ui::rs();
-    w.Check1->setChecked(true);
-    ui::RS_Check1_Click();
-    ui::RS_cmdReStart_Click();
-    return loaded(QStringLiteral("the cut-off load"), true);
-}
-
 // The load's working files go once nothing is left to resume; a cut-off load keeps its list,
 // which RestartLoader.txt counts into.
 struct WorkingFiles {
@@ -135,15 +118,27 @@ struct WorkingFiles {
 
 } // namespace
 
+int ResumeJob(const Options& o) {
+    // What the window's boxes would choose has no place in a load that is taken up again.
+    if (o.saveSettings || o.restoreDefaults) return WrongWords(o);
+    const WorkingFiles working;
+    const QString restart = platform::JobFile(QStringLiteral("RestartLoader.txt"));
+    const KeptRestartFile kept(restart);
+    // The start-up's steps before it takes up a cut-off load.
+    PrepareDeviceTables();
+    if (!QFile::exists(restart))
+        return rep().fail(kFileError, QStringLiteral("there is no cut-off load to resume: no ") +
+                                          restart);
+    ForgetTold();
+    ui::RS& w = ui::rs();
+    w.Check1->setChecked(true);
+    ui::RS_Check1_Click();
+    ui::RS_cmdReStart_Click();
+    return loaded(QStringLiteral("the cut-off load"), true);
+}
+
 int LoadJob(const Options& o) {
     const WorkingFiles working;
-    if (o.resume) {
-        if (!o.words.isEmpty() || o.saveSettings || o.restoreDefaults)
-            return rep().fail(kUsage, QStringLiteral("load --resume takes nothing else"));
-        return resumeJob();
-    }
-    if (o.words.size() != 1)
-        return rep().fail(kUsage, QStringLiteral("load takes one FILE.frk or LIST.frl"));
     if (o.saveSettings && o.restoreDefaults)
         return rep().fail(kUsage, QStringLiteral("--save-settings and --restore-defaults exclude "
                                                  "each other, as the window's boxes do"));
@@ -169,8 +164,7 @@ int LoadJob(const Options& o) {
         p->paths = {file.absoluteFilePath()};
         if (list) p->paths.emplace_back();
     }
-    ui::App().AlertText.clear();
-    Stopped().told.clear();
+    ForgetTold();
     ui::ldr();
     ui::cmdStartLDR_Click();
     return loaded(file.absoluteFilePath(), false);

@@ -66,8 +66,6 @@ void tellOne(const core::CommandRec& rec) {
 } // namespace
 
 int NamesJob(const Options& o) {
-    if (o.words.size() > 1)
-        return rep().fail(kUsage, QStringLiteral("names takes at most one NAME"));
     // The tables of the model and firmware Telvo.ini names, as a run without a device has them.
     ui::ReadIniFile(2);
     const core::CommandTable& commands = ui::Config().Commands;

@@ -7,8 +7,8 @@
 #include "cli/Report.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "platform/PortMap.h"
-#include "platform/SystemPorts.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SystemPorts.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -73,8 +73,6 @@ QString OpenRefusal(int errNumber, const QString& errText, const platform::PortT
 }
 
 int PortsJob(const Options& o) {
-    if (!o.words.isEmpty())
-        return Report::instance().fail(kUsage, QStringLiteral("ports takes no words"));
     ui::SCL& s = ui::scl();
     int opened = 0;
     for (const QString& com : candidates()) {

@@ -1,7 +1,7 @@
 #pragma once
 // Why a port did not open, in words a user can act on; `ports` tells it beside each port.
 
-#include "platform/PortMap.h"
+#include "platform/serial/PortMap.h"
 
 #include <QString>
 

@@ -1,13 +1,13 @@
-// The progress of long jobs, read from what their windows show: a bar redrawn on a terminal,
+// The progress of long jobs, from what the routines report of it: a bar redrawn on a terminal,
 // lines in a pipe.
 #include "cli/Progress.h"
 
 #include "app/Globals.h"
+#include "app/MajorSubs.h"
 #include "cli/CliPlatform.h"
 #include "cli/Report.h"
 #include "firmware/LDR.h"
 #include "ir/IRG.h"
-#include "app/MajorSubs.h"
 
 #include <QFile>
 #include <QTimer>
@@ -22,23 +22,15 @@ QString ProgressLine(int percent, const QString& rate) {
            QStringLiteral("%1%").arg(percent, 3) + QStringLiteral("  ") + rate;
 }
 
-namespace {
-ui::IRG* g_walk = nullptr;
-} // namespace
-
-void WatchGenAll(ui::IRG* window) { g_walk = window; }
-
 QString JobProgress() {
-    if (g_walk && !g_walk->prgGenAll->isHidden())
+    const Heard& h = HeardSoFar();
+    if (h.walk)
         return QStringLiteral("Gen ALL: command %1 of %2, %3 patterns")
-            .arg(g_walk->prgGenAll->value())
-            .arg(g_walk->prgGenAll->maximum())
+            .arg(h.walk->done)
+            .arg(h.walk->total)
             .arg(ui::Ir().ButtonCount);
-    if (!ui::WindowExists("LDR")) return QString();
-    ui::LDR& l = ui::ldr();
-    // The title carries the percentage only while a transfer runs.
-    if (!l.windowTitle().contains(QLatin1Char('%'))) return QString();
-    return ProgressLine(l.prgLoad->value(), l.lblRate->text());
+    if (!h.transfer) return QString();
+    return ProgressLine(h.transfer->percent, h.transfer->text);
 }
 
 QByteArray ReadLogSince(qint64& offset) {
@@ -55,15 +47,34 @@ QByteArray ReadLogSince(qint64& offset) {
     return fresh;
 }
 
+namespace {
+PipeProgress* g_lines = nullptr;
+} // namespace
+
+void TellStep(const QString& text) {
+    if (g_lines) g_lines->step(text);
+}
+
+void TellTransfer(const platform::Progress& progress) {
+    if (g_lines) g_lines->transfer(progress);
+}
+
+void TellTransferEnded() {
+    if (g_lines) g_lines->transferEnded();
+}
+
 PipeProgress::PipeProgress(bool on, QObject* parent) : QObject(parent) {
     if (!on) return;
+    g_lines = this;
     m_timer = new QTimer(this);
     connect(m_timer, &QTimer::timeout, this, &PipeProgress::look);
     m_timer->start(50);
 }
 
 PipeProgress::~PipeProgress() {
-    if (m_timer) look();
+    if (!m_timer) return;
+    look();
+    g_lines = nullptr;
 }
 
 void PipeProgress::tell(const QString& text) {
@@ -75,46 +86,43 @@ void PipeProgress::tell(const QString& text) {
     r.note(r.linePrefix() + text);
 }
 
+void PipeProgress::step(const QString& text) {
+    // The log holds a status with five blanks behind it; of a status of several lines, the lines
+    // so ended are its steps (the last, and any other that ends in five blanks), as a log reader
+    // has always told them.
+    static const QLatin1String kFive("     ");
+    for (QString line : (text + kFive).split(QLatin1Char('\n'))) {
+        while (line.endsWith(QLatin1Char('\r'))) line.chop(1);
+        if (line.endsWith(kFive)) tell(line.trimmed());
+    }
+}
+
+void PipeProgress::transfer(const platform::Progress& progress) {
+    const int tenth = qBound(0, progress.percent, 100) / 10;
+    // The next image of a list starts again from nothing.
+    if (tenth < m_tenth) m_tenth = -1;
+    // Each tenth passed is told, even when one step of the transfer went past more than one.
+    while (m_tenth < tenth) {
+        ++m_tenth;
+        if (m_tenth == 0) m_verified = false;
+        tell(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + progress.text);
+    }
+}
+
+void PipeProgress::transferEnded() { m_tenth = -1; }
+
 void PipeProgress::look() {
-    if (ui::WindowExists("LDR")) {
-        ui::LDR& l = ui::ldr();
-        // The title carries the percentage only while a load runs.
-        const int tenth = l.windowTitle().contains(QLatin1Char('%'))
-                              ? qBound(0, l.prgLoad->value(), 100) / 10
-                              : -1;
-        // The next image of a list starts again from nothing.
-        if (tenth < m_tenth) m_tenth = -1;
-        // Each tenth passed is told, even when the bar went past more than one since the last
-        // look.
-        while (m_tenth < tenth) {
-            ++m_tenth;
-            if (m_tenth == 0) m_verified = false;
-            tell(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + l.lblRate->text());
-        }
-        // The device's verdict comes while the program waits out its reboot, with no status
-        // line of its own: a script that cuts the wait short knows then that the image took.
-        if (!m_verified) {
-            const QString shown = ui::G().ldrText.text();
-            const qsizetype at = shown.lastIndexOf(QLatin1String("Verify OK"));
-            // Told once its line is whole.
-            const qsizetype end = at < 0 ? -1 : shown.indexOf(QLatin1Char('\r'), at);
-            if (end >= 0) {
-                m_verified = true;
-                tell(QStringLiteral("The device verified the image: ") +
-                     shown.mid(at, end - at).trimmed());
-            }
-        }
+    // The device's verdict comes while the program waits out its reboot, with no status line of
+    // its own: a script that cuts the wait short knows then that the image took.
+    if (m_verified || !ui::WindowExists("LDR")) return;
+    const QString shown = ui::G().ldrText.text();
+    const qsizetype at = shown.lastIndexOf(QLatin1String("Verify OK"));
+    // Told once its line is whole.
+    const qsizetype end = at < 0 ? -1 : shown.indexOf(QLatin1Char('\r'), at);
+    if (end >= 0) {
+        m_verified = true;
+        tell(QStringLiteral("The device verified the image: ") + shown.mid(at, end - at).trimmed());
     }
-    // The steps: every status line is written to the log with five blanks behind it, so none
-    // is missed however briefly it stood in its window.
-    m_pending += ReadLogSince(m_offset);
-    const int end = m_pending.lastIndexOf('\n');
-    if (end < 0) return;
-    for (QByteArray line : m_pending.left(end).split('\n')) {
-        while (line.endsWith('\r')) line.chop(1);
-        if (line.endsWith("     ")) tell(QString::fromLocal8Bit(line).trimmed());
-    }
-    m_pending.remove(0, end + 1);
 }
 
 } // namespace telvo::cli

@@ -13,8 +13,8 @@
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/PortMap.h"
+#include "platform/os/AppPath.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 
@@ -99,14 +99,12 @@ void PrepareDeviceTables() {
 
 namespace {
 
-// The last remark the port's backend logged about `address` ("COM1: ADDRESS: Host not found").
-QString loggedNote(const QString& address) {
-    QFile log(ui::LogFilePath());
-    if (!log.open(QIODevice::ReadOnly)) return QString();
+// The last remark the port's backend made about `address` ("COM1: ADDRESS: Host not found").
+QString portNote(const QString& address) {
     const QString mark = address + QStringLiteral(": ");
     QString found;
-    for (const QString& line : QString::fromUtf8(log.readAll()).split(QStringLiteral("\r\n")))
-        if (const qsizetype at = line.indexOf(mark); at >= 0) found = line.mid(at + mark.size());
+    for (const QString& note : HeardSoFar().portNotes)
+        if (const qsizetype at = note.indexOf(mark); at >= 0) found = note.mid(at + mark.size());
     return found;
 }
 
@@ -122,7 +120,7 @@ QString whyNot(const ui::DriverGlobals::PortTry& t, const QString& rateGiven) {
     if (t.openError != 0)
         return name + QStringLiteral(": ") +
                OpenRefusal(t.openError, t.openText, target,
-                           target.kind == platform::PortTarget::Network ? loggedNote(name) : QString());
+                           target.kind == platform::PortTarget::Network ? portNote(name) : QString());
     if (t.silentAt.isEmpty()) return name + QStringLiteral(": opened, but not asked");
     QString text = name + QStringLiteral(": opened, but silent at ") +
                    t.silentAt.join(QStringLiteral(", ")) + QStringLiteral(" baud");

@@ -2,6 +2,7 @@
 
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "cli/CliPlatform.h"
 #include "core/settings/ValueCheck.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
@@ -9,8 +10,6 @@
 #include "settings/SCL.h"
 #include "settings/ValueEntry.h"
 
-#include <QFile>
-#include <QFileInfo>
 
 namespace telvo::cli {
 
@@ -18,25 +17,18 @@ using ui::Config;
 
 namespace {
 
-// Where the log stands before an exchange, so that what went wrong in it can be read after.
-qint64 logMark() { return QFileInfo(ui::LogFilePath()).size(); }
+// How many failed exchanges were reported before an exchange, so that what went wrong in it can
+// be told after.
+qsizetype failureMark() { return HeardSoFar().exchangeFailures.size(); }
 
-// The failure the exchanges since `mark` logged ("Err:" and the error's text, or a time-out),
-// or nothing. A set is followed by its query, so the reply in hand no longer tells.
-QString failureSince(qint64 mark) {
-    QFile f(ui::LogFilePath());
-    if (!f.open(QIODevice::ReadOnly) || !f.seek(mark)) return QString();
-    const QStringList lines = QString::fromUtf8(f.readAll()).split(QStringLiteral("\r\n"));
-    for (int i = 0; i < lines.size(); ++i) {
-        if (lines.at(i).startsWith(QLatin1String("Err:  ")) && i + 1 < lines.size())
-            return lines.at(i + 1).simplified();
-        if (lines.at(i).startsWith(QLatin1String("Transmission Timed Out.")))
-            return lines.at(i).simplified();
-    }
-    return QString();
+// The first failure the exchanges since `mark` reported (the device's error text, or a
+// time-out), or nothing. A set is followed by its query, so the reply in hand no longer tells.
+QString failureSince(qsizetype mark) {
+    const QStringList& failures = HeardSoFar().exchangeFailures;
+    return mark < failures.size() ? failures.at(mark).simplified() : QString();
 }
 
-Reading after(qint64 mark) {
+Reading after(qsizetype mark) {
     const QString why = failureSince(mark);
     if (!why.isEmpty()) return {QString(), why};
     return {ui::FormatAnswer(ui::Link().Reply), QString()};
@@ -65,7 +57,7 @@ QJsonObject SettingFields(const core::CommandRec& rec, const QString& text) {
 }
 
 Reading ReadSetting(int record) {
-    const qint64 mark = logMark();
+    const qsizetype mark = failureMark();
     ui::QueryDevice(Config().Commands.at(record).Cmd);
     return after(mark);
 }
@@ -74,7 +66,7 @@ Reading SendSetting(int record, const QString& value) {
     const core::CommandRec& rec = Config().Commands.at(record);
     ui::SCL& s = ui::scl();
     ui::G().settings.SelectedCmd = qint16(record);
-    const qint64 mark = logMark();
+    const qsizetype mark = failureMark();
     if (rec.IsList) {
         const std::optional<int> row = core::ListRow(rec, value);
         if (!row) return {QString(), rec.Name + QStringLiteral(" has no value ") + value};

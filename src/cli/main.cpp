@@ -9,11 +9,11 @@
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "app/MajorSubs.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 #include "core/text/Classic.h"
-#include "platform/Clock.h"
-#include "platform/PortMap.h"
-#include "platform/Platform.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/PortMap.h"
+#include "platform/dialogs/Platform.h"
 
 #include "DevicePeer.h"
 
@@ -105,6 +105,7 @@ int runOn(const Options& o, const QString& port) {
     ui::ResetSession();
     platform::ResetProgramEnded();
     ClearStopped();
+    ClearHeard();
     const bool device = o.command != QLatin1String("gamma");
     std::unique_ptr<QLockFile> lock;
     if (device) {
@@ -197,8 +198,6 @@ int main(int argc, char** argv) {
     platform::Clock::instance().setVirtual(false);
     platform::PortMap::instance().setPeerFactory(vorix::sim::MakeDefaultPeer);
     platform::InstallPlatform(std::make_unique<CliPlatform>(o.yes));
-    PromptWatcher watcher(o.yes);
-    app.installEventFilter(&watcher);
     {
         // A bar for a person watching; none in a pipe or a log.
         const bool progress = (o.command == QLatin1String("load") || o.command == QLatin1String("ir")) &&
@@ -213,6 +212,8 @@ int main(int argc, char** argv) {
             if (report.exitCode() > 128) break;
         }
         ui::ResetSession();
+        // The windows that reported progress are gone: the bar ends with them.
+        ClearHeard();
     }
     return report.exitCode();
 }

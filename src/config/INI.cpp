@@ -8,7 +8,7 @@
 #include "config/IniLoader.h"
 #include "core/config/IniRewrite.h"
 #include "link/Driver.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 
 #include <QApplication>
 #include <QFile>

@@ -5,9 +5,9 @@
 #include "core/text/MinorSubs.h"
 #include "config/INI.h"
 #include "link/Driver.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -62,7 +62,7 @@ bool CheckIniFile() {
     INI& w = ini();
     w.IniDone = false;
     w.show();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     if (w.IniDone) return true;
     platform::MessageBox(QStringLiteral(
         "INI file could not be initialized or user cancelled initialization"));

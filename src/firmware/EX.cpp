@@ -2,12 +2,13 @@
 
 #include "app/Controls.h"
 #include "app/Globals.h"
+#include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "firmware/Firmware.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QHBoxLayout>
@@ -35,9 +36,7 @@ EX::EX() {
     root->addLayout(boxes);
     auto* row = new QHBoxLayout;
     const auto button = [this, row](const char* name, const QString& caption) {
-        auto* b = new QPushButton(caption, this);
-        b->setObjectName(QString::fromLatin1(name));
-        b->setAccessibleName(caption);
+        auto* b = NamedButton(caption, this, name);
         row->addWidget(b);
         return b;
     };
@@ -86,7 +85,7 @@ bool ShowExitSpeedWindow() {
     EX& w = ex();
     w.show();
     w.raise();
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
     return false;
 }
 

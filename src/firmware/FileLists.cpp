@@ -6,8 +6,8 @@
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
 #include "firmware/LDR.h"
-#include "platform/AppPath.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -62,7 +62,7 @@ qint16 BuildFileList(bool multiple) {
                     platform::MessageBox(
                         QStringLiteral("BuildFileList Multiple Files: Error opening frk file for input") +
                         crlf() + path + crlf() + f.errorString());
-                    return -2;
+                    return core::kNoFileList;
                 }
                 list << core::ParseFileList(f.readAll());
             }
@@ -70,12 +70,14 @@ qint16 BuildFileList(bool multiple) {
         }
     } else {
         const QString path = SelectFirmwareFile(Config().FirmwareDir, QString(), 0);
-        if (path.isEmpty()) return -2;
+        if (path.isEmpty())
+            return core::kNoFileList;
         // The extension isn't looked at here: a list picked in this mode is sent as firmware.
         list << path;
         fw.LastFirmwareFile = path;
     }
-    if (list.isEmpty()) return -2;
+    if (list.isEmpty())
+        return core::kNoFileList;
 
     QFile::remove(platform::JobFile(QStringLiteral("FileList.frl")));
     QSaveFile out(platform::JobFile(QStringLiteral("filelist.frl")));
@@ -84,7 +86,7 @@ qint16 BuildFileList(bool multiple) {
         platform::MessageBox(QStringLiteral("BuildFileList error opening file ") + crlf() +
                              platform::JobFolder() + QStringLiteral("\\filelist.frl") + crlf() +
                              out.errorString());
-        return -2;
+        return core::kNoFileList;
     }
     // The count is a 16-bit number: a longer list is the run-time error of an overflow.
     return core::CInt(double(list.size()));

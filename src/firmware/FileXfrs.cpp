@@ -8,10 +8,10 @@
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QCoreApplication>
@@ -115,7 +115,7 @@ qint16 XfrOneFile() {
 
     if (s.chkNoFWupdate->isChecked()) {
         LogLine(QStringLiteral("Skipping Firmware file transfer, debug is set so exiting"));
-        return 0;
+        return core::kTransferDone;
     }
     const QString name = l.txtFileName->text();
     fw.BytesRemaining = FileSizeOf(name);
@@ -124,7 +124,7 @@ qint16 XfrOneFile() {
     if (name.isEmpty() || !file.open(QIODevice::ReadOnly)) {
         ShowAlertLDR(QStringLiteral("XfrOneFile: Error opening firmware file; ") +
                      (name.isEmpty() ? QStringLiteral("Bad file name or number") : file.errorString()));
-        return -1;
+        return core::kTransferNoFile;
     }
     // A port text without a number ("", "?????") names no port: the control would keep the
     // last one it held, and the image would go where the user never chose.
@@ -132,7 +132,7 @@ qint16 XfrOneFile() {
     if (port < 1) {
         ShowAlertLDR(QStringLiteral("XfrOneFile: No COM port chosen to send the firmware to; '") +
                      s.txtPort->text() + QLatin1Char('\''));
-        return -1;
+        return core::kTransferNoFile;
     }
     wireWatchdog();
     // Flags of an earlier transfer don't end this one.
@@ -194,24 +194,25 @@ qint16 XfrOneFile() {
             link.DeviceTalking = false;
         }
         // The flags in their order of test: the first that holds asks its question.
-        const qint16 code = link.LoaderFailed    ? -2
-                            : link.LoaderAborted ? -3
-                            : fw.LoaderTimedOut  ? -4
-                                                 : 0;
-        if (code != 0) {
+        const qint16 code = link.LoaderFailed    ? core::kTransferFailed
+                            : link.LoaderAborted ? core::kTransferAborted
+                            : fw.LoaderTimedOut  ? core::kTransferTimedOut
+                                                 : core::kTransferDone;
+        if (code != core::kTransferDone) {
             const QString question =
-                code == -2   ? core::TransferFailedText(position)
-                : code == -3 ? core::UserAbortedText(position)
-                             : core::LoaderTimedOutText(s.DeviceModel->text(), position);
+                code == core::kTransferFailed ? core::TransferFailedText(position)
+                : code == core::kTransferAborted
+                    ? core::UserAbortedText(position)
+                    : core::LoaderTimedOutText(s.DeviceModel->text(), position);
             if (!ConfirmOperationLDR(question)) {
-                (code == -2 ? l.lblWait : s.lblWait)->hide();
+                (code == core::kTransferFailed ? l.lblWait : s.lblWait)->hide();
                 return finish(code);
             }
             RestartTransfer();
             l.StartProgress(fw.FileBytes);
         }
     }
-    return finish(0);
+    return finish(core::kTransferDone);
 }
 
 } // namespace telvo::ui

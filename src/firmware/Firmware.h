@@ -2,6 +2,8 @@
 // The firmware loader's routines and module state: file lists, the load sequence, the block
 // transfer and the windows that drive them.
 
+#include "core/firmware/LoadResult.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -42,11 +44,11 @@ DG& dg();
 // Lists.
 QString SelectFirmwareFile(const QString& dir, const QString& title, int mode = 0);
 QString SelectFirmwareFile(const QString& dir); // the title left out
-qint16 BuildFileList(bool multiple);
+qint16 BuildFileList(bool multiple);            // the count of files, or core::kNoFileList
 
 // The block transfer.
 qint32 FileSizeOf(const QString& path);
-qint16 XfrOneFile();
+qint16 XfrOneFile(); // a core::TransferResult
 void RestartTransfer();
 void tmrload_Timer();
 
@@ -54,7 +56,7 @@ void tmrload_Timer();
 void cmdStartSCL_Click();
 void cmdStartLDR_Click();
 bool CheckDeviceReady();
-qint16 StartFirmwareLoad(bool restart);
+qint16 StartFirmwareLoad(bool restart); // a core::LoadResult, as LoadTheFiles
 // StartFirmwareLoad then FinishFirmwareLoad, whatever ends the load (a run-time error too).
 void RunFirmwareLoad(bool restart);
 qint16 LoadTheFiles(bool restart);

@@ -1,8 +1,10 @@
 #include "firmware/LDR.h"
 
+#include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "firmware/Firmware.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -13,16 +15,19 @@ namespace telvo::ui {
 namespace {
 const QString kTitle = QStringLiteral("Vorix Firmware Loader");
 
-QPushButton* button(const char* name, const QString& caption, QWidget* parent) {
-    auto* b = new QPushButton(caption, parent);
-    b->setObjectName(QString::fromLatin1(name));
-    b->setAccessibleName(caption);
-    return b;
-}
-
 QString duration(qint64 seconds) {
     if (seconds < 60) return QStringLiteral("%1 s").arg(seconds);
     return QStringLiteral("%1 min %2 s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
+// The transfer as values, for a platform that shows it other than by the bar and the title.
+void tellProgress(qint64 done, qint64 total, int percent, const QString& text) {
+    platform::Progress p;
+    p.done = done;
+    p.total = total;
+    p.percent = percent;
+    p.text = text;
+    platform::ProgressMade(p);
 }
 } // namespace
 
@@ -81,9 +86,9 @@ LDR::LDR() {
     chkConfirm = new QCheckBox(QStringLiteral("Confirm"), this);
     chkConfirm->setObjectName(QStringLiteral("chkConfirm"));
     chkConfirm->setAccessibleName(QStringLiteral("Confirm"));
-    cmdStart = button("cmdStart", QStringLiteral("Start"), this);
-    cmdReStart = button("cmdReStart", QStringLiteral("Restart"), this);
-    cmdEnd = button("cmdEnd", QStringLiteral("Done"), this);
+    cmdStart = NamedButton(QStringLiteral("Start"), this, "cmdStart");
+    cmdReStart = NamedButton(QStringLiteral("Restart"), this, "cmdReStart");
+    cmdEnd = NamedButton(QStringLiteral("Done"), this, "cmdEnd");
     row->addWidget(CTSled);
     row->addWidget(lblCTS);
     row->addWidget(lblWait);
@@ -100,8 +105,8 @@ LDR::LDR() {
     lblMessage->setObjectName(QStringLiteral("lblMessage"));
     lblMessage->setAccessibleName(QStringLiteral("Status"));
     lblMessage->setWordWrap(true);
-    cmdContinue = button("cmdContinue", QStringLiteral("Continue"), this);
-    cmdCancel = button("cmdCancel", QStringLiteral("Cancel"), this);
+    cmdContinue = NamedButton(QStringLiteral("Continue"), this, "cmdContinue");
+    cmdCancel = NamedButton(QStringLiteral("Cancel"), this, "cmdCancel");
     cmdContinue->hide();
     cmdCancel->hide();
     status->addWidget(lblMessage, 1);
@@ -162,6 +167,7 @@ void LDR::StartProgress(qint64 total) {
     prgLoad->setValue(0);
     lblRate->setText(QStringLiteral("0 / %1 bytes").arg(total));
     setWindowTitle(QStringLiteral("0% - ") + kTitle);
+    tellProgress(0, total, 0, lblRate->text());
 }
 
 void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
@@ -178,8 +184,12 @@ void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
     }
     lblRate->setText(text);
     setWindowTitle(QStringLiteral("%1% - ").arg(percent) + kTitle);
+    tellProgress(done, total, percent, text);
 }
 
-void LDR::EndProgress() { setWindowTitle(kTitle); }
+void LDR::EndProgress() {
+    setWindowTitle(kTitle);
+    platform::ProgressEnded(platform::Progress::Transfer);
+}
 
 } // namespace telvo::ui

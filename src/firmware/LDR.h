@@ -5,7 +5,7 @@
 #include "app/Accessible.h"
 #include "app/Controls.h"
 #include "link/ConsoleBox.h"
-#include "platform/Timer.h"
+#include "platform/clock/Timer.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

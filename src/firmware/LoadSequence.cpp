@@ -14,9 +14,9 @@
 #include "link/Driver.h"
 #include "link/Navigate.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 #include "settings/SaveRestore.h"
 
@@ -128,7 +128,7 @@ void cmdStartSCL_Click() {
     if (skip == 0) {
         DG& w = dg();
         w.show();
-        while (!w.isHidden()) platform::DoEvents();
+        WaitOnWindow(w);
         if (FW().DgCancelled) return;
     }
     ldr().show();
@@ -204,14 +204,14 @@ void RunFirmwareLoad(bool restart) {
         LoadEnded();
         SetState(QStringLiteral("Firmware"));
         Handle([&error] { std::rethrow_exception(error); });
-        code = -2;
+        code = core::kLoadFailed;
     }
     FinishFirmwareLoad(code);
 }
 
 qint16 StartFirmwareLoad(bool restart) {
     SCL& s = scl();
-    qint16 code = 0;
+    qint16 code = core::kLoadDone;
     if (!restart) {
         if (Link().PowerState != QLatin1String("ON")) ConnectDevice();
         if (s.txtCrntSpeed->text() != s.txtxfrspeed->text()) {
@@ -220,17 +220,18 @@ qint16 StartFirmwareLoad(bool restart) {
                                   QStringLiteral(", Setting the ") + model() +
                                   QStringLiteral(" baud rate to 57600"))) {
                 LoadEnded();
-                return -3;
+                return core::kLoadCancelled;
             }
             SetGordaBaudRate(s.txtxfrspeed->text());
         }
         const qint16 built = BuildFileList(App().DebuggerMode);
         FW().RestartIndex = 0;
-        if (built == -1 || built == -2 ||
-            !ConfirmOperation(QStringLiteral("Ready to load selected Firmware")))
-            code = -3;
+        // A list of none (nothing chosen, or unwritable) is a load that never began.
+        if (built < 0 || !ConfirmOperation(QStringLiteral("Ready to load selected Firmware")))
+            code = core::kLoadCancelled;
     }
-    if (code != -3) code = LoadTheFiles(restart);
+    if (code != core::kLoadCancelled)
+        code = LoadTheFiles(restart);
     LoadEnded();
     return code;
 }
@@ -249,7 +250,7 @@ qint16 LoadTheFiles(bool restart) {
         ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening file 'FileList.frl' ") +
                      listFile.errorString());
         buttonsBack();
-        return -1;
+        return core::kLoadNotStarted;
     }
     const QStringList lines = core::ParseFileList(listFile.readAll());
     listFile.close();
@@ -268,7 +269,7 @@ qint16 LoadTheFiles(bool restart) {
             ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening Loader Restart file for output; ") +
                          error);
             buttonsBack();
-            return -1;
+            return core::kLoadNotStarted;
         }
         s.lblWait->show();
         l.txtFileName->setText(core::TrimBlank(lines.at(next++)));
@@ -277,9 +278,10 @@ qint16 LoadTheFiles(bool restart) {
             continue;
         }
         clearLoaderText();
-        qint16 code = 0;
-        if (!restart) code = EnterFirmwareUpdateMode() ? 0 : -5;
-        if (code == 0) {
+        qint16 code = core::kTransferDone;
+        if (!restart)
+            code = EnterFirmwareUpdateMode() ? core::kTransferDone : core::kTransferNoUpdateMode;
+        if (code == core::kTransferDone) {
             SetState(QStringLiteral("OC Loading"));
             code = XfrOneFile();
         }
@@ -290,18 +292,27 @@ qint16 LoadTheFiles(bool restart) {
             return result;
         };
         switch (code) {
-        case 0: break;
-        case -1:
-            return fail(QStringLiteral("Could not set up the file transfer, Problems opening file(s)"), -1);
-        case -2:
-            return fail(QStringLiteral("Device unable to load firmware, possible line problem or corrupt file"), -2);
-        case -3:
-            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"), -2);
-        case -4:
+        case core::kTransferDone:
+            break;
+        case core::kTransferNoFile:
+            return fail(
+                QStringLiteral("Could not set up the file transfer, Problems opening file(s)"),
+                core::kLoadNotStarted);
+        case core::kTransferFailed:
+            return fail(
+                QStringLiteral(
+                    "Device unable to load firmware, possible line problem or corrupt file"),
+                core::kLoadFailed);
+        case core::kTransferAborted:
+            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"),
+                        core::kLoadFailed);
+        case core::kTransferTimedOut:
             return fail(QStringLiteral("Load process timed out during the Firmware load process, "
-                                       "possible line problem or currupt file"), -2);
-        case -5:
-            return fail(QStringLiteral("Could not set the Firmware update mode"), -1);
+                                       "possible line problem or currupt file"),
+                        core::kLoadFailed);
+        case core::kTransferNoUpdateMode:
+            return fail(QStringLiteral("Could not set the Firmware update mode"),
+                        core::kLoadNotStarted);
         default:
             SetState(QStringLiteral("Idle"));
             continue;
@@ -312,7 +323,7 @@ qint16 LoadTheFiles(bool restart) {
             platform::MessageBox(QStringLiteral("LoadTheFiles: error opening file for output") +
                                  crlf() + restartPath() + crlf() + error);
             buttonsBack();
-            return -1;
+            return core::kLoadNotStarted;
         }
         ShowStatusLDR(QStringLiteral("Waiting 10 seconds while ") + model() + QStringLiteral(" reboots"));
         DevicePause(10000);
@@ -320,13 +331,14 @@ qint16 LoadTheFiles(bool restart) {
         ReadFirmware();
         if (fw.RequestAborted) {
             fw.RequestAborted = false;
-            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"), -2);
+            return fail(QStringLiteral("End user selecetd to abort the Firmware load in progress"),
+                        core::kLoadFailed);
         }
         SetState(QStringLiteral("Idle"));
     }
     QFile::remove(restartPath());
     buttonsBack();
-    return 0;
+    return core::kLoadDone;
 }
 
 void FinishFirmwareLoad(qint16 code) {
@@ -338,17 +350,18 @@ void FinishFirmwareLoad(qint16 code) {
                              crlf() + QStringLiteral("A load must be performed now using 'RESTART'"));
     };
     switch (code) {
-    case -2:
+    case core::kLoadFailed:
         if (talking) ShowStatus(QStringLiteral("The Load failed, but the firmware in the device still may be valid."));
         else critical();
         return;
-    case -1:
+    case core::kLoadNotStarted:
         if (talking)
             ShowStatus(QStringLiteral("Load could not start, file problems. The ") + model() +
                        QStringLiteral(" may have to be power cycled"));
         else critical();
         return;
-    case 0: break;
+    case core::kLoadDone:
+        break;
     default: return;
     }
     if (!ConfirmOperation(QStringLiteral("Load complete, Ready to start search for ") + model() +

@@ -10,9 +10,9 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -40,9 +40,7 @@ RS::RS() {
     Text1->setObjectName(QStringLiteral("Text1"));
     Text1->setAccessibleName(Label1->text());
     Label1->setBuddy(Text1);
-    cmdBrowse = new QPushButton(QStringLiteral("Browse"), this);
-    cmdBrowse->setObjectName(QStringLiteral("cmdBrowse"));
-    cmdBrowse->setAccessibleName(cmdBrowse->text());
+    cmdBrowse = NamedButton(QStringLiteral("Browse"), this, "cmdBrowse");
     Label2 = new QLabel(QStringLiteral("Select Select COM Port"), this);
     Label2->setObjectName(QStringLiteral("Label2"));
     List1 = new QListWidget(this);
@@ -53,12 +51,8 @@ RS::RS() {
     Check1 = new QCheckBox(QStringLiteral("Use Existing Restart File"), this);
     Check1->setObjectName(QStringLiteral("Check1"));
     Check1->setAccessibleName(Check1->text());
-    cmdReStart = new QPushButton(QStringLiteral("Restart"), this);
-    cmdReStart->setObjectName(QStringLiteral("cmdReStart"));
-    cmdReStart->setAccessibleName(cmdReStart->text());
-    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
-    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
-    cmdCancel->setAccessibleName(cmdCancel->text());
+    cmdReStart = NamedButton(QStringLiteral("Restart"), this, "cmdReStart");
+    cmdCancel = NamedButton(QStringLiteral("Cancel"), this, "cmdCancel");
     grid->addWidget(Label3, 0, 0, 1, 3);
     grid->addWidget(Label1, 1, 0);
     grid->addWidget(Text1, 1, 1);
@@ -124,7 +118,7 @@ void RS_List1_Click() {
 
 void RS_cmdBrowse_Click() {
     LDR& l = ldr();
-    if (BuildFileList(App().DebuggerMode) != -2) {
+    if (BuildFileList(App().DebuggerMode) != core::kNoFileList) {
         const QString file = FW().LastFirmwareFile;
         G().ldrText.setText(file);
         G().dbgText.setText(file);
@@ -201,7 +195,7 @@ void ShowRestartWindow() {
     w.show();
     w.raise();
     // Shown as a modal window: the caller waits until it is hidden.
-    while (!w.isHidden()) platform::DoEvents();
+    WaitOnWindow(w);
 }
 
 void ResumeCutOffLoad() {

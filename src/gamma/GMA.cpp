@@ -23,12 +23,6 @@ template <typename W> W* named(W* w, const char* objectName, const QString& spok
     return w;
 }
 
-QPushButton* button(QWidget* parent, const char* name, const QString& caption) {
-    auto* b = named(new QPushButton(caption, parent), name, caption);
-    b->setAutoDefault(false);
-    return b;
-}
-
 QLineSeries* series(QChart* chart, const QColor& color) {
     auto* s = new QLineSeries;
     QPen pen(color);
@@ -142,7 +136,7 @@ void GMA::buildControls() {
     Label5->setBuddy(txtDSPgamma);
     chkDSPRef = named(new QCheckBox(QStringLiteral("Use Display Reference Data"), Frame2),
                       "chkDSPRef", QStringLiteral("Use Display Reference Data"));
-    cmdBrowse = button(Frame2, "cmdBrowse", QStringLiteral("Open"));
+    cmdBrowse = NamedButton(QStringLiteral("Open"), Frame2, "cmdBrowse");
     cmdBrowse->hide();
     const QString colors[4] = {QStringLiteral("All"), QStringLiteral("Red"),
                                QStringLiteral("Green"), QStringLiteral("Blue")};
@@ -153,8 +147,8 @@ void GMA::buildControls() {
         opts->addWidget(OptColor[size_t(i)]);
     }
     OptColor[0]->setChecked(true);
-    cmdCompute = button(Frame2, "cmdCompute", QStringLiteral("Compute"));
-    cmdLoad = button(Frame2, "cmdLoad", QStringLiteral("Load"));
+    cmdCompute = NamedButton(QStringLiteral("Compute"), Frame2, "cmdCompute");
+    cmdLoad = NamedButton(QStringLiteral("Load"), Frame2, "cmdLoad");
     f2->addWidget(new QLabel(QStringLiteral("Source Gamma"), Frame2), 0, 0);
     f2->addWidget(txtSG, 0, 1);
     f2->addWidget(Label1, 1, 0);
@@ -170,11 +164,11 @@ void GMA::buildControls() {
     Frame3 = named(new QGroupBox(QStringLiteral("Program Control"), this), "Frame3",
                    QStringLiteral("Program Control"));
     auto* f3 = new QGridLayout(Frame3);
-    cmdNew = button(Frame3, "cmdNew", QStringLiteral("New"));
-    cmdOpen = button(Frame3, "cmdOpen", QStringLiteral("Open"));
-    cmdSave = button(Frame3, "cmdSave", QStringLiteral("Save"));
-    cmdSaveAs = button(Frame3, "cmdSaveAs", QStringLiteral("Save As"));
-    cmdExit = button(Frame3, "cmdExit", QStringLiteral("Done"));
+    cmdNew = NamedButton(QStringLiteral("New"), Frame3, "cmdNew");
+    cmdOpen = NamedButton(QStringLiteral("Open"), Frame3, "cmdOpen");
+    cmdSave = NamedButton(QStringLiteral("Save"), Frame3, "cmdSave");
+    cmdSaveAs = NamedButton(QStringLiteral("Save As"), Frame3, "cmdSaveAs");
+    cmdExit = NamedButton(QStringLiteral("Done"), Frame3, "cmdExit");
     f3->addWidget(cmdNew, 0, 0);
     f3->addWidget(cmdOpen, 0, 1);
     f3->addWidget(cmdSave, 1, 0);
@@ -184,8 +178,8 @@ void GMA::buildControls() {
     frmExport = named(new QGroupBox(QStringLiteral("Export"), this), "frmExport",
                       QStringLiteral("Export"));
     auto* fe = new QHBoxLayout(frmExport);
-    cmdExportCal = button(frmExport, "cmdExportCal", QStringLiteral("ArgyllCMS .cal"));
-    cmdExportCube = button(frmExport, "cmdExportCube", QStringLiteral("1D LUT .cube"));
+    cmdExportCal = NamedButton(QStringLiteral("ArgyllCMS .cal"), frmExport, "cmdExportCal");
+    cmdExportCube = NamedButton(QStringLiteral("1D LUT .cube"), frmExport, "cmdExportCube");
     fe->addWidget(cmdExportCal);
     fe->addWidget(cmdExportCube);
 
@@ -206,8 +200,8 @@ void GMA::buildControls() {
     auto* fg = new QGridLayout(frmGIN);
     txtGIN = named(new QLineEdit(frmGIN), "txtGIN",
                    QStringLiteral("Enter a Name for The Gamma Data"));
-    cmdDir = button(frmGIN, "cmdDir", QStringLiteral("Accept"));
-    cmdCancel = button(frmGIN, "cmdCancel", QStringLiteral("Cancel"));
+    cmdDir = NamedButton(QStringLiteral("Accept"), frmGIN, "cmdDir");
+    cmdCancel = NamedButton(QStringLiteral("Cancel"), frmGIN, "cmdCancel");
     fg->addWidget(txtGIN, 0, 0, 1, 2);
     fg->addWidget(cmdDir, 1, 0);
     fg->addWidget(cmdCancel, 1, 1);

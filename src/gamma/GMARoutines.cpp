@@ -5,10 +5,10 @@
 #include "core/gamma/Evaluate.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/AppPath.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 
 #include <QChart>
 #include <QChartView>

@@ -8,10 +8,10 @@
 #include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Launch.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/os/Launch.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QDir>
@@ -49,6 +49,15 @@ QString converterName() {
 #else
     return QStringLiteral("hex2ccf");
 #endif
+}
+
+// Where the walk stands, for a platform that shows it other than by the bar.
+void tellWalk(const QProgressBar* bar) {
+    platform::Progress p;
+    p.kind = platform::Progress::GenAll;
+    p.done = bar->value();
+    p.total = bar->maximum();
+    platform::ProgressMade(p);
 }
 
 } // namespace
@@ -138,6 +147,7 @@ void IRG::walkRemoteKeys() {
         lstRemote_Click();
         addLircButton(keys.at(i).first);
         prgGenAll->setValue(prgGenAll->value() + 1);
+        tellWalk(prgGenAll);
     }
 }
 
@@ -220,6 +230,7 @@ void IRG::cmdGenAll_Click() {
     prgGenAll->setRange(0, rows + keys);
     prgGenAll->setValue(0);
     prgGenAll->show();
+    tellWalk(prgGenAll);
     cmdCancelAll->show();
     cmdGenAll->setEnabled(false);
     // The walk touches every control once per pattern; the screen shows that state at a frame
@@ -239,6 +250,7 @@ void IRG::cmdGenAll_Click() {
             w->lblError->setMinimumSize(min);
             w->lblError->setMaximumSize(max);
             w->prgGenAll->hide();
+            platform::ProgressEnded(platform::Progress::GenAll);
             w->cmdCancelAll->hide();
             w->cmdGenAll->setEnabled(true);
             w->frmIR->setUpdatesEnabled(true);
@@ -256,6 +268,7 @@ void IRG::cmdGenAll_Click() {
         // gets no button that a media centre could press.
         if (kind == kKindLirc && r.NotInIR) {
             prgGenAll->setValue(keys + row);
+            tellWalk(prgGenAll);
             continue;
         }
         cmdGen->setEnabled(false);
@@ -291,6 +304,7 @@ void IRG::cmdGenAll_Click() {
             }
         }
         prgGenAll->setValue(keys + row);
+        tellWalk(prgGenAll);
     }
     if (kind == kKindLirc && !walkCancelled() &&
         file1->write(m_lirc.conf(LircHeader()).toUtf8()) < 0)

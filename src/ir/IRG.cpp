@@ -7,10 +7,10 @@
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Launch.h"
-#include "platform/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/os/Launch.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QCloseEvent>
@@ -349,13 +349,10 @@ QString IRG::GetSaveFileName(const QString& folder) {
     const QString classic =
         QStringLiteral("Text (*.txt)|*.txt|Pronto HEX (*.hex)|*.hex|Pronto CCF (*.ccf)|*.ccf") +
         QStringLiteral("|LIRC remote (*.conf)|*.conf");
-    // Qt spells "name|pattern|name|pattern" as "name;;name".
-    const QStringList parts = classic.split(u'|');
-    QStringList names;
-    for (qsizetype i = 0; i < parts.size(); i += 2) names << parts[i];
     const QString start = folder.isEmpty() ? platform::AppPath() + QStringLiteral("/*.txt")
                                            : folder + QStringLiteral("*.txt");
-    return platform::SaveFileDialog(title, platform::NativePath(start), names.join(QStringLiteral(";;")));
+    return platform::SaveFileDialog(title, platform::NativePath(start),
+                                    core::DialogFilter(classic));
 }
 
 void IRG::GenerateIR(const QString& form) {
@@ -384,7 +381,7 @@ void IRG::ProduceIR() {
         Pause(100); // the box is seen to blank
     }
     if (optDiscrete->isChecked() ||
-        (optManual->isChecked() && txtFCdec->text() != QLatin1String("8324"))) {
+        (optManual->isChecked() && txtFCdec->text() != QString::number(core::ir::kRemoteCode))) {
         if (chkAbsolute->isChecked())
             GenerateIR(optVAL->isChecked() ? FormValue : FormAbsolute);
         else
@@ -422,8 +419,8 @@ void IRG::optRemote_Click() {
     lstRemote->setCurrentRow(-1);
     Ir().EntryMode = false;
     txtOutput->clear();
-    txtFCdec->setText(QStringLiteral("8324"));
-    txtFChex->setText(ToHex(8324));
+    txtFCdec->setText(QString::number(core::ir::kRemoteCode));
+    txtFChex->setText(ToHex(core::ir::kRemoteCode));
     txtValue->clear();
     lblvalues->hide();
     SetOption(optDec, true);
@@ -437,7 +434,7 @@ void IRG::optManual_Click() {
     lstRemote->setEnabled(false);
     lblvalues->setText(
         QStringLiteral("Enter either a decinal or hex number for the function code ") +
-        QStringLiteral("(8324 Decimal for Remote). ") +
+        QStringLiteral("(%1 Decimal for Remote). ").arg(core::ir::kRemoteCode) +
         QStringLiteral(" Enter a number or character for the value parameter and set the proper "
                        "option (ascii, hex, decimal) based upon the item entered. ") +
         QStringLiteral(" Click 'IR Gen' to produce the desired IR Hex pattern. "));
@@ -555,7 +552,7 @@ void IRG::txtFCdec_Change() {
 
 void IRG::txtFCdec_Commit() {
     const double d = core::Val(txtFCdec->text());
-    if (d > 255 && d != 8324)
+    if (!core::ir::IsFunctionCode(d))
         ShowAlert(kIllegalCode);
     else
         txtFChex->setText(ToHex(core::CLng(d)));
@@ -569,7 +566,8 @@ void IRG::txtFChex_Commit() {
     txtFChex->setText(txtFChex->text().toUpper());
     const qint64 d = core::HexToLong(txtFChex->text());
     txtFCdec->setText(decimalText(d));
-    if (d > 255 && d != 8324) ShowAlert(kIllegalCode);
+    if (!core::ir::IsFunctionCode(double(d)))
+        ShowAlert(kIllegalCode);
 }
 
 // The code shown, to a file: Pronto hex (.txt, the line as the box shows it) or one press as

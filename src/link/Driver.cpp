@@ -10,8 +10,8 @@
 #include "firmware/LDR.h"
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 

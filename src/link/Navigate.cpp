@@ -7,7 +7,7 @@
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {
@@ -34,6 +34,16 @@ double firmwareVersion() {
 
 bool refused() {
     return Mid(Link().Reply, 2, 2) == QLatin1String("02");
+}
+
+// The mode command `cmd`, sent at `rate` (the device is moved there first when it runs at another).
+// True unless the device refused it.
+bool modeCommandAt(const QString& rate, const QString& cmd) {
+    SCL& s = scl();
+    if (s.txtCrntSpeed->text() != rate)
+        SetGordaBaudRate(rate);
+    SetDevice(cmd, QStringLiteral("1"));
+    return !refused();
 }
 } // namespace
 
@@ -66,22 +76,16 @@ bool CommandUpdateMode() {
         return false;
     if (s.chkNoFWupdate->isChecked())
         return true;
-    if (s.txtCrntSpeed->text() != s.txtxfrspeed->text())
-        SetGordaBaudRate(s.txtxfrspeed->text());
-    SetDevice(QStringLiteral("AD"), QStringLiteral("1"));
     // A time-out leaves Reply empty and counts as done: only a refusal falls back to the menu.
-    return !refused();
+    return modeCommandAt(s.txtxfrspeed->text(), QStringLiteral("AD"));
 }
 
 bool CommandRestartMode() {
     SCL& s = scl();
     if (firmwareVersion() < 1.11)
         return false;
-    if (s.txtCrntSpeed->text() != s.txtOrigSpeed->text())
-        SetGordaBaudRate(s.txtOrigSpeed->text());
     // Sent without a wait, so Reply is still empty here.
-    SetDevice(QStringLiteral("AC"), QStringLiteral("1"));
-    return !refused();
+    return modeCommandAt(s.txtOrigSpeed->text(), QStringLiteral("AC"));
 }
 
 bool EnterFirmwareUpdateMode() {

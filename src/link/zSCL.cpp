@@ -10,10 +10,11 @@
 #include "core/link/LinkTiming.h"
 #include "core/link/Protocol.h"
 #include "core/link/Rfc2217.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/LinkLatency.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/PortMap.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {
@@ -45,7 +46,9 @@ void notePowerAndSpeed(const QString& reply) {
 
 void logError(const QString& reply) {
     LogLine(QStringLiteral("Err:  ") + Printable(reply));
-    LogLine(DeviceErrorText(core::ReplyErrorCode(reply)));
+    const QString why = DeviceErrorText(core::ReplyErrorCode(reply));
+    LogLine(why);
+    platform::ExchangeFailed(why);
 }
 
 // Moves the port to the rate of a speed code, to follow a device that changed speed unheard.
@@ -276,7 +279,9 @@ void SendCommand(const QString& type, const QString& data, int retries) {
                 followCode = l.SpeedCodeSent;
             } else {
                 if (K >= R) {
-                    LogLine(QStringLiteral("Transmission Timed Out.  ") + DeviceErrorText(13));
+                    const QString why = QStringLiteral("Transmission Timed Out.  ") + DeviceErrorText(13);
+                    LogLine(why);
+                    platform::ExchangeFailed(why);
                     Pause(100);
                     return;
                 }

@@ -5,9 +5,9 @@
 #include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "core/text/Classic.h"
-#include "platform/CommControl.h"
-#include "platform/Platform.h"
-#include "platform/Priority.h"
+#include "platform/serial/CommControl.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/os/Priority.h"
 #include "settings/SCL.h"
 
 #include <QGridLayout>

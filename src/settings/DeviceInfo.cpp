@@ -8,10 +8,11 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <functional>
+#include <optional>
 
 namespace telvo::ui {
 
@@ -63,8 +64,7 @@ void followOnLoader(const QString& upper) {
 
 template <typename W> void showAndWait(W& window) {
     window.show();
-    while (!window.isHidden())
-        platform::DoEvents();
+    WaitOnWindow(window);
 }
 
 // A data reply ("21") that answers the given command.
@@ -76,6 +76,18 @@ bool answers(const QString& reply, const QString& cmd) {
 QString answerText(const QString& reply) {
     const int length = Hex2Int(Mid(reply, 4, 2)) - 4;
     return Mid(reply, 9, length < 0 ? 0 : length);
+}
+
+// The text the device answers `cmd` with; none, after the user has been shown the `window`
+// (where the value is entered by hand; made only then), when the device gives no such answer.
+template <typename W> std::optional<QString> askDevice(const QString& cmd, W& (*window)()) {
+    QueryDevice(cmd);
+    const QString reply = Link().Reply;
+    if (!answers(reply, cmd)) {
+        showAndWait(window());
+        return std::nullopt;
+    }
+    return answerText(reply);
 }
 
 } // namespace
@@ -91,13 +103,10 @@ void SetState(const QString& word) {
 
 void ReadFirmware() {
     SCL& s = scl();
-    QueryDevice(QStringLiteral("A9"));
-    const QString reply = Link().Reply;
-    if (!answers(reply, QStringLiteral("A9"))) {
-        showAndWait(fwr());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A9"), fwr);
+    if (!answer)
         return;
-    }
-    const QString firmware = answerText(reply);
+    const QString& firmware = *answer;
     if (App().DebuggerMode) {
         s.txtFirmware->setText(firmware);
         return;
@@ -113,13 +122,10 @@ void ReadFirmware() {
 
 void ReadModel() {
     SCL& s = scl();
-    QueryDevice(QStringLiteral("A8"));
-    const QString reply = Link().Reply;
-    if (!answers(reply, QStringLiteral("A8"))) {
-        showAndWait(mdl());
+    const std::optional<QString> answer = askDevice(QStringLiteral("A8"), mdl);
+    if (!answer)
         return;
-    }
-    QString text = answerText(reply);
+    QString text = *answer;
     const qsizetype nul = text.lastIndexOf(QChar(0));
     if (nul >= 0)
         text = text.mid(nul + 1);

@@ -4,6 +4,7 @@
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SaveRestore.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/ValueEntry.h"
 
 #include "app/Controls.h"
@@ -31,12 +32,6 @@ QLineEdit* field(QWidget* parent, const char* name, int width = 70) {
     e->setObjectName(QLatin1String(name));
     e->setFixedWidth(width);
     return e;
-}
-QPushButton* button(const QString& caption, QWidget* parent, const char* name) {
-    auto* b = new QPushButton(caption, parent);
-    b->setObjectName(QLatin1String(name));
-    b->setAutoDefault(false);
-    return b;
 }
 QCheckBox* check(const QString& caption, QWidget* parent, const char* name) {
     auto* c = new QCheckBox(caption, parent);
@@ -96,7 +91,10 @@ SCL::SCL() {
     setObjectName(QStringLiteral("SCL"));
     setWindowTitle(QStringLiteral("Telvo Utility Program"));
     P1 = new platform::CommControl(this);
-    connect(P1, &platform::CommControl::Note, this, [](const QString& text) { WriteLogFile(text); });
+    connect(P1, &platform::CommControl::Note, this, [](const QString& text) {
+        WriteLogFile(text);
+        platform::PortNoted(text);
+    });
     T1 = new platform::Timer(this, 250);
     tmrdelay = new platform::Timer(this);
     tmrmessage = new platform::Timer(this, 250);
@@ -121,7 +119,7 @@ void SCL::build() {
     txtOrigSpeed = field(Frame2, "txtOrigSpeed");
     txtCrntSpeed = field(Frame2, "txtCrntSpeed");
     txtxfrspeed = field(Frame2, "txtxfrspeed");
-    cmdOpen = button(QStringLiteral("Connect"), Frame2, "cmdOpen");
+    cmdOpen = NamedButton(QStringLiteral("Connect"), Frame2, "cmdOpen", Spoken::Text);
     {
         auto* g = new QGridLayout(Frame2);
         Label2 = caption(QStringLiteral("Com Port"), lstPort, "Label2");
@@ -142,8 +140,8 @@ void SCL::build() {
 
     // Device settings.
     Frame3 = frame(QStringLiteral("Device Settings"), this, "Frame3");
-    cmdSave = button(QStringLiteral("Save"), Frame3, "cmdSave");
-    cmdRestore = button(QStringLiteral("Restore"), Frame3, "cmdRestore");
+    cmdSave = NamedButton(QStringLiteral("Save"), Frame3, "cmdSave", Spoken::Text);
+    cmdRestore = NamedButton(QStringLiteral("Restore"), Frame3, "cmdRestore", Spoken::Text);
     DeviceModel = new QLabel(QStringLiteral("Vorix"), Frame3);
     DeviceModel->setObjectName(QStringLiteral("DeviceModel"));
     DeviceModel->setStyleSheet(QStringLiteral("font-weight: bold; font-size: 14pt"));
@@ -163,12 +161,12 @@ void SCL::build() {
 
     // Support tools; the debugger's three sit after Support, Adv last.
     Frame4 = frame(QStringLiteral("Vorix Support Tools"), this, "Frame4");
-    cmdStart = button(QStringLiteral(" Loader"), Frame4, "cmdStart");
-    cmdDecodeIR = button(QStringLiteral("IR Tool"), Frame4, "cmdDecodeIR");
-    cmdSupport = button(QStringLiteral("Support"), Frame4, "cmdSupport");
-    cmdDebugger = button(QStringLiteral(" Debug"), Frame4, "cmdDebugger");
-    cmdGamma = button(QStringLiteral("Gamma"), Frame4, "cmdGamma");
-    cmdAdvanced = button(QStringLiteral("Adv"), Frame4, "cmdAdvanced");
+    cmdStart = NamedButton(QStringLiteral(" Loader"), Frame4, "cmdStart", Spoken::Text);
+    cmdDecodeIR = NamedButton(QStringLiteral("IR Tool"), Frame4, "cmdDecodeIR", Spoken::Text);
+    cmdSupport = NamedButton(QStringLiteral("Support"), Frame4, "cmdSupport", Spoken::Text);
+    cmdDebugger = NamedButton(QStringLiteral(" Debug"), Frame4, "cmdDebugger", Spoken::Text);
+    cmdGamma = NamedButton(QStringLiteral("Gamma"), Frame4, "cmdGamma", Spoken::Text);
+    cmdAdvanced = NamedButton(QStringLiteral("Adv"), Frame4, "cmdAdvanced", Spoken::Text);
     {
         // Two rows of three: the debugger's row folds away when its buttons are hidden.
         auto* g = new QGridLayout(Frame4);
@@ -183,7 +181,7 @@ void SCL::build() {
     Frame5 = frame(QStringLiteral("Termination"), this, "Frame5");
     chkSaveRestore = check(QStringLiteral("Save Settings"), Frame5, "chkSaveRestore");
     chkDefaults = check(QStringLiteral("Restore Defaults"), Frame5, "chkDefaults");
-    cmdEnd = button(QStringLiteral("Exit"), Frame5, "cmdEnd");
+    cmdEnd = NamedButton(QStringLiteral("Exit"), Frame5, "cmdEnd", Spoken::Text);
     {
         auto* row = new QHBoxLayout(Frame5);
         auto* checks = new QVBoxLayout;
@@ -195,7 +193,8 @@ void SCL::build() {
 
     // Operation and options.
     Frame6 = frame(QStringLiteral("Operation and Options"), this, "Frame6");
-    cmdRefreshAll = button(QStringLiteral("Get Current State"), Frame6, "cmdRefreshAll");
+    cmdRefreshAll =
+        NamedButton(QStringLiteral("Get Current State"), Frame6, "cmdRefreshAll", Spoken::Text);
     chkConfirm = check(QStringLiteral("Confirm "), Frame6, "chkConfirm");
     chkSim = check(QStringLiteral("Simulate"), Frame6, "chkSim");
     chkNoFWupdate = check(QStringLiteral("No Firmware Update"), Frame6, "chkNoFWupdate");
@@ -240,11 +239,11 @@ void SCL::build() {
     lstPreset = new QListWidget(FrameTop);
     lstPreset->setMaximumHeight(110);
     lstPreset->setObjectName(QStringLiteral("lstPreset"));
-    cmdSaveAs = button(QStringLiteral("Save As"), FrameTop, "cmdSaveAs");
+    cmdSaveAs = NamedButton(QStringLiteral("Save As"), FrameTop, "cmdSaveAs", Spoken::Text);
     lstProfile = new QListWidget(FrameMid);
     lstProfile->setMaximumHeight(110);
     lstProfile->setObjectName(QStringLiteral("lstProfile"));
-    cmdSaveAs2 = button(QStringLiteral("Save As"), FrameMid, "cmdSaveAs2");
+    cmdSaveAs2 = NamedButton(QStringLiteral("Save As"), FrameMid, "cmdSaveAs2", Spoken::Text);
     optDigital = new QRadioButton(QStringLiteral("Digital (HDMI)"), FrameMid);
     optDigital->setObjectName(QStringLiteral("optDigital"));
     optAnalog = new QRadioButton(QStringLiteral("Analog (BNC)"), FrameMid);
@@ -354,8 +353,8 @@ void SCL::build() {
     lblMessage->setAccessibleName(QStringLiteral("Status"));
     lblMessage->setMinimumHeight(36);
     lblMessage->setWordWrap(true);
-    cmdContinue = button(QStringLiteral("Continue"), status, "cmdContinue");
-    cmdCancel = button(QStringLiteral("Cancel"), status, "cmdCancel");
+    cmdContinue = NamedButton(QStringLiteral("Continue"), status, "cmdContinue", Spoken::Text);
+    cmdCancel = NamedButton(QStringLiteral("Cancel"), status, "cmdCancel", Spoken::Text);
     cmdContinue->hide();
     cmdCancel->hide();
     statusRow->addWidget(lblMessage, 1);

@@ -4,8 +4,8 @@
 #include "app/Accessible.h"
 #include "app/Controls.h"
 #include "app/LogView.h"
-#include "platform/CommControl.h"
-#include "platform/Timer.h"
+#include "platform/serial/CommControl.h"
+#include "platform/clock/Timer.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -13,7 +13,7 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/AppPath.h"
+#include "platform/os/AppPath.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"
 

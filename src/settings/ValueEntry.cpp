@@ -7,7 +7,7 @@
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/Platform.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"
 

@@ -11,10 +11,10 @@
 #include "core/support/url_helper.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/AppPath.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/Shell.h"
+#include "platform/os/AppPath.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/os/Shell.h"
 #include "settings/SCL.h"
 
 #include <QDir>

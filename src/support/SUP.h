@@ -2,7 +2,7 @@
 // "Support and Update": the firmware files on the web for the connected model, their download
 // into the firmware folder, release notes, and key web sites in the browser.
 
-#include "platform/Timer.h"
+#include "platform/clock/Timer.h"
 
 #include <QCheckBox>
 #include <QGroupBox>

@@ -5,10 +5,10 @@
 
 #include "app/MajorSubs.h"
 #include "core/support/url_helper.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/Shell.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/os/Shell.h"
 
 #include <QNetworkReply>
 #include <QNetworkRequest>

@@ -117,8 +117,7 @@ class Fleet(unittest.TestCase):
         cls.env = dict(os.environ, ANSIBLE_COLLECTIONS_PATH=cls.collections,
                        ANSIBLE_STDOUT_CALLBACK='json', ANSIBLE_LOCAL_TEMP=os.path.join(cls.work, 'tmp'),
                        ANSIBLE_HOME=os.path.join(cls.work, 'ansible-home'),
-                       ANSIBLE_RETRY_FILES_ENABLED='0', ANSIBLE_NOCOLOR='1',
-                       LSAN_OPTIONS='suppressions=' + os.path.join(ARGS.source, 'tests', 'lsan.supp'))
+                       ANSIBLE_RETRY_FILES_ENABLED='0', ANSIBLE_NOCOLOR='1')
         for dev in cls.sims.values():
             assert dev.path.startswith('/dev/'), 'vorix-sim did not start'
 

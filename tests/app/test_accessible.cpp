@@ -2,8 +2,8 @@
 // their events, alerts marked as alerts, captions that rename their controls, prompts that take
 // the keyboard, and the Details box read line by line.
 
-#include "firmware/LoaderFixture.h"
-#include "settings/SettingsFixture.h"
+#include "common/LoaderFixture.h"
+#include "common/SettingsFixture.h"
 
 #include "app/MajorSubs.h"
 #include "firmware/Firmware.h"

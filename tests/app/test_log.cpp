@@ -1,14 +1,16 @@
 // The log, the status line, alerts and prompts: what the user sees and what the file keeps.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "core/log/LogLines.h"
 #include "app/MajorSubs.h"
 #include "config/IniLoader.h"
 #include "firmware/LDR.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 #include <QTest>
+#include <QWidget>
 
 using namespace telvo;
 
@@ -198,6 +200,104 @@ TEST_F(Log, BeepTimesOneIsOneBeepWithoutPause) {
     ui::BeepTimes(0);
     EXPECT_EQ(scripted->beeps, 2);
     EXPECT_EQ(platform::Clock::instance().nowUs(), start);
+}
+
+// A platform with no person at a window: it hears the routines' prompts, status lines and
+// progress as values, and answers every prompt at once.
+class Reporting : public platform::ScriptedPlatform {
+public:
+    platform::PromptAnswer AnswerPrompt(const platform::Prompt& p) override {
+        prompts.push_back(p);
+        return platform::PromptAnswer::Continue;
+    }
+    void StatusShown(const QString& text, bool alert) override {
+        statuses << (alert ? QStringLiteral("alert: ") : QString()) + text;
+    }
+    void ProgressMade(const platform::Progress& p) override { progress.push_back(p); }
+    void ProgressEnded(platform::Progress::Kind kind) override { ended.push_back(kind); }
+    void WindowWaits(const QString& title) override { waits << title; }
+
+    std::vector<platform::Prompt> prompts;
+    QStringList statuses;
+    std::vector<platform::Progress> progress;
+    std::vector<platform::Progress::Kind> ended;
+    QStringList waits;
+};
+
+class Reports : public Log {
+protected:
+    void SetUp() override {
+        Log::SetUp();
+        auto r = std::make_unique<Reporting>();
+        rep = r.get();
+        scripted = rep;
+        platform::InstallPlatform(std::move(r));
+    }
+    Reporting* rep = nullptr;
+};
+
+TEST_F(Reports, PromptsReachThePlatformAsKindAndWordsAndItsContinueEndsTheWait) {
+    s().chkConfirm->setChecked(true);
+    // No one clicks: the platform's answer alone ends each wait.
+    EXPECT_TRUE(ui::ConfirmOperation(QStringLiteral("Load now")));
+    ui::Breakpoint(QStringLiteral("step 3"));
+    EXPECT_TRUE(ui::ConfirmOperationLDR(QStringLiteral("Start")));
+    ui::BreakpointLDR(QStringLiteral("block 7"));
+    ASSERT_EQ(rep->prompts.size(), 4U);
+    const std::pair<platform::Prompt::Kind, QString> want[] = {
+        {platform::Prompt::Confirm, QStringLiteral("Load now")},
+        {platform::Prompt::Breakpoint, QStringLiteral("step 3")},
+        {platform::Prompt::Confirm, QStringLiteral("Start")},
+        {platform::Prompt::Breakpoint, QStringLiteral("block 7")}};
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(rep->prompts[i].kind, want[i].first) << i;
+        EXPECT_EQ(rep->prompts[i].text, want[i].second) << i;
+    }
+    EXPECT_TRUE(s().cmdContinue->isHidden());
+    EXPECT_TRUE(s().cmdCancel->isHidden());
+    EXPECT_TRUE(ui::ldr().cmdContinue->isHidden());
+    // The window and the log say what they always said.
+    EXPECT_EQ(readHomeFile(QStringLiteral("LogFile.txt")),
+              QByteArray("\r\nBreakpoint: step 3\r\n\r\nBreakpoint: block 7\r\n"));
+}
+
+TEST_F(Reports, StatusLinesAndAlertsReachThePlatformAsTheRoutineGaveThem) {
+    ui::ShowStatus(QStringLiteral("Checking Com Port COM1"), 1);
+    ui::ShowStatusLDR(QStringLiteral("Sending"));
+    ui::ShowAlert(QStringLiteral("Could not Power up the Gorda"));
+    EXPECT_EQ(rep->statuses, (QStringList{QStringLiteral("Checking Com Port COM1"), QStringLiteral("Sending"),
+                                          QStringLiteral("alert: Could not Power up the Gorda")}));
+}
+
+TEST_F(Reports, TheTransferReachesThePlatformAsNumbersAndItsEnd) {
+    ui::LDR& l = ui::ldr();
+    l.StartProgress(16000);
+    l.ShowProgress(6720, 16000, 1179);
+    l.EndProgress();
+    ASSERT_EQ(rep->progress.size(), 2U);
+    EXPECT_EQ(rep->progress[0].kind, platform::Progress::Transfer);
+    EXPECT_EQ(rep->progress[0].percent, 0);
+    EXPECT_EQ(rep->progress[0].text, QStringLiteral("0 / 16000 bytes"));
+    EXPECT_EQ(rep->progress[1].done, 6720);
+    EXPECT_EQ(rep->progress[1].total, 16000);
+    EXPECT_EQ(rep->progress[1].percent, 42);
+    EXPECT_EQ(rep->progress[1].text, QStringLiteral("6720 / 16000 bytes, 5700 B/s, 2 s left"));
+    EXPECT_EQ(rep->progress[1].text, l.lblRate->text());
+    EXPECT_EQ(rep->ended, std::vector<platform::Progress::Kind>{platform::Progress::Transfer});
+}
+
+TEST_F(Reports, AWindowWaitedOnIsToldByItsTitleBeforeTheWait) {
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Firmware Request"));
+    window.show();
+    bool toldBefore = false;
+    at(300, [&] {
+        toldBefore = rep->waits == QStringList{QStringLiteral("Firmware Request")};
+        window.hide();
+    });
+    ui::WaitOnWindow(window);
+    EXPECT_TRUE(toldBefore);
+    EXPECT_EQ(rep->waits, QStringList{QStringLiteral("Firmware Request")});
 }
 
 } // namespace

@@ -1,13 +1,13 @@
 // The start-up in its order, the command-line words, and the ways out.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Main.h"
 #include "config/FP.h"
 #include "config/INI.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QDir>

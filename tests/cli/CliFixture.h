@@ -2,10 +2,10 @@
 // telvo-cli against vorix-sim processes on pseudo-terminals, in a program folder of the test's
 // own: the fixture of the command line's end-to-end tests.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
-#include "link/SimProcess.h"
+#include "common/CliRun.h"
+#include "common/SimProcess.h"
 
 #include "cli/Session.h"
 
@@ -37,23 +37,7 @@ protected:
         // A reply may be slow on a busy machine.
         if (!system.join(QLatin1Char('\n')).contains(QLatin1String("Time Out")))
             system << QStringLiteral("Time Out = 1500");
-        QByteArray out;
-        for (QByteArray line : sampleIni().split('\n')) {
-            if (line.endsWith('\r')) line.chop(1);
-            const QString key = QString::fromLatin1(line.left(line.indexOf('=')))
-                                    .remove(QLatin1Char(' '))
-                                    .toUpper();
-            bool replaced = false;
-            for (const QString& s : system)
-                if (line.contains('=') &&
-                    s.left(s.indexOf(QLatin1Char('='))).remove(QLatin1Char(' ')).toUpper() == key)
-                    replaced = true;
-            if (replaced) continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]")
-                for (const QString& l : system) out += l.toLatin1() + "\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
+        RunFixture::writeIni(system);
     }
     // The command line's Telvo.ini with one line replaced; a range wider than the device's lets
     // a value reach the device, which refuses it.
@@ -75,11 +59,6 @@ protected:
     CliResult cli(const QStringList& args) { return RunCli(home(), args); }
     CliResult on(SimProcess& dev, const QStringList& args) {
         return cli(QStringList{QStringLiteral("--port"), dev.path()} + args);
-    }
-    bool traceHas(SimProcess& p, const QString& text) {
-        for (const QString& l : p.trace())
-            if (l.contains(text)) return true;
-        return false;
     }
     QStringList hostFrames(SimProcess& dev) {
         QStringList out;
@@ -122,7 +101,7 @@ protected:
         StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("load"), file});
         return waitFor([&] {
             return QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))) &&
-                   traceHas(dev, QStringLiteral("boot loader at"));
+                   dev.traceHas(QStringLiteral("boot loader at"));
         });
     }
 

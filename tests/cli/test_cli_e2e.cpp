@@ -1,7 +1,7 @@
 // telvo-cli as a program, against vorix-sim processes on pseudo-terminals: every command's
 // output, every exit code, --json parsed back, prompts, --trace and several ports in one run.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "CliFixture.h"
 
@@ -308,8 +308,8 @@ TEST_F(CliEndToEnd, ConsoleSendsEachLineAndShowsTheDebuggersAnswers) {
     EXPECT_TRUE(r.out.contains(">ver\r\n1.24\r\n>")) << r.out.toStdString();
     EXPECT_TRUE(r.out.contains(">model\r\nVorix Gorda\r\n>")) << r.out.toStdString();
     // Opened with "debug" and closed again, as the window's ON and Exit do.
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("debugger on")));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("debugger off")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("debugger on")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("debugger off")));
     EXPECT_EQ(on(dev, {QStringLiteral("console"), QStringLiteral("now")}).exit, 2);
 }
 
@@ -360,7 +360,7 @@ TEST_F(CliLoad, ImageLoadsAndTheDeviceRunsIt) {
     ASSERT_EQ(r.objects().size(), 1);
     EXPECT_EQ(r.objects().first().value(QStringLiteral("firmware")).toString(),
               QStringLiteral("2.81"));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
     // Standard error is no terminal here: lines, no bar redrawn in place.
     EXPECT_FALSE(r.err.contains('\r'));
@@ -374,8 +374,8 @@ TEST_F(CliLoad, ListLoadsEachImageInTurn) {
     writeHomeFile(QStringLiteral("two.frl"), (a + QStringLiteral("\r\n") + b + QStringLiteral("\r\n")).toUtf8());
     const CliResult r = on(dev, {QStringLiteral("load"), homeFile(QStringLiteral("two.frl"))});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.91")));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.92")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.91")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.92")));
     EXPECT_EQ(r.lines().value(0).section(QStringLiteral("; "), 1),
               QStringLiteral("the firmware is now 2.92"));
 }
@@ -416,13 +416,13 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
                   home() + QStringLiteral(" --port ") + dev.path() +
                   QStringLiteral(" load --resume\" to finish the load"));
     EXPECT_EQ(readFile(portFile(dev, QStringLiteral("RestartLoader.txt"))), QByteArray("COM1,19200,57600,0\r\n"));
-    EXPECT_FALSE(traceHas(dev, QStringLiteral("Verify OK")));
+    EXPECT_FALSE(dev.traceHas(QStringLiteral("Verify OK")));
 
     const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
     ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
     EXPECT_EQ(resumed.lines(),
               QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.80")});
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.80")));
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
 }
 

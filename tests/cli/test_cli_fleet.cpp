@@ -207,7 +207,7 @@ TEST_F(CliFleet, CtrlCDuringThreeLoadsKeepsEachRestartFileAndEachResumes) {
     ASSERT_TRUE(waitFor([&] {
         for (SimProcess* d : devs)
             if (!QFile::exists(portFile(*d, QStringLiteral("RestartLoader.txt"))) ||
-                !traceHas(*d, QStringLiteral("boot loader at")))
+                !d->traceHas(QStringLiteral("boot loader at")))
                 return false;
         return true;
     }));

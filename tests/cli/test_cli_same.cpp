@@ -1,14 +1,14 @@
 // The same job through the windows and through telvo-cli, each against a fresh vorix-sim on a
 // pseudo-terminal: the device hears byte for byte the same frames and the same files are written.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
+#include "common/CliRun.h"
 #include "app/Main.h"
 #include "cli/Session.h"
 #include "firmware/LDR.h"
 #include "ir/IRG.h"
-#include "link/SimProcess.h"
+#include "common/SimProcess.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -29,9 +29,7 @@ protected:
         if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
             GTEST_SKIP() << "vorix-sim or telvo-cli not built";
         // A reply may be slow on a busy machine; both runs wait as long for it.
-        QByteArray ini = sampleIni();
-        ini.replace("Time Out = 250", "Time Out = 1500");
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+        writeIni({QStringLiteral("Time Out = 1500")});
         ASSERT_TRUE(m_cliHome.isValid());
         QFile::copy(homeFile(QStringLiteral("Telvo.ini")), cliFile(QStringLiteral("Telvo.ini")));
     }
@@ -49,8 +47,7 @@ protected:
     }
     // The windows' run: the start-up on `dev`, then `job`; breakpoints are clicked away.
     void throughWindows(SimProcess& dev, const std::function<void()>& job) {
-        qputenv("TELVO_PORTS", dev.path().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({dev.path()});
         ui::Main();
         ASSERT_EQ(ui::scl().txtState->text(), QStringLiteral("Powered"));
         QTimer answer;

@@ -3,10 +3,10 @@
 // anything goes on the wire (the emulator's frame trace), the device behind a port and why a
 // port is refused, and the lines a load prints into a pipe.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "CliRun.h"
-#include "link/SimProcess.h"
+#include "common/CliRun.h"
+#include "common/SimProcess.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -25,9 +25,7 @@ protected:
         if (!QFile::exists(SimBinary()) || !QFile::exists(CliBinary()))
             GTEST_SKIP() << "vorix-sim or telvo-cli not built";
         // A reply may be slow on a busy machine.
-        QByteArray ini = sampleIni();
-        ini.replace("Time Out = 250", "Time Out = 1500");
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+        writeIni({QStringLiteral("Time Out = 1500")});
     }
     void TearDown() override {
         RunFixture::TearDown();

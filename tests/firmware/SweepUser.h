@@ -3,13 +3,13 @@
 // real process killed over a pseudo-terminal): the cases, the user's own settings on the device,
 // the program's ini, and the scripted user who starts the program and takes what it offers.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/FWR.h"
 #include "config/modRegistry.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 
 #include <string>
 #include <vector>
@@ -135,18 +135,8 @@ protected:
         qputenv("TELVO_REGISTRY_FILE", homeFile(QStringLiteral("registry.ini")).toUtf8());
         ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
                      QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
-        QByteArray out;
-        for (const QByteArray& raw : sampleIni().split('\n')) {
-            QByteArray line = raw;
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') && (key == "MAXPORTS" || key == "AUTOSTART" || key == "CONFIRMOPERATIONS"))
-                continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]")
-                out += "Max Ports = 1\r\nAuto Start = True\r\nConfirm Operations = True\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
+        writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+                  QStringLiteral("Confirm Operations = True")});
     }
 
     // The user: Continue at each prompt and stop of both windows (except at `holdAt`, where the

@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
 }
 
-#include "../fuzz/FuzzCorpus.h"
+#include "common/FuzzCorpus.h"
 
 #ifndef TELVO_LIBFUZZER
 int main() {

@@ -8,9 +8,9 @@
 // SWEEP=full runs every case (make sweep); without it a short subset runs (make test).
 
 #include "SweepUser.h"
+#include "common/EmulatedDevice.h"
 
 #include "Device.h"
-#include "DevicePeer.h"
 #include "Firmware.h"
 
 #include <cstdio>
@@ -19,7 +19,6 @@ using namespace telvo;
 using namespace telvo::test;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
-using vorix::sim::DevicePeer;
 
 namespace {
 
@@ -57,7 +56,7 @@ protected:
     }
     void TearDown() override {
         LoaderFixture::TearDown();
-        m_peer.reset();
+        m_device.reset();
     }
     const Case& sweepCase() const override { return GetParam(); }
     bool deviceShowsLoader() override { return dev().mode() == Device::Mode::Loader; }
@@ -69,13 +68,9 @@ protected:
         QString error;
         vorix::sim::ParseDeviceOptions({QStringLiteral("--settings"), SweepUserSettingsWords()}, o, &error);
         if (GetParam().cut == Cut::Line) o.faults.cutAtImageByte = GetParam().byte;
-        m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
-            core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
-        platform::PortMap::instance().attachPeer(1, m_peer.get());
-        line(1)->setPacing(true);
-        return m_peer->device();
+        return m_device.attach(sampleIni(), o);
     }
-    Device& dev() { return m_peer->device(); }
+    Device& dev() { return m_device.device(); }
     bool userSettingsBack() {
         m_found.clear();
         return SweepUserSettingsBack([this](const QByteArray& key) { return dev().settings().heldValue(key); },
@@ -127,7 +122,7 @@ protected:
         }
     }
 
-    std::unique_ptr<DevicePeer> m_peer;
+    EmulatedDevice m_device;
 };
 
 // A recovery still waiting after an hour of the device's time is hung.
@@ -144,12 +139,13 @@ TEST_P(Sweep, CutAndRecovered) {
     const qint64 cutAtMs = platform::Clock::instance().nowMs();
 
     // A cable cut is mended by switching the device off and on, as its manual says.
-    if (c.cut == Cut::Line) m_peer->powerCycle();
+    if (c.cut == Cut::Line)
+        m_device.peer().powerCycle();
     start(c.bootLoader ? QStringLiteral("BootLoader") : QString(), kHangMs);
     // Not found (left at the transfer speed on its old firmware): off and on, and start again.
     const QString state = ui::App().DeviceState;
     if (!running() && (state == QLatin1String("NOT CONNECTED") || state == QLatin1String("?????"))) {
-        m_peer->powerCycle();
+        m_device.peer().powerCycle();
         start(QString(), kHangMs);
     }
     // The device still on its old firmware (the cut came before the loader): the user loads again.

@@ -13,8 +13,8 @@
 #include "SweepUser.h"
 
 #include "Firmware.h"
-#include "link/SimProcess.h"
-#include "platform/DoEvents.h"
+#include "common/SimProcess.h"
+#include "platform/clock/DoEvents.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

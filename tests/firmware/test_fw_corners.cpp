@@ -1,13 +1,13 @@
 // The loader's corners: a damaged restart index, a restart without a port, a run-time error
 // inside a load, the restart window's box, the transfer's flags, and the save before a load.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Tools.h"
 #include "core/config/IniFile.h"
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 #include "settings/SaveRestore.h"

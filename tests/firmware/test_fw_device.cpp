@@ -2,7 +2,7 @@
 // update command, the boot loader's banner, page stalls with CTS, the verdict and the reboot;
 // and a load cut off mid-image, taken up again from RestartLoader.txt at the next start.
 
-#include "DeviceFixture.h"
+#include "common/DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -12,9 +12,9 @@
 #include "config/IniLoader.h"
 #include "core/config/IniFile.h"
 #include "firmware/RS.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/DoEvents.h"
 
 using namespace telvo;
 using namespace telvo::test;
@@ -247,7 +247,7 @@ TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
     ui::ReadIniFile(2);
     prepare();
     ui::Link().PowerState.clear();
-    m_peer->powerCycle();
+    m_device.peer().powerCycle();
     ui::scl().chkSaveRestore->setChecked(false); // this run's user did not tick it
     goOnAtEachStop();
     restartFromFileAtStart(50);

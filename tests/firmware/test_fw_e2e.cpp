@@ -2,15 +2,15 @@
 // on the wall clock. The program's drain waits follow the line's rate, and the emulator takes
 // bytes only as fast as its UART would, and none while it writes a page.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
 #include "firmware/RS.h"
-#include "link/DeviceScript.h"
-#include "link/Ser2Net.h"
-#include "link/SimProcess.h"
+#include "common/DeviceScript.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -36,28 +36,17 @@ protected:
         qunsetenv("TELVO_PORTS");
         platform::Clock::instance().setVirtual(true);
     }
+    // The sample Telvo.ini on one port found at start-up.
     void writeIni() {
-        QByteArray out;
-        for (const QByteArray& raw : sampleIni().split('\n')) {
-            QByteArray line = raw;
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') &&
-                (key == "PORT" || key == "BAUD" || key == "MAXPORTS" || key == "AUTOSTART" ||
-                 key == "CONFIRMOPERATIONS"))
-                continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]") out += "Max Ports = 1\r\nAuto Start = True\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
+        RunFixture::writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True")},
+                             kPortAndStartKeys);
     }
     SimProcess& sim(const QStringList& options) {
         QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
         args << options;
         m_sims.push_back(std::make_unique<SimProcess>(home(), QStringLiteral("dev"), args));
         SimProcess& p = *m_sims.back();
-        qputenv("TELVO_PORTS", p.path().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({p.path()});
         return p;
     }
     QString image(const QString& name, const QString& version, qint64 size) {
@@ -66,11 +55,6 @@ protected:
                               version, QStringLiteral("--size"), QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
-    }
-    bool traceHas(SimProcess& p, const QString& text) {
-        for (const QString& l : p.trace())
-            if (l.contains(text)) return true;
-        return false;
     }
     std::vector<std::unique_ptr<SimProcess>> m_sims;
 };
@@ -128,8 +112,8 @@ TEST_F(LoadEndToEnd, FailureWordsMidImageThenTheRestartSucceeds) {
     answerPrompt(true, nullptr, 100);
     ui::ldr().cmdStart->click();
     EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.75"));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Failure")));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.75")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Failure")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.75")));
     bool asked = false;
     for (const QString& l : logLines()) asked |= l.startsWith(QStringLiteral("Transfer Failed, "));
     EXPECT_TRUE(asked);
@@ -146,7 +130,7 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     scripted->paths = {file};
     QTest::mouseClick(s.cmdStart, Qt::LeftButton);
     // The cable is cut mid-image: the program hangs in its drain wait and is killed.
-    killWhen([&] { return traceHas(dev, QStringLiteral("line cut")); }, 1500, 100);
+    killWhen([&] { return dev.traceHas(QStringLiteral("line cut")); }, 1500, 100);
     EXPECT_THROW(ui::cmdStartLDR_Click(), platform::ProgramEnd);
     EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
 
@@ -159,7 +143,7 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     restartFromFileAtStart(100);
     ui::Main();
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.80"));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.80")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.80")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
 
@@ -179,8 +163,7 @@ protected:
     void serve(SimProcess& dev) {
         m_server = std::make_unique<Ser2Net>(home(), dev.path(), Ser2Net::Rfc2217);
         ASSERT_TRUE(m_server->running());
-        qputenv("TELVO_PORTS", m_server->address().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({m_server->address()});
     }
     std::unique_ptr<Ser2Net> m_server;
 };
@@ -199,8 +182,8 @@ TEST_F(NetLoadEndToEnd, SixtyFourKilobyteImageLoadsAndTheDeviceRunsIt) {
     QTest::mouseClick(s.cmdStart, Qt::LeftButton);
     ui::ldr().cmdStart->click();
     EXPECT_EQ(s.txtFirmware->text(), QStringLiteral("2.76"));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.76")));
-    EXPECT_FALSE(traceHas(dev, QStringLiteral("Failure")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.76")));
+    EXPECT_FALSE(dev.traceHas(QStringLiteral("Failure")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
@@ -250,7 +233,7 @@ TEST_F(NetLoadEndToEnd, ServerGoneMidLoadFailsItAndTheNextStartResumesThroughThe
     // Through the same address again, on one new connection (the log starts again with the run).
     EXPECT_EQ(logLines().count(QStringLiteral("COM1: connected to ") + m_server->address()), 1);
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.81"));
-    EXPECT_TRUE(traceHas(dev, QStringLiteral("Verify OK, version 2.81")));
+    EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
 

@@ -4,13 +4,13 @@
 // The peak resident memory is the process's own (VmHWM of /proc/self/status, reset at the start
 // of the flood through /proc/self/clear_refs).
 
-#include "DeviceFixture.h"
+#include "common/DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
 #include "Firmware.h"
 
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QFile>
 

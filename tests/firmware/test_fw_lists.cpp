@@ -1,7 +1,7 @@
 // Choosing what to load: the selection dialog, the working list FileList.frl and the two list
 // buttons of the advanced options.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Tools.h"
 

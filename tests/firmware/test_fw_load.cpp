@@ -1,12 +1,12 @@
 // The load sequence: the pass and skip rules of the working list, RestartLoader.txt around each
 // file, the codes and their messages, and what follows a load.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 using namespace telvo;
 using namespace telvo::test;

@@ -2,7 +2,7 @@
 // on the image's last byte), the question to put the speed back, and the Restore Defaults steps.
 // Against the emulated device on the in-process line, under the virtual clock.
 
-#include "DeviceFixture.h"
+#include "common/DeviceFixture.h"
 
 #include "Device.h"
 #include "DevicePeer.h"
@@ -11,8 +11,9 @@
 #include "app/Tools.h"
 #include "config/FWR.h"
 #include "core/config/IniFile.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 using namespace telvo;
 using namespace telvo::test;
@@ -129,7 +130,7 @@ TEST_F(Recovery, LastByteCutWithTheProgramLeftRunningIsLoadedAgain) {
     bool deviceMute = false;
     user->atQuestion = [&] {
         deviceMute = d.lineCut();
-        m_peer->powerCycle();
+        m_device.peer().powerCycle();
     };
     bool requestAnswered = false;
     std::function<void()> okAtTheRequest = [&] {
@@ -360,7 +361,7 @@ TEST_F(Defaults, NothingWithTheBoxClearOrInSimulation) {
         EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Sent: ")).isEmpty()) << sim;
         EXPECT_TRUE(log.mid(found).filter(QStringLiteral("Navigat")).isEmpty()) << sim;
         platform::PortMap::instance().attachPeer(1, nullptr);
-        m_peer.reset();
+        m_device.reset();
     }
 }
 

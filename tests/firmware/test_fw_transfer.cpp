@@ -1,10 +1,10 @@
 // The block transfer over the in-process line: blocks of 100 bytes, the drain wait under CTS,
 // the failure words, the restart from the file's first byte, and the progress caption.
 
-#include "LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
 #include "core/firmware/FirmwareFiles.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 

@@ -1,17 +1,17 @@
 // The loader's windows through their buttons: LDR (Start, Abort, Restart, Done), EX, RS, DG,
 // and the store behind the adapter warning.
 
-#include "LoaderFixture.h"
-#include "support/Accessible.h"
+#include "common/LoaderFixture.h"
+#include "common/Accessible.h"
 
 #include "app/Tools.h"
 #include "config/DG.h"
 #include "config/modRegistry.h"
 #include "firmware/EX.h"
 #include "firmware/RS.h"
-#include "link/DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
-#include "platform/ScriptedPeer.h"
+#include "platform/doubles/ScriptedPeer.h"
 
 #include <QSettings>
 #include <QTest>

@@ -1,8 +1,9 @@
 // "Telvo Hesta Gamma Control Loader": the window driven through its buttons, boxes, grid and
 // chart, with the scripted platform answering dialogs and questions.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "core/gamma/GammaFiles.h"
 #include "core/text/Classic.h"

@@ -2,14 +2,14 @@
 // configuration file through the outside converter. Expected files are built here from the
 // configuration table by a small reference encoder of the frame, not by the code under test.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Tools.h"
 #include "core/text/Classic.h"
 #include "LircConf.h"
 #include "core/ir/Lirc.h"
 #include "ir/IRG.h"
-#include "platform/Launch.h"
+#include "platform/os/Launch.h"
 
 #include <QDir>
 #include <QRegularExpression>

@@ -1,15 +1,15 @@
 // "IR Support": the window's modes, the checks of values, the mapping of a command to IR inputs,
 // and a run without a device.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "app/Main.h"
 #include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "core/text/Classic.h"
 #include "ir/IRG.h"
-#include "platform/CommControl.h"
+#include "platform/serial/CommControl.h"
 #include "settings/SCL.h"
 
 #include <QDir>

@@ -4,10 +4,10 @@
 // of the program's durations. LIRC's daemon plays no part.
 
 #include "LircConf.h"
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Tools.h"
-#include "cli/CliRun.h"
+#include "common/CliRun.h"
 #include "ir/IRG.h"
 
 #include <QDir>

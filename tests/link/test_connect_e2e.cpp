@@ -2,10 +2,10 @@
 // processes, asserting the frames the emulator traced and the lines of LogFile.txt. These run on
 // the wall clock, as the emulator does.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
-#include "SimProcess.h"
+#include "common/DeviceScript.h"
+#include "common/SimProcess.h"
 #include "app/Main.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
@@ -40,28 +40,8 @@ protected:
     }
     ui::SCL& s() { return ui::scl(); }
 
-    // The sample Telvo.ini with the [SYSTEM] lines of the test in place of its own.
-    void writeIni(const QStringList& system) {
-        static const QStringList replaced{QStringLiteral("PORT"), QStringLiteral("BAUD"),
-                                          QStringLiteral("MAXPORTS"), QStringLiteral("AUTOSTART"),
-                                          QStringLiteral("CONFIRMOPERATIONS")};
-        QByteArray out;
-        for (const QByteArray& raw : sampleIni().split('\n')) {
-            QByteArray line = raw;
-            if (line.endsWith('\r'))
-                line.chop(1);
-            const QString key = QString::fromLatin1(line.left(line.indexOf('=')))
-                                    .remove(QLatin1Char(' '))
-                                    .toUpper();
-            if (line.contains('=') && replaced.contains(key))
-                continue;
-            out += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]")
-                for (const QString& l : system)
-                    out += l.toLatin1() + "\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), out);
-    }
+    // The sample Telvo.ini with the [SYSTEM] lines of the test in place of its port and start-up.
+    void writeIni(const QStringList& system) { RunFixture::writeIni(system, kPortAndStartKeys); }
     SimProcess& sim(const QString& name, const QStringList& options) {
         QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
         args << options;
@@ -71,10 +51,6 @@ protected:
     QString emptyPort() {
         m_empty.push_back(std::make_unique<EmptyPty>());
         return m_empty.back()->path();
-    }
-    void usePorts(const QStringList& paths) {
-        qputenv("TELVO_PORTS", paths.join(QLatin1Char(',')).toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
     }
     // Answers the prompts (true: Continue) as they come up.
     void answerPrompts(QList<bool> answers) {

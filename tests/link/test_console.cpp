@@ -1,12 +1,12 @@
 // The console boxes (DBG and LDR) follow the line by redoing only the tail that changed; what
 // they show stays exactly what re-setting the whole box would show.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "core/link/ReceiveRouter.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <random>
 

@@ -1,9 +1,9 @@
 // "System Debugger": the device's own debugger on the line, driven by the window's buttons and
 // fed by the receive handler.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
+#include "common/DeviceScript.h"
 
 #include "firmware/LDR.h"
 #include "link/DBG.h"

@@ -1,13 +1,13 @@
 // The command exchange over the in-process line against a scripted device: bytes on the wire,
 // lines of LogFile.txt, and the flags the callers read.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 using namespace telvo;

@@ -5,19 +5,19 @@
 // must end with clear words; a device beyond the workable round trip must be named as such,
 // never taken for one without firmware. Wall clock: the device, the server and the proxy run on it.
 
-#include "firmware/LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
-#include "DelayProxy.h"
-#include "cli/CliRun.h"
+#include "common/DelayProxy.h"
+#include "common/CliRun.h"
 #include "app/Main.h"
 #include "app/Tools.h"
 #include "config/modRegistry.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "link/Ser2Net.h"
-#include "link/SimProcess.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "link/zSCL.h"
-#include "platform/LinkLatency.h"
+#include "platform/serial/LinkLatency.h"
 #include "settings/SaveRestore.h"
 
 #include <QRegularExpression>
@@ -52,18 +52,9 @@ protected:
         platform::Clock::instance().setVirtual(true);
     }
     // The sample Telvo.ini with `system` in place of its port, rate and start-up lines.
-    void writeIni(const QByteArray& system = "Max Ports = 1\r\nAuto Start = True\r\n") {
-        QByteArray ini;
-        for (QByteArray line : sampleIni().split('\n')) {
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') && (key == "PORT" || key == "BAUD" || key == "MAXPORTS" ||
-                                       key == "AUTOSTART" || key == "CONFIRMOPERATIONS"))
-                continue;
-            ini += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]") ini += system;
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+    void writeIni(const QStringList& system = {QStringLiteral("Max Ports = 1"),
+                                               QStringLiteral("Auto Start = True")}) {
+        RunFixture::writeIni(system, kPortAndStartKeys);
     }
     // The device, its server, the far link in front of it, and COM1 pointed at the link.
     void serve(int roundTripMs, int jitterMs, Ser2Net::Kind kind = Ser2Net::Rfc2217) {
@@ -76,8 +67,7 @@ protected:
         m_scheme = kind == Ser2Net::Rfc2217 ? QStringLiteral("rfc2217") : QStringLiteral("socket");
         const quint16 port = quint16(m_server->address().section(QLatin1Char(':'), -1).toUInt());
         m_proxy = std::make_unique<DelayProxy>(port, roundTripMs, jitterMs);
-        qputenv("TELVO_PORTS", address().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({address()});
     }
     QString address() const { return m_proxy->address(m_scheme); }
     QStringList heard(int from = 0) const {
@@ -92,11 +82,6 @@ protected:
         const qsizetype at = frames.lastIndexOf(QStringLiteral("host  ") + frame);
         return at >= 0 && at + 1 < frames.size() &&
                frames.at(at + 1).startsWith(QStringLiteral("device  (STX)01"));
-    }
-    bool traceHas(const QString& text) const {
-        for (const QString& l : m_sim->trace())
-            if (l.contains(text)) return true;
-        return false;
     }
     // Goes on at every breakpoint of the main window.
     void keepGoing() {
@@ -137,8 +122,8 @@ protected:
     // The start-up with its search and refresh (`refresh`), or the start-up and then the search
     // alone, as the Open Port button does it without the refresh that follows.
     void start(bool refresh) {
-        writeIni(refresh ? "Max Ports = 1\r\nAuto Start = True\r\n"
-                         : "Max Ports = 1\r\nAuto Start = False\r\n");
+        writeIni({QStringLiteral("Max Ports = 1"), refresh ? QStringLiteral("Auto Start = True")
+                                                           : QStringLiteral("Auto Start = False")});
         serve(GetParam(), GetParam() / 3);
         ui::Main();
         if (!refresh) ui::ConnectDevice();
@@ -186,8 +171,8 @@ TEST_P(Matrix, FirmwareLoadRunsAndTheDeviceIsFoundAfterItsReboot) {
     QTest::mouseClick(s().cmdStart, Qt::LeftButton);
     ui::ldr().cmdStart->click();
     EXPECT_EQ(s().txtFirmware->text(), QStringLiteral("2.76"));
-    EXPECT_TRUE(traceHas(QStringLiteral("Verify OK, version 2.76")));
-    EXPECT_FALSE(traceHas(QStringLiteral("Failure")));
+    EXPECT_TRUE(m_sim->traceHas(QStringLiteral("Verify OK, version 2.76")));
+    EXPECT_FALSE(m_sim->traceHas(QStringLiteral("Failure")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
@@ -267,12 +252,13 @@ TEST_F(FarDevice, ServerGoneMidLoadLeavesTheRestartFileThenTheLoadResumesThrough
     ui::Main();
     EXPECT_GT(m_proxy->accepted(), before);
     EXPECT_EQ(ui::scl().txtFirmware->text(), QStringLiteral("2.81"));
-    EXPECT_TRUE(traceHas(QStringLiteral("Verify OK, version 2.81")));
+    EXPECT_TRUE(m_sim->traceHas(QStringLiteral("Verify OK, version 2.81")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
 
 TEST_F(FarDevice, AnAnswerPastItsTimeOutIsLoggedLateAndNeverAnswersTheNextQuestion) {
-    writeIni("Max Ports = 1\r\nAuto Start = False\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = False"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve(50, 0);
     ui::Main();
     ui::ConnectDevice();
@@ -301,7 +287,8 @@ TEST_F(FarDevice, AnAnswerPastItsTimeOutIsLoggedLateAndNeverAnswersTheNextQuesti
 // socket:// has no Telnet of its own to measure: the exchange's answers are the measure. In
 // `make latency` only.
 TEST_F(FarDevice, OverAPlainSocketAt300msTheStartUpAndASaveWork) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve(300, 100, Ser2Net::Socket);
     ui::Main();
     expectConnected();
@@ -315,7 +302,8 @@ TEST_F(FarDevice, OverAPlainSocketAt300msTheStartUpAndASaveWork) {
 }
 
 TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsksForFirmware) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve(1600, 0);
     ui::Main();
     EXPECT_EQ(s().txtState->text(), QStringLiteral("Not Connected"));
@@ -336,7 +324,7 @@ TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsks
 // The user's own words for it: telvo-cli info, as the command line runs it.
 TEST_F(FarDevice, TheCommandLineSaysHowFarADeviceBeyondReachIs) {
     if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
-    writeIni("Max Ports = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Baud = 19200")});
     serve(1600, 0);
     const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
     EXPECT_EQ(r.exit, 3);
@@ -349,7 +337,7 @@ TEST_F(FarDevice, TheCommandLineSaysHowFarADeviceBeyondReachIs) {
 // The command line's info at 300 ms.
 TEST_F(FarDevice, TheCommandLinesInfoAt300msTellsTheDevice) {
     if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
-    writeIni("Max Ports = 1\r\n");
+    writeIni({QStringLiteral("Max Ports = 1")});
     serve(300, 100);
     const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
     EXPECT_EQ(r.exit, 0) << r.err.constData();

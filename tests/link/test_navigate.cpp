@@ -1,9 +1,9 @@
 // Walking the device's menu by key presses, the update and restart requests, and the way into
 // the boot loader by command or by menu.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/Navigate.h"

@@ -5,15 +5,15 @@
 // own rate, so a wrong rate reads as noise. These run on the wall clock, as the emulator and the
 // servers do.
 
-#include "firmware/LoaderFixture.h"
+#include "common/LoaderFixture.h"
 
-#include "SimProcess.h"
-#include "Ser2Net.h"
+#include "common/SimProcess.h"
+#include "common/Ser2Net.h"
 #include "app/Main.h"
 #include "link/Driver.h"
 #include "config/modRegistry.h"
 #include "link/zSCL.h"
-#include "platform/NetworkPortBackend.h"
+#include "platform/serial/NetworkPortBackend.h"
 #include "settings/SaveRestore.h"
 #include "settings/SCL.h"
 
@@ -56,19 +56,7 @@ protected:
     ui::SCL& s() { return ui::scl(); }
 
     // The sample Telvo.ini with `system` in place of its port, rate and start-up lines.
-    void writeIni(const QByteArray& system) {
-        QByteArray ini;
-        for (QByteArray line : sampleIni().split('\n')) {
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') && (key == "PORT" || key == "BAUD" || key == "MAXPORTS" ||
-                                       key == "AUTOSTART" || key == "CONFIRMOPERATIONS"))
-                continue;
-            ini += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]") ini += system;
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
-    }
+    void writeIni(const QStringList& system) { RunFixture::writeIni(system, kPortAndStartKeys); }
     // The device, its server, and COM1 pointed at the server.
     void serve(const QStringList& simOptions, Ser2Net::Kind kind) {
         QStringList args{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))};
@@ -76,8 +64,7 @@ protected:
         ASSERT_TRUE(m_sim->running());
         m_server = std::make_unique<Ser2Net>(home(), m_sim->path(), kind);
         ASSERT_TRUE(m_server->running());
-        qputenv("TELVO_PORTS", m_server->address().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({m_server->address()});
     }
     QStringList heard(int from = 0) const {
         QStringList out;
@@ -128,7 +115,7 @@ protected:
 };
 
 TEST_F(NetEndToEnd, OverRfc2217TheFullSearchFindsTheDeviceAtItsRateThenEveryJobWorks) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True")});
     serve({QStringLiteral("--baud"), QStringLiteral("38400")}, Ser2Net::Rfc2217);
 
     ui::Main();
@@ -159,7 +146,8 @@ TEST_F(NetEndToEnd, OverRfc2217TheFullSearchFindsTheDeviceAtItsRateThenEveryJobW
 }
 
 TEST_F(NetEndToEnd, OverAPlainSocketRefreshAndSaveWorkAtTheServersRate) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve({}, Ser2Net::Socket);
 
     ui::Main();
@@ -171,7 +159,7 @@ TEST_F(NetEndToEnd, OverAPlainSocketRefreshAndSaveWorkAtTheServersRate) {
 }
 
 TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True")});
     serve({}, Ser2Net::Telnet);
 
     // The one port is no port: the run ends as with no port at all, saying why in the log.
@@ -188,7 +176,8 @@ TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
 }
 
 TEST_F(NetEndToEnd, Ser2NetBusyWithAnotherClientIsTriedAgainUntilItLetsGo) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve({}, Ser2Net::Rfc2217);
     // Another client holds the port (ser2net without kickolduser: "Port already in use") and
     // lets go a moment later, on a thread of its own while the program waits.
@@ -238,7 +227,7 @@ protected:
 };
 
 TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnection) {
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True")});
     serve({QStringLiteral("--baud"), QStringLiteral("38400")}, GetParam());
     const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.76"), 65536);
 
@@ -279,7 +268,8 @@ TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnec
 
 TEST_F(NetEndToEnd, ServerWithoutRtsCtsIsNamedBeforeAnyLoad) {
     if (PySerialPython().isEmpty()) GTEST_SKIP() << "python3-serial not installed";
-    writeIni("Max Ports = 1\r\nAuto Start = True\r\nPort = 1\r\nBaud = 19200\r\n");
+    writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
+              QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve({}, Ser2Net::PySerialNoHardwareFlow);
 
     ui::Main();

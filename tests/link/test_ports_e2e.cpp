@@ -2,14 +2,14 @@
 // seam the real enumeration uses, each behind a by-id link as a USB adapter is, vorix-sim on the
 // second. The full search finds it, and the log names the device file behind the COM number.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
-#include "SimProcess.h"
+#include "common/SimProcess.h"
 #include "app/Main.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 #include "settings/SCL.h"
-#include "platform/SystemPorts.h"
+#include "platform/serial/SystemPorts.h"
 
 #include <QFile>
 

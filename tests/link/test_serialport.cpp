@@ -1,11 +1,11 @@
 // The exchange over a real serial port: QSerialPort on a pseudo-terminal whose other side the
 // test holds and answers from, on the real clock.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "link/zSCL.h"
-#include "platform/Clock.h"
-#include "platform/DoEvents.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"
 
 #include <QSocketNotifier>

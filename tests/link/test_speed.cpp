@@ -1,15 +1,14 @@
 // Changing speed together with the device: the table lookups, the port alone, and the full
 // change against devices that acknowledge at the new rate, at the old rate, or refuse.
 
-#include "support/Fixture.h"
+#include "common/EmulatedDevice.h"
+#include "common/Fixture.h"
 
-#include "DeviceScript.h"
+#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
-
-#include "DevicePeer.h"
 
 using namespace telvo;
 using namespace telvo::test;
@@ -273,26 +272,13 @@ protected:
     vorix::sim::Device& start(bool ackAtOldRate) {
         vorix::sim::DeviceOptions o;
         o.ackAtOldRate = ackAtOldRate;
-        QString error;
-        auto device = vorix::sim::Device::FromIniFile(
-            qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/data/Telvo.ini"), o, &error,
-            platform::Clock::instance().nowUs());
-        EXPECT_TRUE(device) << error.toStdString();
-        m_dev = std::make_unique<vorix::sim::DevicePeer>(std::move(device));
-        platform::PortMap::instance().attachPeer(1, m_dev.get());
-        ui::SCL& w = s();
-        w.P1->setCommPort(1);
-        w.P1->setSettings(QStringLiteral("19200,n,8,1"));
-        w.P1->setHandshaking(2);
-        w.P1->setRThreshold(1);
-        w.P1->setPortOpen(true);
-        w.txtPort->setText(QStringLiteral("COM1"));
-        w.txtCrntSpeed->setText(QStringLiteral("19200"));
-        w.DeviceModel->setText(QStringLiteral("Gorda"));
-        return m_dev->device();
+        vorix::sim::Device& device = m_device.attach(sampleIni(), o);
+        openPort(1, 19200);
+        s().DeviceModel->setText(QStringLiteral("Gorda"));
+        return device;
     }
     // Outlives the line, which TearDown takes down.
-    std::unique_ptr<vorix::sim::DevicePeer> m_dev;
+    EmulatedDevice m_device;
 };
 
 TEST_F(SpeedEmulated, ToFiftySevenSixHundredAndBackWithDeviceAnsweringAtNewRate) {

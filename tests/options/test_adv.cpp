@@ -1,16 +1,17 @@
 // "Advanced Options": scheduling class, thread priority bounds, and the port speed that changes
 // without telling the device.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "platform/doubles/ScriptedPriority.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "app/Tools.h"
 #include "options/ADV.h"
-#include "platform/CommControl.h"
-#include "platform/PortMap.h"
-#include "platform/Priority.h"
-#include "platform/ScriptedPeer.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/CommControl.h"
+#include "platform/serial/PortMap.h"
+#include "platform/os/Priority.h"
+#include "platform/doubles/ScriptedPeer.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 #include <QTest>

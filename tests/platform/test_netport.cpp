@@ -3,12 +3,13 @@
 // awaited and their time limit, CTS from the server, pacing, a dropped connection, and the
 // serial control and port map taking the address.
 
+#include "common/CoreApp.h"
 #include "core/link/Rfc2217.h"
-#include "platform/Clock.h"
-#include "platform/CommControl.h"
-#include "platform/LinkLatency.h"
-#include "platform/NetworkPortBackend.h"
-#include "platform/PortMap.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/CommControl.h"
+#include "platform/serial/LinkLatency.h"
+#include "platform/serial/NetworkPortBackend.h"
+#include "platform/serial/PortMap.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -29,14 +30,6 @@ using namespace telvo::core;
 using namespace telvo::platform;
 
 namespace {
-
-QCoreApplication& app() {
-    static int argc = 1;
-    static char name[] = "t";
-    static char* argv[] = {name, nullptr};
-    static auto* a = new QCoreApplication(argc, argv);
-    return *a;
-}
 
 QByteArray B(std::initializer_list<int> bytes) {
     QByteArray out;
@@ -163,7 +156,7 @@ private:
 class NetPort : public ::testing::Test {
 protected:
     void SetUp() override {
-        app();
+        telvo::test::TestCoreApp();
         Clock::instance().setVirtual(false);
     }
     void TearDown() override {

@@ -1,13 +1,14 @@
 // The platform stand-ins: the clock, timers, the yield, the port map and the serial control.
 
-#include "platform/Clock.h"
-#include "platform/CommControl.h"
-#include "platform/DoEvents.h"
-#include "platform/Platform.h"
-#include "platform/PortMap.h"
-#include "platform/ScriptedPeer.h"
-#include "platform/SimulatedLine.h"
-#include "platform/Timer.h"
+#include "platform/clock/Clock.h"
+#include "platform/doubles/ScriptedPlatform.h"
+#include "platform/serial/CommControl.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/serial/PortMap.h"
+#include "platform/doubles/ScriptedPeer.h"
+#include "platform/serial/SimulatedLine.h"
+#include "platform/clock/Timer.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,8 +1,8 @@
 // The machine's ports as COM numbers: a scripted port list through the seam the real enumeration
 // uses, the stable order, the by-id names, and TELVO_PORTS above it all.
 
-#include "platform/PortMap.h"
-#include "platform/SystemPorts.h"
+#include "platform/serial/PortMap.h"
+#include "platform/serial/SystemPorts.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // The main window's two layouts, the button groups and the captions of its controls, headless;
 // ctest runs this at 100 % and at 200 % scale.
 
-#include "support/Accessible.h"
-#include "support/Fixture.h"
+#include "common/Accessible.h"
+#include "common/Fixture.h"
 
 #include "app/Globals.h"
 #include "app/Main.h"

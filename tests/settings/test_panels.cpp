@@ -1,11 +1,11 @@
 // The setting panels and value entry on the main window, clicked as a user clicks them, against
 // the emulated device: the labels, their refresh, the selectors and each kind of chooser.
 
-#include "SettingsFixture.h"
+#include "common/SettingsFixture.h"
 
 #include "app/Controls.h"
 #include "core/text/Classic.h"
-#include "support/Accessible.h"
+#include "common/Accessible.h"
 
 #include "firmware/LDR.h"
 #include "link/zSCL.h"

@@ -1,10 +1,10 @@
 // The main window at work end to end: the real start-up against vorix-sim on a pseudo-terminal,
 // then the panels' first refresh, the selectors and value entry, as the device sees them.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "app/Main.h"
-#include "link/SimProcess.h"
+#include "common/SimProcess.h"
 #include "settings/Panels.h"
 #include "settings/SCL.h"
 
@@ -28,22 +28,13 @@ protected:
         RunFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
         if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
-        QByteArray ini;
-        for (QByteArray line : sampleIni().split('\n')) {
-            if (line.endsWith('\r')) line.chop(1);
-            const QByteArray key = line.left(line.indexOf('=')).replace(' ', "").toUpper();
-            if (line.contains('=') && (key == "PORT" || key == "BAUD" || key == "MAXPORTS"))
-                continue;
-            ini += line + "\r\n";
-            if (line.trimmed() == "[SYSTEM]") ini += "Max Ports = 1\r\nPort = 1\r\nBaud = 19200\r\n";
-        }
-        writeHomeFile(QStringLiteral("Telvo.ini"), ini);
+        writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Port = 1"),
+                  QStringLiteral("Baud = 19200")});
         m_sim = std::make_unique<SimProcess>(
             home(), QStringLiteral("dev"),
             QStringList{QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini"))});
         ASSERT_TRUE(m_sim->running());
-        qputenv("TELVO_PORTS", m_sim->path().toUtf8());
-        platform::PortMap::instance().loadFromEnvironment();
+        usePorts({m_sim->path()});
         ui::Main();
         ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
     }

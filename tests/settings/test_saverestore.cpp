@@ -2,8 +2,8 @@
 // device: the file's lines, the restore's walk through the states with its kept quirks, the
 // prompts, and a save that never leaves a half-written file.
 
-#include "SettingsFixture.h"
-#include "support/Accessible.h"
+#include "common/SettingsFixture.h"
+#include "common/Accessible.h"
 
 #include "link/zSCL.h"
 #include "settings/Panels.h"

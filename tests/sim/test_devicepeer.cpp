@@ -1,11 +1,12 @@
 // The emulated device on the in-process line, under the virtual clock: pace, rates, CTS during a
 // raw transfer, a cut line, and the device the program builds for a "sim" port.
 
+#include "common/CoreApp.h"
 #include "DeviceHarness.h"
 #include "DevicePeer.h"
 
-#include "platform/Clock.h"
-#include "platform/SimulatedLine.h"
+#include "platform/clock/Clock.h"
+#include "platform/serial/SimulatedLine.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -21,18 +22,10 @@ using telvo::platform::SimulatedLine;
 
 namespace {
 
-QCoreApplication& App() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication* app = new QCoreApplication(argc, argv);
-    return *app;
-}
-
 class OnTheLine : public ::testing::Test {
 protected:
     void SetUp() override {
-        App();
+        telvo::test::TestCoreApp();
         Clock::instance().setVirtual(true);
     }
     void TearDown() override {

@@ -1,10 +1,9 @@
 // The utility's own exchange (SendCommand, SendVerified, the receive handler) against the
 // emulated device over the in-process line, under the virtual clock: no scripted answers.
 
-#include "support/Fixture.h"
+#include "common/SettingsFixture.h"
 
 #include "Device.h"
-#include "DevicePeer.h"
 #include "Firmware.h"
 #include "Frames.h"
 
@@ -12,13 +11,12 @@
 #include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/SimulatedLine.h"
+#include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
 using namespace telvo;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
-using vorix::sim::DevicePeer;
 
 namespace {
 
@@ -28,38 +26,17 @@ QString Latin(const QByteArray& b) {
     return QString::fromLatin1(b);
 }
 
-class RoundTrip : public test::RunFixture {
+// The sample's device with the port open on it, nothing read of it yet.
+class RoundTrip : public test::DeviceRun {
 protected:
-    void SetUp() override {
-        RunFixture::SetUp();
-        writeHomeFile(QStringLiteral("Telvo.ini"), sampleIni());
-        initControls();
-    }
-    void TearDown() override {
-        RunFixture::TearDown(); // the line goes before the device it talks to
-        m_peer.reset();
-    }
-
     Device& attachDevice(const DeviceOptions& o = {}, int baud = 19200) {
-        m_peer = std::make_unique<DevicePeer>(std::make_unique<Device>(
-            core::SplitTextLines(sampleIni()), o, platform::Clock::instance().nowUs()));
-        platform::PortMap::instance().attachPeer(1, m_peer.get());
-        line(1)->setPacing(true);
-        ui::SCL& s = ui::scl();
-        s.P1->setCommPort(1);
-        s.P1->setSettings(QString::number(baud) + QStringLiteral(",n,8,1"));
-        s.P1->setHandshaking(2);
-        s.P1->setRThreshold(1);
-        s.P1->setPortOpen(true);
-        s.txtPort->setText(QStringLiteral("COM1"));
-        s.txtCrntSpeed->setText(QString::number(baud));
-        return m_peer->device();
+        Device& device = m_device.attach(sampleIni(), o);
+        openPort(1, baud);
+        return device;
     }
     core::LinkState& link() { return ui::Link(); }
     QString value() const { return core::ReplyValue(ui::Link().Reply); }
     bool logHas(const QString& line) const { return logLines().contains(line); }
-
-    std::unique_ptr<DevicePeer> m_peer;
 };
 
 TEST_F(RoundTrip, EveryValueKindOfTheSampleIniComesBackAsTheDeviceHoldsIt) {

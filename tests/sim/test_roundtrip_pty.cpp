@@ -1,13 +1,13 @@
 // The utility's own exchange over its real serial port code (QSerialPort on a pseudo-terminal)
 // against the vorix-sim program, on the real clock.
 
-#include "support/Fixture.h"
+#include "common/Fixture.h"
 
 #include "Frames.h"
 
 #include "core/link/Protocol.h"
 #include "link/zSCL.h"
-#include "platform/Clock.h"
+#include "platform/clock/Clock.h"
 #include "settings/SCL.h"
 
 #include <QElapsedTimer>

@@ -1,6 +1,7 @@
 // The vorix-sim program on a pseudo-terminal, talked to through QSerialPort on the real clock:
 // the path it prints, its link, its trace, rates, a firmware load, and the images it makes.
 
+#include "common/CoreApp.h"
 #include "DeviceHarness.h"
 
 #include <QCoreApplication>
@@ -23,14 +24,6 @@ using namespace vorix::sim::test;
 
 namespace {
 
-QCoreApplication& App() {
-    static int argc = 1;
-    static char name[] = "test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication* app = new QCoreApplication(argc, argv);
-    return *app;
-}
-
 QString SimBinary() {
     return qEnvironmentVariable("TELVO_BINARY_DIR") + QStringLiteral("/bin/vorix-sim");
 }
@@ -41,7 +34,7 @@ QString SampleIniPath() {
 class VorixSim : public ::testing::Test {
 protected:
     void SetUp() override {
-        App();
+        telvo::test::TestCoreApp();
         ASSERT_TRUE(QFileInfo(SimBinary()).isExecutable()) << SimBinary().toStdString();
     }
     void TearDown() override {
@@ -252,7 +245,7 @@ TEST_F(VorixSim, SettingsAtPowerOnMustBeIdEqualsValue) {
 }
 
 TEST_F(VorixSim, MakesFirmwareImagesItsLoaderAccepts) {
-    App();
+    telvo::test::TestCoreApp();
     QTemporaryDir dir;
     const QString file = QDir(dir.path()).filePath(QStringLiteral("Gorda_1.24.frk"));
     QProcess make;

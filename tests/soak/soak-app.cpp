@@ -12,8 +12,8 @@
 #include "app/Globals.h"
 #include "app/LogView.h"
 #include "app/Program.h"
-#include "platform/Clock.h"
-#include "platform/Timer.h"
+#include "platform/clock/Clock.h"
+#include "platform/clock/Timer.h"
 #include "settings/SCL.h"
 
 #include <QAbstractEventDispatcher>

@@ -54,33 +54,6 @@ bool isMarker(const QString& item) {
 
 } // namespace
 
-bool IsNumeric(const QString& text) {
-    // Blanks, a sign, digits with at most one point (at least one digit), an exponent, blanks.
-    const qsizetype n = text.size();
-    qsizetype i = 0;
-    auto digit = [&](qsizetype k) { return k < n && text.at(k) >= u'0' && text.at(k) <= u'9'; };
-    while (i < n && text.at(i) == u' ') ++i;
-    if (i < n && (text.at(i) == u'+' || text.at(i) == u'-')) {
-        ++i;
-        while (i < n && text.at(i) == u' ') ++i;
-    }
-    bool digits = false;
-    while (digit(i)) ++i, digits = true;
-    if (i < n && text.at(i) == u'.') {
-        ++i;
-        while (digit(i)) ++i, digits = true;
-    }
-    if (!digits) return false;
-    if (i < n && QStringView(u"eEdD").contains(text.at(i))) {
-        ++i;
-        if (i < n && (text.at(i) == u'+' || text.at(i) == u'-')) ++i;
-        if (!digit(i)) return false;
-        while (digit(i)) ++i;
-    }
-    while (i < n && text.at(i) == u' ') ++i;
-    return i == n;
-}
-
 qint16 FindDefine(const IRState& s, const QString& label) {
     for (int i = 1; i < s.Defines.size(); ++i)
         if (s.Defines.at(i).Label.compare(label, Qt::CaseInsensitive) == 0) return qint16(i);

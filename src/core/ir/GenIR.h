@@ -3,6 +3,8 @@
 // durations and the Pronto hex line, and the evaluator of define expressions. Widget-free: the
 // window hands in its inputs and receives messages and yields through two callbacks.
 
+#include "core/text/Classic.h"
+
 #include <QList>
 #include <QString>
 #include <array>
@@ -52,6 +54,13 @@ extern const QString FormAbsolute;
 extern const QString FormRelative;
 extern const QString FormRemote;
 extern const QString FormValue;
+// The function code of the device's own remote: the one code above a byte a user may enter, and
+// the code the remote form sends.
+constexpr int kRemoteCode = 8324;
+// A function code the window accepts: a byte, or the remote's.
+constexpr bool IsFunctionCode(double code) {
+    return !(code > 255 && code != kRemoteCode);
+}
 // Shown (as an alert) when a box is empty at generation.
 extern const QString kMissingValue;
 
@@ -88,8 +97,10 @@ struct IRState {
     std::function<void()> Yield;
 };
 
-// The system's numeric test: blanks around, a sign, digits with one point, an exponent.
-bool IsNumeric(const QString& text);
+// The generator's numeric test (blanks after the sign, D exponents too).
+inline bool IsNumeric(const QString& text) {
+    return IsNumericText(text, NumericRule::IrGenerator);
+}
 
 // Forms and defines.
 void InitIR(IRState& s);

@@ -176,42 +176,40 @@ QByteArray TelnetNegotiator::start() {
 }
 
 QByteArray TelnetNegotiator::answer(unsigned char verb, unsigned char option) {
+    // WILL and WONT speak of the server's side of the option, DO and DONT of ours.
     switch (verb) {
     case WILL:
-        if (m_him[option] == No) {
-            if (!theyMay(option)) return verbBytes(DONT, option);
-            m_him[option] = Yes;
-            return verbBytes(DO, option);
-        }
-        // An answer to our DO, or an echo of what already holds: nothing more is said.
-        if (m_him[option] == WantYes) m_him[option] = Yes;
-        else if (m_him[option] == WantNo) m_him[option] = No;
-        return {};
+        return settle(m_him[option], true, theyMay(option), DO, DONT, option);
     case WONT:
-        if (m_him[option] == Yes) {
-            m_him[option] = No;
-            return verbBytes(DONT, option);
-        }
-        m_him[option] = No;
-        return {};
+        return settle(m_him[option], false, false, DO, DONT, option);
     case DO:
-        if (m_us[option] == No) {
-            if (!weWant(option)) return verbBytes(WONT, option);
-            m_us[option] = Yes;
-            return verbBytes(WILL, option);
-        }
-        if (m_us[option] == WantYes) m_us[option] = Yes;
-        else if (m_us[option] == WantNo) m_us[option] = No;
-        return {};
+        return settle(m_us[option], true, weWant(option), WILL, WONT, option);
     case DONT:
-        if (m_us[option] == Yes) {
-            m_us[option] = No;
-            return verbBytes(WONT, option);
-        }
-        m_us[option] = No;
-        return {};
+        return settle(m_us[option], false, false, WILL, WONT, option);
     default: return {};
     }
+}
+
+QByteArray TelnetNegotiator::settle(Q& side, bool on, bool agree, unsigned char yes,
+                                    unsigned char no, unsigned char option) {
+    if (!on) {
+        // A side that was on is told it is off; any other state simply ends there.
+        const bool wasOn = side == Yes;
+        side = No;
+        return wasOn ? verbBytes(no, option) : QByteArray();
+    }
+    if (side == No) {
+        if (!agree)
+            return verbBytes(no, option);
+        side = Yes;
+        return verbBytes(yes, option);
+    }
+    // An answer to our own request, or an echo of what already holds: nothing more is said.
+    if (side == WantYes)
+        side = Yes;
+    else if (side == WantNo)
+        side = No;
+    return {};
 }
 
 void RoundTripEstimate::add(int ms) {

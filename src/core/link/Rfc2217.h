@@ -106,6 +106,10 @@ public:
 
 private:
     enum Q { No, Yes, WantYes, WantNo };
+    // One side's state of an option meets the other's WILL/DO (`on`) or WONT/DONT; `yes` and `no`
+    // are the verbs that answer for that side.
+    QByteArray settle(Q& side, bool on, bool agree, unsigned char yes, unsigned char no,
+                      unsigned char option);
     static bool weWant(unsigned char option);
     static bool theyMay(unsigned char option);
     std::array<Q, 256> m_us{};

@@ -8,28 +8,6 @@ namespace {
 const QString kCrLf = QStringLiteral("\r\n");
 }
 
-bool IsNumericText(const QString& text) {
-    const QString t = TrimBlank(text);
-    int i = 0;
-    const int n = int(t.size());
-    if (i < n && (t[i] == u'+' || t[i] == u'-')) ++i;
-    int digits = 0;
-    while (i < n && t[i].isDigit() && t[i].unicode() < 128) ++i, ++digits;
-    if (i < n && t[i] == u'.') {
-        ++i;
-        while (i < n && t[i].isDigit() && t[i].unicode() < 128) ++i, ++digits;
-    }
-    if (digits == 0) return false;
-    if (i < n && (t[i] == u'e' || t[i] == u'E')) {
-        ++i;
-        if (i < n && (t[i] == u'+' || t[i] == u'-')) ++i;
-        int exp = 0;
-        while (i < n && t[i].isDigit() && t[i].unicode() < 128) ++i, ++exp;
-        if (exp == 0) return false;
-    }
-    return i == n;
-}
-
 UrlParts SplitUrl(QString url) {
     UrlParts parts;
     const qsizetype p = url.indexOf(QStringLiteral("://"));

@@ -2,6 +2,8 @@
 // The pure half of the small HTTP client: splitting an address, the request text, the remote
 // port a scheme leads to, and the mending of line ends in what arrives.
 
+#include "core/text/Classic.h"
+
 #include <QString>
 
 namespace telvo::core {
@@ -30,9 +32,5 @@ int RemotePortFor(const UrlParts& parts, int currentPort, bool& badScheme);
 // LF alone becomes CR LF, CR LF stays; a lone CR before x gives CR, x, LF; a trailing CR gets
 // no LF. Each chunk is mended by itself.
 QString FixLineEnds(const QString& text);
-
-// True for a text the classic IsNumeric accepts: optional sign, digits with at most one point,
-// an optional exponent, blanks around.
-bool IsNumericText(const QString& text);
 
 } // namespace telvo::core

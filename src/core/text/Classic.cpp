@@ -50,6 +50,44 @@ double radixVal(const QString& text, int i, int radix) {
 
 } // namespace
 
+bool IsNumericText(const QString& text, NumericRule rule) {
+    const bool loose = rule == NumericRule::IrGenerator;
+    const qsizetype n = text.size();
+    qsizetype i = 0;
+    auto digit = [&](qsizetype k) { return k < n && text.at(k) >= u'0' && text.at(k) <= u'9'; };
+    auto blanks = [&] {
+        while (i < n && text.at(i) == u' ')
+            ++i;
+    };
+    blanks();
+    if (i < n && (text.at(i) == u'+' || text.at(i) == u'-')) {
+        ++i;
+        if (loose)
+            blanks();
+    }
+    bool digits = false;
+    while (digit(i))
+        ++i, digits = true;
+    if (i < n && text.at(i) == u'.') {
+        ++i;
+        while (digit(i))
+            ++i, digits = true;
+    }
+    if (!digits)
+        return false;
+    if (i < n && QStringView(loose ? u"eEdD" : u"eE").contains(text.at(i))) {
+        ++i;
+        if (i < n && (text.at(i) == u'+' || text.at(i) == u'-'))
+            ++i;
+        if (!digit(i))
+            return false;
+        while (digit(i))
+            ++i;
+    }
+    blanks();
+    return i == n;
+}
+
 double Val(const QString& text) {
     const int n = text.size();
     int i = 0;

@@ -24,6 +24,12 @@ private:
 // as the classic Val does; 0 when the text starts with no number.
 double Val(const QString& text);
 
+// The classic numeric test: blanks (code 32) around, a sign, digits with at most one point (one
+// digit at least), an exponent of E and digits. The IR generator's own test is looser: blanks
+// may follow the sign and D marks an exponent too.
+enum class NumericRule { Plain, IrGenerator };
+bool IsNumericText(const QString& text, NumericRule rule = NumericRule::Plain);
+
 // Float to integer: nearest, ties to even.
 double RoundEven(double v);
 // Checked conversions: overflow raises RuntimeError(kOverflow).

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QStringList>
 
 #include <algorithm>
 
@@ -183,6 +184,20 @@ QString Printable(const QString& text) {
             out += c;
     }
     return out;
+}
+
+QString DialogFilter(const QString& filter) {
+    if (!filter.contains(u'|'))
+        return filter;
+    const QStringList parts = filter.split(u'|');
+    QStringList out;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        QString pattern = parts[i + 1];
+        pattern.remove(u'(').remove(u')');
+        const QString tail = QStringLiteral("(") + pattern + QStringLiteral(")");
+        out << (parts[i].endsWith(tail) ? parts[i] : parts[i] + u' ' + tail);
+    }
+    return out.join(QStringLiteral(";;"));
 }
 
 } // namespace telvo::core

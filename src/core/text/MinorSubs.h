@@ -40,6 +40,11 @@ QString ParentFolder(const QString& path);
 bool FolderExists(const QString& path);
 bool FileExists(const QString& path);
 
+// A file filter as the system writes it, "Gamma Files (*.gma)|*.gma" (pairs of description and
+// pattern), in the form of Qt's dialogs: "Gamma Files (*.gma)", pairs joined by ";;". A filter
+// with no "|" is already in that form.
+QString DialogFilter(const QString& filter);
+
 // Control characters as "(STX)" and the like.
 QString Printable(const QString& text);
 QString ControlName(int code); // "(NUL)" .. "(US)"
