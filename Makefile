@@ -108,7 +108,7 @@ fuzz: deps ## libFuzzer over every fuzz target, FUZZ_SECONDS each, with clang (i
 # the emulator that the compile database knows (so no folder is ever missed). Any finding fails it,
 # and what clang-tidy says goes to the terminal (less its "N warnings generated." counts of the
 # warnings its checks leave out). With FORMAT_CHECK=1 the formatting is checked first.
-FORMAT_CHECK ?= 0
+FORMAT_CHECK ?= 1
 lint: SHELL := /bin/bash
 lint: .SHELLFLAGS := -o pipefail -c
 lint: build-test ## clang-tidy over src and sim, any finding fails (FORMAT_CHECK=1: formatting too)

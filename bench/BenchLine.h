@@ -18,7 +18,8 @@ inline ui::SCL& OpenCom1AsConnected(const QString& rate = QStringLiteral("19200"
     s.P1->setRThreshold(1);
     s.P1->setPortOpen(true);
     s.txtPort->setText(QStringLiteral("COM1"));
-    for (QLineEdit* e : {s.txtCrntSpeed, s.txtOrigSpeed}) e->setText(rate);
+    for (QLineEdit* e : {s.txtCrntSpeed, s.txtOrigSpeed})
+        e->setText(rate);
     s.DeviceModel->setText(QStringLiteral("Gorda"));
     ui::Link().PowerState = QStringLiteral("ON");
     return s;

@@ -35,10 +35,12 @@ struct ProcessRun {
 
 inline ProcessRun RunProgram(const QByteArray& program, const QStringList& args, bool quietErr) {
     std::vector<QByteArray> words{program};
-    for (const QString& a : args) words.push_back(a.toLocal8Bit());
+    for (const QString& a : args)
+        words.push_back(a.toLocal8Bit());
     std::vector<char*> argv;
     argv.reserve(words.size() + 1);
-    for (QByteArray& w : words) argv.push_back(w.data());
+    for (QByteArray& w : words)
+        argv.push_back(w.data());
     argv.push_back(nullptr);
     QElapsedTimer t;
     t.start();
@@ -46,7 +48,8 @@ inline ProcessRun RunProgram(const QByteArray& program, const QStringList& args,
     if (pid == 0) {
         const int null = ::open("/dev/null", O_WRONLY);
         ::dup2(null, 1);
-        if (quietErr) ::dup2(null, 2);
+        if (quietErr)
+            ::dup2(null, 2);
         ::execv(argv[0], argv.data());
         _exit(127);
     }

@@ -31,7 +31,9 @@ void receive(const QString& input) {
     QCoreApplication::processEvents();
 }
 
-QString line(int i) { return QStringLiteral("line %1: status ok\r\n> ").arg(i, 6); }
+QString line(int i) {
+    return QStringLiteral("line %1: status ok\r\n> ").arg(i, 6);
+}
 
 // Seconds of CPU per line with the boxes holding about `size` characters: the boxes are filled
 // (untimed), then a short batch of lines is timed; repeated so the total is well above the
@@ -39,7 +41,8 @@ QString line(int i) { return QStringLiteral("line %1: status ok\r\n> ").arg(i, 6
 double perLine(qsizetype size) {
     const int batches = 100, perBatch = 20;
     QString base;
-    for (int i = 0; base.size() < size; ++i) base += line(i);
+    for (int i = 0; base.size() < size; ++i)
+        base += line(i);
     base.truncate(size);
     double cpu = 0;
     for (int b = 0; b < batches; ++b) {
@@ -49,7 +52,8 @@ double perLine(qsizetype size) {
         ui::ldr().SyncText();
         QCoreApplication::processEvents();
         const double t0 = cpuSeconds();
-        for (int i = 0; i < perBatch; ++i) receive(line(i));
+        for (int i = 0; i < perBatch; ++i)
+            receive(line(i));
         cpu += cpuSeconds() - t0;
     }
     return cpu / (batches * perBatch);

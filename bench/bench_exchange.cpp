@@ -11,9 +11,9 @@
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPeer.h"
 #include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
-#include "platform/doubles/ScriptedPeer.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
@@ -22,8 +22,8 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
-#include <vector>
 #include <sys/resource.h>
+#include <vector>
 
 using namespace telvo;
 
@@ -31,7 +31,9 @@ namespace {
 
 void benchExchange() {
     platform::ScriptedPeer peer;
-    const QByteArray reply = platform::DeviceFrame("21", QByteArray("B1\0" "42\0", 6));
+    const QByteArray reply = platform::DeviceFrame("21", QByteArray("B1\0"
+                                                                    "42\0",
+                                                                    6));
     peer.on({}, reply);
     platform::PortMap::instance().setPorts({});
     platform::PortMap::instance().attachPeer(1, &peer);
@@ -46,7 +48,8 @@ void benchExchange() {
     s.txtCrntSpeed->setText(QStringLiteral("19200"));
 
     const int n = 200;
-    const QString query = core::BuildFrame(QStringLiteral("20"), QStringLiteral("B1") + core::NUL());
+    const QString query =
+        core::BuildFrame(QStringLiteral("20"), QStringLiteral("B1") + core::NUL());
     const double bytesPerExchange = query.size() + reply.size();
     const double lineLimit = 19200.0 / 10.0 / bytesPerExchange; // exchanges a second
     QElapsedTimer wall;
@@ -55,7 +58,8 @@ void benchExchange() {
     int answered = 0;
     for (int i = 0; i < n; ++i) {
         ui::QueryDevice(QStringLiteral("B1"));
-        if (!ui::Link().TimedOut) ++answered;
+        if (!ui::Link().TimedOut)
+            ++answered;
     }
     const double seconds = wall.nsecsElapsed() / 1e9;
     const double cpu = cpuSeconds() - cpu0;
@@ -73,7 +77,8 @@ void benchExchange() {
 // Microseconds a line costs: adding it and painting the box once, the median of many batches.
 double appendCost(ui::LogView& view, int linesBefore) {
     view.clear();
-    for (int i = 0; i < linesBefore; ++i) view.addLine(QStringLiteral("00:00.0  Sent: filler line"));
+    for (int i = 0; i < linesBefore; ++i)
+        view.addLine(QStringLiteral("00:00.0  Sent: filler line"));
     std::vector<double> batches;
     for (int b = 0; b < 21; ++b) {
         QElapsedTimer t;

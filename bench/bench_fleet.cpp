@@ -24,7 +24,8 @@ constexpr qint64 kImageBytes = 16000;
 using Run = telvo::bench::ProcessRun;
 
 Run runOnce(const QStringList& args) {
-    return telvo::bench::RunProgram(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"), args, true);
+    return telvo::bench::RunProgram(QByteArrayLiteral(TELVO_BINARY_DIR "/bin/telvo-cli"), args,
+                                    true);
 }
 
 struct Sim {
@@ -32,7 +33,9 @@ struct Sim {
     QString port;
 };
 
-QString number(double v, int decimals = 2) { return QString::number(v, 'f', decimals); }
+QString number(double v, int decimals = 2) {
+    return QString::number(v, 'f', decimals);
+}
 
 } // namespace
 
@@ -44,9 +47,9 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<Sim>> sims;
     for (int i = 0; i < kLoadDevices; ++i) {
         auto s = std::make_unique<Sim>();
-        s->process.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"),
-                         {QStringLiteral("--ini"), ini,
-                          QStringLiteral("--baud"), QString::number(kBaud)});
+        s->process.start(
+            QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"),
+            {QStringLiteral("--ini"), ini, QStringLiteral("--baud"), QString::number(kBaud)});
         if (!s->process.waitForStarted(5000) || !s->process.waitForReadyRead(5000)) {
             out << "vorix-sim did not start" << Qt::endl;
             return 1;
@@ -64,7 +67,8 @@ int main(int argc, char** argv) {
     const auto on = [&](int devices, const QStringList& job) {
         QStringList args{QStringLiteral("--home"), home.path(), QStringLiteral("--baud"),
                          QString::number(kBaud), QStringLiteral("--yes")};
-        for (int i = 0; i < devices; ++i) args << QStringLiteral("--port") << sims[size_t(i)]->port;
+        for (int i = 0; i < devices; ++i)
+            args << QStringLiteral("--port") << sims[size_t(i)]->port;
         return runOnce(args + job);
     };
     const auto report = [&](const QString& what, int devices, const Run& one, const Run& all) {
@@ -86,7 +90,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     report(QStringLiteral("save"), kSaveDevices, saveOne, saveAll);
-    const Run saveInTurn = on(kSaveDevices, QStringList{QStringLiteral("--jobs"), QStringLiteral("1")} + save);
+    const Run saveInTurn =
+        on(kSaveDevices, QStringList{QStringLiteral("--jobs"), QStringLiteral("1")} + save);
     out << "    in turn (--jobs 1): " << number(saveInTurn.ms / 1000.0) << " s: ratio "
         << number(saveInTurn.ms / saveOne.ms) << " (goal at once: close to 1.0)" << Qt::endl;
 

@@ -6,13 +6,13 @@
 
 #include "BenchLine.h"
 #include "app/Globals.h"
-#include "firmware/Firmware.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "config/IniLoader.h"
+#include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/Navigate.h"
-#include "common/Ser2Net.h"
-#include "common/SimProcess.h"
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
@@ -44,11 +44,13 @@ Result run(const QString& home, bool network) {
     Result r;
     SimProcess sim(home, network ? QStringLiteral("net") : QStringLiteral("pty"),
                    {QStringLiteral("--ini"), QStringLiteral(TELVO_SOURCE_DIR "/data/Telvo.ini")});
-    if (!sim.running()) return r;
+    if (!sim.running())
+        return r;
     std::unique_ptr<Ser2Net> server;
     if (network) {
         server = std::make_unique<Ser2Net>(home, sim.path(), Ser2Net::Rfc2217);
-        if (!server->running()) return r;
+        if (!server->running())
+            return r;
     }
     ui::ResetSession();
     platform::PortMap::instance().setPorts({network ? server->address() : sim.path()});
@@ -70,10 +72,12 @@ Result run(const QString& home, bool network) {
 
     const QString file = home + QStringLiteral("/bench.frk");
     QProcess make;
-    make.start(SimBinary(), {QStringLiteral("--make-firmware"), file, QStringLiteral("--version"),
-                             QStringLiteral("9.99"), QStringLiteral("--size"), QString::number(kImage)});
+    make.start(SimBinary(),
+               {QStringLiteral("--make-firmware"), file, QStringLiteral("--version"),
+                QStringLiteral("9.99"), QStringLiteral("--size"), QString::number(kImage)});
     make.waitForFinished(10000);
-    if (!ui::EnterFirmwareUpdateMode()) return r;
+    if (!ui::EnterFirmwareUpdateMode())
+        return r;
     ui::ldr().txtFileName->setText(file);
     ui::SetState(QStringLiteral("OC Loading"));
     wall.restart();
@@ -101,8 +105,8 @@ int main(int argc, char** argv) {
         std::printf("bench_netport: ser2net not installed, skipped\n");
         return 0;
     }
-    std::printf("bench_netport: %d exchanges at 19200, then a %lld-byte image at 57600\n", kExchanges,
-                kImage);
+    std::printf("bench_netport: %d exchanges at 19200, then a %lld-byte image at 57600\n",
+                kExchanges, kImage);
     // Best of three, taken in turns: on a shared machine the server is one more process to be
     // scheduled, and a single run measures the neighbours as much as the line.
     Result pty, net;

@@ -1,19 +1,20 @@
 // A refresh of all panels over rfc2217:// at a round trip of 0 and of 100 ms: vorix-sim on a
 // pseudo-terminal, ser2net on loopback, and the tests' delaying proxy in front of it. Each time
 // is printed against its floor: the bytes of both directions on the wire at 19200 baud, plus one
-// round trip an exchange. Best of three. Wall clock: the device, the server and the proxy run on it.
+// round trip an exchange. Best of three. Wall clock: the device, the server and the proxy run on
+// it.
 
 #include "BenchLine.h"
 #include "app/Globals.h"
-#include "config/IniLoader.h"
 #include "common/DelayProxy.h"
 #include "common/Ser2Net.h"
 #include "common/SimProcess.h"
+#include "config/IniLoader.h"
 #include "link/zSCL.h"
 #include "platform/clock/Clock.h"
+#include "platform/dialogs/Platform.h"
 #include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/LinkLatency.h"
-#include "platform/dialogs/Platform.h"
 #include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
@@ -50,10 +51,13 @@ Result run(const QString& home, int roundTripMs) {
     SimProcess sim(home, QStringLiteral("far%1").arg(roundTripMs),
                    {QStringLiteral("--ini"), home + QStringLiteral("/Telvo.ini"),
                     QStringLiteral("--reply-delay"), QStringLiteral("0")});
-    if (!sim.running()) return r;
+    if (!sim.running())
+        return r;
     Ser2Net server(home, sim.path(), Ser2Net::Rfc2217);
-    if (!server.running()) return r;
-    DelayProxy proxy(quint16(server.address().section(QLatin1Char(':'), -1).toUInt()), roundTripMs, 0);
+    if (!server.running())
+        return r;
+    DelayProxy proxy(quint16(server.address().section(QLatin1Char(':'), -1).toUInt()), roundTripMs,
+                     0);
     ui::ResetSession();
     platform::SetLinkRoundTripMs(0);
     platform::PortMap::instance().setPorts({proxy.address(QStringLiteral("rfc2217"))});
@@ -116,10 +120,11 @@ int main(int argc, char** argv) {
         Result best;
         for (int round = 0; round < 3; ++round) {
             const Result r = run(home.path(), roundTripMs);
-            if (round == 0 || (r.whole && r.seconds < best.seconds)) best = r;
+            if (round == 0 || (r.whole && r.seconds < best.seconds))
+                best = r;
         }
-        const double floor = double(best.wireBytes) * 10.0 / 19200.0 +
-                             best.exchanges * (roundTripMs / 1000.0);
+        const double floor =
+            double(best.wireBytes) * 10.0 / 19200.0 + best.exchanges * (roundTripMs / 1000.0);
         std::printf("%7d ms %10d %10.3f %10.3f %8.3f %6s\n", roundTripMs, best.exchanges,
                     best.seconds, floor, floor > 0 ? best.seconds / floor : 0.0,
                     best.whole ? "yes" : "NO");

@@ -2,10 +2,10 @@
 // the in-process line at 19200 baud, on the real clock: its time as a ratio of the line's floor,
 // the time the bytes of both directions take on the wire at that rate.
 
+#include "BenchLine.h"
 #include "CpuTime.h"
 #include "Device.h"
 #include "DevicePeer.h"
-#include "BenchLine.h"
 #include "app/Globals.h"
 #include "config/IniLoader.h"
 #include "core/config/IniFile.h"
@@ -47,7 +47,8 @@ int main(int argc, char** argv) {
                                                        platform::Clock::instance().nowUs());
     qint64 wireBytes = 0;
     device->setTrace([&](vorix::sim::Device::TraceKind kind, const QByteArray& bytes) {
-        if (kind != vorix::sim::Device::TraceKind::Note) wireBytes += bytes.size();
+        if (kind != vorix::sim::Device::TraceKind::Note)
+            wireBytes += bytes.size();
     });
     vorix::sim::DevicePeer peer(std::move(device));
     platform::PortMap::instance().setPorts({});

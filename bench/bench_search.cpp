@@ -8,9 +8,9 @@
 #include "link/Driver.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPeer.h"
 #include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
-#include "platform/doubles/ScriptedPeer.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 

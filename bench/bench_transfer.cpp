@@ -103,17 +103,16 @@ int main(int argc, char** argv) {
         int page;
         qint64 writeUs;
     };
-    for (const Case c : {Case{57600, 1024, 12'000}, Case{57600, 1024, 0}, Case{57600, 256, 12'000},
-                         Case{57600, 4096, 50'000}, Case{115200, 1024, 12'000},
-                         Case{115200, 1024, 0}}) {
+    for (const Case c :
+         {Case{57600, 1024, 12'000}, Case{57600, 1024, 0}, Case{57600, 256, 12'000},
+          Case{57600, 4096, 50'000}, Case{115200, 1024, 12'000}, Case{115200, 1024, 0}}) {
         const Result r = transfer(c.baud, c.page, c.writeUs);
         allWhole = allWhole && r.whole;
         char label[32];
         std::snprintf(label, sizeof label, "%d B / %lld ms", c.page, c.writeUs / 1000);
         std::printf("%-8d %-18s %10.2f %12.3f %12.3f %10d %8s %10.2f\n", c.baud, label,
-                    r.virtualSeconds,
-                    r.utilisation, r.toVerdictUtilisation, r.ctsDrops, r.whole ? "yes" : "NO",
-                    r.realSeconds);
+                    r.virtualSeconds, r.utilisation, r.toVerdictUtilisation, r.ctsDrops,
+                    r.whole ? "yes" : "NO", r.realSeconds);
     }
     std::printf("device reports the image whole: %s\n", allWhole ? "yes" : "NO");
     return allWhole ? 0 : 1;

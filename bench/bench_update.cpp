@@ -6,8 +6,8 @@
 #include "core/support/url_helper.h"
 
 #include <QElapsedTimer>
-#include <functional>
 #include <cstdio>
+#include <functional>
 
 using namespace telvo::core;
 
@@ -17,7 +17,8 @@ QString listPage(qsizetype bytes) {
     QString page = QStringLiteral("HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\n\r\n");
     int n = 0;
     while (page.size() < bytes)
-        page += QStringLiteral("gorda_2_0_%1,http://files.example/firmware/gorda_2_0_%1.frk\n").arg(n++);
+        page += QStringLiteral("gorda_2_0_%1,http://files.example/firmware/gorda_2_0_%1.frk\n")
+                    .arg(n++);
     return page;
 }
 
@@ -36,13 +37,14 @@ int main() {
         QString mended;
         const double fix = msFor([&] { mended = FixLineEnds(raw); });
         qsizetype rows = 0;
-        const double parse = msFor([&] { rows = ParseUpdateList(mended, QStringLiteral("gorda_")).entries.size() - 1; });
+        const double parse = msFor(
+            [&] { rows = ParseUpdateList(mended, QStringLiteral("gorda_")).entries.size() - 1; });
         const QString garbage(mb * 1024 * 1024, QChar(u'x'));
         const double junk = msFor([&] { ParseUpdateList(garbage, QStringLiteral("gorda_")); });
         std::printf("%lld MB: FixLineEnds %.1f ms (%.0f MB/s), list of %lld rows %.1f ms, "
                     "no line ends %.1f ms\n",
-                    static_cast<long long>(mb), fix, double(mb) / (fix / 1000), static_cast<long long>(rows),
-                    parse, junk);
+                    static_cast<long long>(mb), fix, double(mb) / (fix / 1000),
+                    static_cast<long long>(rows), parse, junk);
     }
     // Growth from 1 MB to 8 MB, measured once more together.
     const QString small = FixLineEnds(listPage(1024 * 1024));

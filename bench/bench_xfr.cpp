@@ -95,7 +95,8 @@ Result run(const QString& home, int baud, qint64 size, bool virtualClock) {
               double(pages - 1) * double(o.pageWriteUs) / 1e6;
     r.seconds = seconds;
     r.cpuShare = virtualClock ? 0 : cpu / wallS;
-    platform::Clock::instance().runUntil([&] { return d.loader().stats().accepted == 1; }, 5'000'000);
+    platform::Clock::instance().runUntil([&] { return d.loader().stats().accepted == 1; },
+                                         5'000'000);
     r.whole = code == 0 && d.loader().stats().bytes == size;
     ui::ResetSession();
     platform::PortMap::instance().setPorts({});
@@ -111,7 +112,8 @@ int main(int argc, char** argv) {
     QTemporaryDir home;
     qputenv("TELVO_HOME", home.path().toUtf8());
     platform::InstallScriptedPlatform();
-    std::printf("bench_xfr: XfrOneFile to the emulated boot loader, 1024-byte pages, 12 ms stalls\n");
+    std::printf(
+        "bench_xfr: XfrOneFile to the emulated boot loader, 1024-byte pages, 12 ms stalls\n");
     std::printf("%-8s %-8s %9s %10s %10s %10s %8s %6s\n", "clock", "baud", "bytes", "floor s",
                 "took s", "of floor", "CPU", "whole");
     bool ok = true;
@@ -125,7 +127,8 @@ int main(int argc, char** argv) {
         const Result r = run(home.path(), c.baud, c.size, c.virt);
         ok = ok && r.whole;
         char cpu[16] = "-";
-        if (!c.virt) std::snprintf(cpu, sizeof cpu, "%.1f %%", r.cpuShare * 100);
+        if (!c.virt)
+            std::snprintf(cpu, sizeof cpu, "%.1f %%", r.cpuShare * 100);
         std::printf("%-8s %-8d %9lld %10.3f %10.3f %10.3f %8s %6s\n", c.virt ? "virtual" : "wall",
                     c.baud, c.size, r.floor, r.seconds, r.floor / r.seconds, cpu,
                     r.whole ? "yes" : "NO");

@@ -32,8 +32,8 @@ void report(const char* what, int runs, const std::function<void()>& fn) {
     }
     std::sort(ms.begin(), ms.end());
     const double median = ms[ms.size() / 2];
-    std::printf("%-46s median %8.3f ms  best %8.3f ms  (goal 50 ms: %s)\n", what, median, ms.front(),
-                median <= 50.0 ? "met" : "MISSED");
+    std::printf("%-46s median %8.3f ms  best %8.3f ms  (goal 50 ms: %s)\n", what, median,
+                ms.front(), median <= 50.0 ? "met" : "MISSED");
 }
 
 } // namespace
@@ -55,7 +55,8 @@ int main(int argc, char** argv) {
     const QString path = home.filePath(QStringLiteral("display.txt"));
     {
         QFile f(path);
-        if (!f.open(QIODevice::WriteOnly)) return 1;
+        if (!f.open(QIODevice::WriteOnly))
+            return 1;
         f.write("' a measured display\r\n"
                 "FunctionRED=X^2.2 ' red\r\n"
                 "FunctionGreen=X^(2.2+0.2)\r\n"

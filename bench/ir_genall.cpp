@@ -29,9 +29,12 @@ core::CommandTable table() {
     for (int i = 0; i < 1000; ++i) {
         const QString code = QStringLiteral("%1").arg(i % 256, 2, 16, QLatin1Char('0')).toUpper();
         QString line = QStringLiteral("Command %1 = [1] %2 ; ").arg(i).arg(code);
-        if (i % 10 < 7) line += QStringLiteral("(0)Off,(1)On,(12)Twelve ;");
-        else if (i % 10 < 9) line += QStringLiteral("-50..50 ;");
-        else line += QStringLiteral("INTEGER ; 0 to 250");
+        if (i % 10 < 7)
+            line += QStringLiteral("(0)Off,(1)On,(12)Twelve ;");
+        else if (i % 10 < 9)
+            line += QStringLiteral("-50..50 ;");
+        else
+            line += QStringLiteral("INTEGER ; 0 to 250");
         core::ParseCommandLine(line, t, {});
     }
     return t;
@@ -90,7 +93,8 @@ int main(int argc, char** argv) {
     const int n = 20000;
     QString out;
     wall.restart();
-    for (int i = 0; i < n; ++i) core::ir::GenerateIR(s, core::ir::FormAbsolute, in, out);
+    for (int i = 0; i < n; ++i)
+        core::ir::GenerateIR(s, core::ir::FormAbsolute, in, out);
     std::printf("GenerateIR (core, FormAbsolute): %.2f us\n", wall.nsecsElapsed() / 1e3 / n);
 
     // One pattern through the window, as a click in the value list makes it.

@@ -80,7 +80,7 @@ private:
     bool m_complete = false;
     bool m_erased = false;
     bool m_stalled = false;
-    int m_injected = 0; // failures injected so far
+    int m_injected = 0;     // failures injected so far
     bool m_cutDone = false; // the cut-line fault strikes once in a device's life
     int m_spin = 0;
     QByteArray m_window; // the last bytes seen while looking for a new image

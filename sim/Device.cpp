@@ -133,10 +133,13 @@ void Device::advance(qint64 nowUs) {
     setNow(nowUs);
 }
 
-QByteArray Device::takeOutput() { return takeOutput(nullptr); }
+QByteArray Device::takeOutput() {
+    return takeOutput(nullptr);
+}
 
 QByteArray Device::takeOutput(QList<int>* rates) {
-    if (rates) rates->append(m_outRates);
+    if (rates)
+        rates->append(m_outRates);
     m_outRates.clear();
     QByteArray out;
     out.swap(m_out);
@@ -147,7 +150,8 @@ void Device::send(const QByteArray& bytes) {
     if (bytes.isEmpty() || m_cut)
         return;
     m_out.append(bytes);
-    for (qsizetype i = 0; i < bytes.size(); ++i) m_outRates.append(txBaud());
+    for (qsizetype i = 0; i < bytes.size(); ++i)
+        m_outRates.append(txBaud());
     m_txBusyUntilUs = qMax(m_txBusyUntilUs, m_now) + bytes.size() * ByteTimeUs(txBaud());
 }
 

@@ -147,7 +147,7 @@ private:
     bool m_cut = false;
 
     QByteArray m_out;
-    QList<int> m_outRates; // the sending rate of each byte of m_out
+    QList<int> m_outRates;      // the sending rate of each byte of m_out
     qint64 m_txBusyUntilUs = 0; // when what was sent so far has left the port
     quint32 m_noise = 0x1234567u;
 

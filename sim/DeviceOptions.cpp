@@ -39,8 +39,10 @@ const Opt kOptions[] = {
     {"cts-low", "Fault: CTS held low all the time.", nullptr},
     {"cts-stall-at-byte", "Fault: the loader holds CTS low from byte n of an image on.", "n"},
     {"cut-at-byte", "Fault: the line goes dead at byte n of an image.", "n"},
-    {"settings", "The user's values at power-on, set in order (ID=VALUE, comma-separated; 4C and "
-                 "60 choose the input and output of the values after them).", "list"},
+    {"settings",
+     "The user's values at power-on, set in order (ID=VALUE, comma-separated; 4C and "
+     "60 choose the input and output of the values after them).",
+     "list"},
 };
 
 bool readInt(const QCommandLineParser& p, const char* name, qint64& out, QString* error,

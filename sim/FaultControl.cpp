@@ -48,12 +48,14 @@ bool FaultControl::open(const QString& path, QString* error) {
     const QByteArray name = QFile::encodeName(path);
     struct stat st {};
     if (::stat(name.constData(), &st) != 0 && ::mkfifo(name.constData(), 0600) != 0) {
-        *error = QStringLiteral("cannot make %1: %2").arg(path, QString::fromLocal8Bit(::strerror(errno)));
+        *error = QStringLiteral("cannot make %1: %2")
+                     .arg(path, QString::fromLocal8Bit(::strerror(errno)));
         return false;
     }
     m_fd = ::open(name.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (m_fd < 0) {
-        *error = QStringLiteral("cannot open %1: %2").arg(path, QString::fromLocal8Bit(::strerror(errno)));
+        *error = QStringLiteral("cannot open %1: %2")
+                     .arg(path, QString::fromLocal8Bit(::strerror(errno)));
         return false;
     }
     m_reader = std::make_unique<QSocketNotifier>(m_fd, QSocketNotifier::Read);
@@ -102,7 +104,8 @@ QByteArray FaultControl::splice(const QByteArray& output, qsizetype* at) {
         return output;
     // STX, "21", two length digits, a two-character identifier, NUL: the value follows.
     constexpr qsizetype kHead = 8;
-    const qsizetype start = output.indexOf("\x02" "21");
+    const qsizetype start = output.indexOf("\x02"
+                                           "21");
     if (start < 0 || output.size() < start + kHead)
         return output;
     *at = start + kHead;

@@ -3,7 +3,8 @@
 // given by --control): "garbage N" (N stray bytes at the line's pace), "flood N" (N bytes as fast
 // as the terminal takes them, for at most 5 s), "silence MS" (the device hears but says nothing),
 // "cut MS" (the line is dead both ways), "late MS" (the next reply waits), "reboot" (a power
-// cycle), "splice N" (N stray bytes land inside the next data reply, as noise on a line would). The pseudo-terminal server asks it what to do with each byte; the device never knows.
+// cycle), "splice N" (N stray bytes land inside the next data reply, as noise on a line would). The
+// pseudo-terminal server asks it what to do with each byte; the device never knows.
 
 #include <QByteArray>
 #include <QObject>
@@ -46,8 +47,8 @@ public:
         return h;
     }
     // The device's output with a pending splice's stray bytes put between the identifier's NUL
-    // and the value of its first data reply ("21"), and `at` set to where they went; unchanged (and `at` -1) when no
-    // splice is pending or the output holds no whole data reply head yet.
+    // and the value of its first data reply ("21"), and `at` set to where they went; unchanged (and
+    // `at` -1) when no splice is pending or the output holds no whole data reply head yet.
     QByteArray splice(const QByteArray& output, qsizetype* at);
     // Stray bytes: N of them, never a frame's start or end.
     QByteArray garbage(qint64 n);

@@ -133,11 +133,10 @@ public:
                                                                         : "loader";
         const QByteArray changed = m_device.settings().changedValues().join(',');
         writeEvent(QByteArray("state mode=") + mode +
-              " firmware=" + m_device.firmwareVersion().toLatin1() +
-              " valid=" + (m_device.firmwareValid() ? "1" : "0") +
-              " rate=" + QByteArray::number(m_device.baud()) +
-              " image=" + QByteArray::number(m_device.loader().stats().bytes) +
-              " changed=" + changed);
+                   " firmware=" + m_device.firmwareVersion().toLatin1() +
+                   " valid=" + (m_device.firmwareValid() ? "1" : "0") +
+                   " rate=" + QByteArray::number(m_device.baud()) + " image=" +
+                   QByteArray::number(m_device.loader().stats().bytes) + " changed=" + changed);
     }
 
 private:
@@ -319,8 +318,9 @@ private:
     // "image N" once the loader holds N bytes of an image, N a multiple of 1024; "image 0" when
     // its first byte arrives.
     void imageMilestone() {
-        const bool receiving = m_device.mode() == Device::Mode::Loader &&
-                               m_device.loader().state() == vorix::sim::BootLoader::State::Receiving;
+        const bool receiving =
+            m_device.mode() == Device::Mode::Loader &&
+            m_device.loader().state() == vorix::sim::BootLoader::State::Receiving;
         const qint64 bytes = receiving ? m_device.loader().stats().bytes : -1;
         if (bytes == m_lastImageBytes)
             return;
@@ -448,10 +448,11 @@ int main(int argc, char** argv) {
                  QStringLiteral("bytes")});
     p.addOption({QStringLiteral("for-model"),
                  QStringLiteral("Model the image is for (default: any)."), QStringLiteral("name")});
-    p.addOption({QStringLiteral("control"),
-                 QStringLiteral("Read faults from this FIFO (made when absent), one a line: "
-                                "garbage N, flood N, silence MS, cut MS, late MS, reboot, splice N."),
-                 QStringLiteral("fifo")});
+    p.addOption(
+        {QStringLiteral("control"),
+         QStringLiteral("Read faults from this FIFO (made when absent), one a line: "
+                        "garbage N, flood N, silence MS, cut MS, late MS, reboot, splice N."),
+         QStringLiteral("fifo")});
     vorix::sim::AddDeviceOptions(p);
     p.process(app);
 

@@ -14,7 +14,8 @@ namespace telvo::screens {
 inline void waitMs(int ms) {
     QElapsedTimer t;
     t.start();
-    while (t.elapsed() < ms) platform::DoEvents();
+    while (t.elapsed() < ms)
+        platform::DoEvents();
 }
 
 inline void save(QWidget& w, const QString& path) {

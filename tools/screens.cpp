@@ -42,7 +42,8 @@ QByteArray sampleWith(const QStringList& system, bool prototype) {
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    const QString outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
+    const QString outDir =
+        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
     QDir().mkpath(outDir);
     QTemporaryDir home;
     qputenv("TELVO_HOME", home.path().toUtf8());
@@ -56,7 +57,8 @@ int main(int argc, char** argv) {
                            false));
     }
     QProcess sim;
-    sim.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"), {QStringLiteral("--ini"), iniPath});
+    sim.start(QStringLiteral(TELVO_BINARY_DIR "/bin/vorix-sim"),
+              {QStringLiteral("--ini"), iniPath});
     sim.waitForStarted(5000);
     while (!sim.canReadLine() && sim.waitForReadyRead(5000)) {
     }

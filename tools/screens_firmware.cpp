@@ -34,7 +34,8 @@ namespace {
 void save(QWidget& w, const QString& path) {
     w.show();
     w.raise();
-    for (int i = 0; i < 5; ++i) QCoreApplication::processEvents();
+    for (int i = 0; i < 5; ++i)
+        QCoreApplication::processEvents();
     w.grab().save(path);
     QTextStream(stdout) << path << Qt::endl;
 }

@@ -28,7 +28,8 @@ namespace {
 
 void select(QListWidget* list, const QString& text) {
     const auto items = list->findItems(text, Qt::MatchExactly);
-    if (!items.isEmpty()) list->setCurrentItem(items.first());
+    if (!items.isEmpty())
+        list->setCurrentItem(items.first());
     waitMs(200);
 }
 
@@ -36,7 +37,8 @@ void select(QListWidget* list, const QString& text) {
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    const QString outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
+    const QString outDir =
+        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
     QDir().mkpath(outDir);
     QTemporaryDir home;
     qputenv("TELVO_HOME", home.path().toUtf8());
@@ -55,7 +57,8 @@ int main(int argc, char** argv) {
     ui::IRG& w = ui::irg();
     w.resize(760, w.sizeHint().height());
     waitMs(300);
-    if (!ui::scl().isHidden()) QTextStream(stderr) << "main window shown in NoDeviceMode" << Qt::endl;
+    if (!ui::scl().isHidden())
+        QTextStream(stderr) << "main window shown in NoDeviceMode" << Qt::endl;
 
     select(w.lstCmnds, QStringLiteral("Input"));
     select(w.lstValues, QStringLiteral("HDMI-1"));

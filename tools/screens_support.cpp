@@ -30,13 +30,12 @@ using namespace telvo;
 using screens::save;
 using screens::waitMs;
 
-namespace {
-
-} // namespace
+namespace {} // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
-    const QString outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
+    const QString outDir =
+        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("docs/screens");
     QDir().mkpath(outDir);
     QTemporaryDir home;
     qputenv("TELVO_HOME", home.path().toUtf8());
@@ -54,10 +53,11 @@ int main(int argc, char** argv) {
     ui::Config().UpdateUrl = server.url(QStringLiteral("/update.txt"));
     ui::Config().FirmwareDir = home.path() + QStringLiteral("/Firmware Files/");
     QDir().mkpath(ui::Config().FirmwareDir);
-    ui::Config().WebSites = {core::NamedText{},
-                             {QStringLiteral("Telvo Home"), QStringLiteral("http://www.telvo.example/")},
-                             {QStringLiteral("User Forum"), QStringLiteral("http://forum.telvo.example/")},
-                             {QStringLiteral("Firmware Archive"), QStringLiteral("http://files.telvo.example/")}};
+    ui::Config().WebSites = {
+        core::NamedText{},
+        {QStringLiteral("Telvo Home"), QStringLiteral("http://www.telvo.example/")},
+        {QStringLiteral("User Forum"), QStringLiteral("http://forum.telvo.example/")},
+        {QStringLiteral("Firmware Archive"), QStringLiteral("http://files.telvo.example/")}};
     ui::scl().DeviceModel->setText(QStringLiteral("Gorda"));
     ui::scl().txtCrntSpeed->setText(QStringLiteral("19200"));
 

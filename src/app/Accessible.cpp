@@ -29,7 +29,8 @@ public:
     using QAccessibleWidget::text;
 
     void* interface_cast(QAccessible::InterfaceType t) override {
-        if (t == QAccessible::TextInterface) return static_cast<QAccessibleTextInterface*>(this);
+        if (t == QAccessible::TextInterface)
+            return static_cast<QAccessibleTextInterface*>(this);
         return QAccessibleWidget::interface_cast(t);
     }
 
@@ -70,7 +71,8 @@ public:
         return line()->IsAlert() ? QAccessible::AlertMessage : QAccessible::StatusBar;
     }
     QString text(QAccessible::Text t) const override {
-        if (t == QAccessible::Description || t == QAccessible::Value) return content();
+        if (t == QAccessible::Description || t == QAccessible::Value)
+            return content();
         return QAccessibleWidget::text(t);
     }
     using ReadOnlyText::text;
@@ -95,7 +97,8 @@ public:
         return s;
     }
     QString text(QAccessible::Text t) const override {
-        if (t == QAccessible::Value) return content();
+        if (t == QAccessible::Value)
+            return content();
         return QAccessibleWidget::text(t);
     }
     using ReadOnlyText::text;
@@ -118,8 +121,10 @@ private:
 };
 
 QAccessibleInterface* factory(const QString&, QObject* object) {
-    if (auto* line = qobject_cast<StatusLine*>(object)) return new StatusLineAccessible(line);
-    if (auto* log = qobject_cast<LogView*>(object)) return new LogViewAccessible(log);
+    if (auto* line = qobject_cast<StatusLine*>(object))
+        return new StatusLineAccessible(line);
+    if (auto* log = qobject_cast<LogView*>(object))
+        return new LogViewAccessible(log);
     return nullptr;
 }
 
@@ -139,8 +144,10 @@ protected:
         if (e->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(e)->key() != Qt::Key_Escape)
             return false;
         auto* w = qobject_cast<QWidget*>(watched);
-        if (!cancel || !w || w->window() != cancel->window()) return false;
-        if (!cancel->isHidden()) cancel->click();
+        if (!cancel || !w || w->window() != cancel->window())
+            return false;
+        if (!cancel->isHidden())
+            cancel->click();
         return true;
     }
 };
@@ -167,7 +174,8 @@ void SetCaption(QAbstractButton* button, const QString& caption) {
 }
 
 void SetCaption(QLabel* label, const QString& caption) {
-    if (auto* line = qobject_cast<StatusLine*>(label)) return line->setText(caption);
+    if (auto* line = qobject_cast<StatusLine*>(label))
+        return line->setText(caption);
     label->setAccessibleName(spoken(caption));
     label->setText(caption);
 }
@@ -175,14 +183,18 @@ void SetCaption(QLabel* label, const QString& caption) {
 void ChainInOrder(QWidget* window, const QList<QWidget*>& regions) {
     QList<QWidget*> chain;
     for (QWidget* w = window->nextInFocusChain(); w && w != window; w = w->nextInFocusChain())
-        if (w->focusPolicy() & Qt::TabFocus) chain << w;
+        if (w->focusPolicy() & Qt::TabFocus)
+            chain << w;
     QList<QWidget*> order;
     for (QWidget* region : regions)
         for (QWidget* w : chain)
-            if (region->isAncestorOf(w) && !order.contains(w)) order << w;
+            if (region->isAncestorOf(w) && !order.contains(w))
+                order << w;
     for (QWidget* w : chain)
-        if (!order.contains(w)) order << w;
-    for (qsizetype i = 1; i < order.size(); ++i) QWidget::setTabOrder(order.at(i - 1), order.at(i));
+        if (!order.contains(w))
+            order << w;
+    for (qsizetype i = 1; i < order.size(); ++i)
+        QWidget::setTabOrder(order.at(i - 1), order.at(i));
 }
 
 StatusLine::StatusLine(QWidget* parent) : ClickLabel(parent) {
@@ -192,7 +204,8 @@ StatusLine::StatusLine(QWidget* parent) : ClickLabel(parent) {
 
 void StatusLine::setText(const QString& text) {
     // An emptied line ends the alert it showed.
-    if (text.isEmpty()) m_alert = false;
+    if (text.isEmpty())
+        m_alert = false;
     replace(text, false);
 }
 
@@ -209,7 +222,8 @@ void StatusLine::Alert(const QString& text) {
 
 void StatusLine::replace(const QString& text, bool always) {
     const QString before = QLabel::text();
-    if (text == before && !always) return;
+    if (text == before && !always)
+        return;
     QLabel::setText(text);
     // The description is what a reader speaks with the name; the text event is what a reader
     // of the text hears inserted.

@@ -21,7 +21,8 @@ QPushButton* NamedButton(const QString& caption, QWidget* parent, const char* na
 void OnClick(QRadioButton* button, std::function<void()> click) {
     auto run = std::make_shared<std::function<void()>>(std::move(click));
     QObject::connect(button, &QAbstractButton::toggled, button, [run](bool on) {
-        if (on) Handle(*run);
+        if (on)
+            Handle(*run);
     });
     // A click on a button already set changes nothing, so no toggle tells of it: note at the
     // press (mouse, key or accessibility press) whether it was set, and run at the click.
@@ -31,7 +32,8 @@ void OnClick(QRadioButton* button, std::function<void()> click) {
     QObject::connect(button, &QAbstractButton::clicked, button, [run, wasSet] {
         const bool again = *wasSet;
         *wasSet = false;
-        if (again) Handle(*run);
+        if (again)
+            Handle(*run);
     });
 }
 
@@ -55,9 +57,8 @@ void Handle(const std::function<void()>& handler) {
     } catch (const platform::ProgramEnd&) {
         // Already ended: the windows are gone and the nearest yield unwinds the rest.
     } catch (const core::RuntimeError& e) {
-        platform::MessageBox(QStringLiteral("Run-time error '%1':\r\n\r\n%2")
-                                 .arg(e.number())
-                                 .arg(e.description()));
+        platform::MessageBox(
+            QStringLiteral("Run-time error '%1':\r\n\r\n%2").arg(e.number()).arg(e.description()));
     }
 }
 

@@ -26,7 +26,8 @@ protected:
         QLabel::mousePressEvent(e);
     }
     void mouseReleaseEvent(QMouseEvent* e) override {
-        if (rect().contains(e->position().toPoint())) Q_EMIT Click();
+        if (rect().contains(e->position().toPoint()))
+            Q_EMIT Click();
         QLabel::mouseReleaseEvent(e);
     }
     void mouseDoubleClickEvent(QMouseEvent* e) override {

@@ -2,12 +2,12 @@
 
 #include "app/Tools.h"
 
-#include "firmware/LDR.h"
-#include "link/DBG.h"
 #include "config/FP.h"
 #include "config/FWR.h"
 #include "config/INI.h"
 #include "config/MDL.h"
+#include "firmware/LDR.h"
+#include "link/DBG.h"
 #include "settings/SCL.h"
 
 #include <memory>
@@ -37,36 +37,60 @@ std::unique_ptr<Session>& session() {
 
 // Windows are created on first use and live for the run.
 template <typename W> W& windowOf(std::unique_ptr<W>& slot) {
-    if (!slot) slot = std::make_unique<W>();
+    if (!slot)
+        slot = std::make_unique<W>();
     return *slot;
 }
 } // namespace
 
-Session& G() { return *session(); }
+Session& G() {
+    return *session();
+}
 
-SCL& scl() { return windowOf(windows().scl); }
+SCL& scl() {
+    return windowOf(windows().scl);
+}
 
-LDR& ldr() { return windowOf(windows().ldr); }
+LDR& ldr() {
+    return windowOf(windows().ldr);
+}
 
-DBG& dbg() { return windowOf(windows().dbg); }
+DBG& dbg() {
+    return windowOf(windows().dbg);
+}
 
-FP& fp() { return windowOf(windows().fp); }
+FP& fp() {
+    return windowOf(windows().fp);
+}
 
-INI& ini() { return windowOf(windows().ini); }
+INI& ini() {
+    return windowOf(windows().ini);
+}
 
-MDL& mdl() { return windowOf(windows().mdl); }
+MDL& mdl() {
+    return windowOf(windows().mdl);
+}
 
-FWR& fwr() { return windowOf(windows().fwr); }
+FWR& fwr() {
+    return windowOf(windows().fwr);
+}
 
 bool WindowExists(const char* name) {
     const QString n = QString::fromLatin1(name);
-    if (n == QLatin1String("SCL")) return bool(windows().scl);
-    if (n == QLatin1String("LDR")) return bool(windows().ldr);
-    if (n == QLatin1String("DBG")) return bool(windows().dbg);
-    if (n == QLatin1String("FP")) return bool(windows().fp);
-    if (n == QLatin1String("INI")) return bool(windows().ini);
-    if (n == QLatin1String("MDL")) return bool(windows().mdl);
-    if (n == QLatin1String("FWR")) return bool(windows().fwr);
+    if (n == QLatin1String("SCL"))
+        return bool(windows().scl);
+    if (n == QLatin1String("LDR"))
+        return bool(windows().ldr);
+    if (n == QLatin1String("DBG"))
+        return bool(windows().dbg);
+    if (n == QLatin1String("FP"))
+        return bool(windows().fp);
+    if (n == QLatin1String("INI"))
+        return bool(windows().ini);
+    if (n == QLatin1String("MDL"))
+        return bool(windows().mdl);
+    if (n == QLatin1String("FWR"))
+        return bool(windows().fwr);
     return false;
 }
 

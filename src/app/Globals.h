@@ -2,9 +2,9 @@
 // The module-level state of the run: one object per subsystem, gathered in one session so that a
 // test can start from a fresh run. Windows are created on first use and live for the run.
 
-#include "core/log/LogLines.h"
 #include "core/config/IniFile.h"
 #include "core/link/ReceiveRouter.h"
+#include "core/log/LogLines.h"
 
 #include <QString>
 #include <QStringList>
@@ -52,10 +52,10 @@ struct DriverGlobals {
     bool PowerUpAllowed = true;
     // What the last search met at each port, for the command line to tell why none answered.
     struct PortTry {
-        QString port;          // "COMn"
-        int openError = 0;     // the port's error number when it did not open
-        QString openText;      // and its description
-        QStringList silentAt;  // the rates at which it opened and nothing answered
+        QString port;         // "COMn"
+        int openError = 0;    // the port's error number when it did not open
+        QString openText;     // and its description
+        QStringList silentAt; // the rates at which it opened and nothing answered
     };
     QList<PortTry> Tried;
 };
@@ -93,9 +93,15 @@ struct Session {
 };
 
 Session& G();
-inline AppGlobals& App() { return G().app; }
-inline core::LinkState& Link() { return G().link; }
-inline core::ConfigTables& Config() { return G().config; }
+inline AppGlobals& App() {
+    return G().app;
+}
+inline core::LinkState& Link() {
+    return G().link;
+}
+inline core::ConfigTables& Config() {
+    return G().config;
+}
 
 // The windows of the run.
 SCL& scl();

@@ -26,14 +26,17 @@ void LogView::addLine(const QString& line) {
 }
 
 void LogView::showAdded() {
-    if (m_added == 0) return;
+    if (m_added == 0)
+        return;
     // A reader scrolled down keeps the lines under the eye as new ones come in on top.
     QScrollBar* bar = verticalScrollBar();
     const int at = bar->value();
     updateScrollBar();
-    if (at > 0) bar->setValue(at + m_added);
+    if (at > 0)
+        bar->setValue(at + m_added);
     m_added = 0;
-    if (isVisible()) viewport()->update();
+    if (isVisible())
+        viewport()->update();
 }
 
 void LogView::clear() {
@@ -66,6 +69,8 @@ void LogView::paintEvent(QPaintEvent*) {
     }
 }
 
-void LogView::mouseDoubleClickEvent(QMouseEvent*) { Q_EMIT DblClick(); }
+void LogView::mouseDoubleClickEvent(QMouseEvent*) {
+    Q_EMIT DblClick();
+}
 
 } // namespace telvo::ui

@@ -1,17 +1,17 @@
 #include "app/Main.h"
 
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "app/Tools.h"
 #include "config/INI.h"
 #include "config/IniLoader.h"
+#include "core/text/Classic.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
-#include "app/Tools.h"
+#include "platform/os/AppPath.h"
 #include "settings/Layout.h"
 #include "settings/SCL.h"
 
@@ -20,7 +20,9 @@
 
 namespace telvo::ui {
 
-void SetCommandLine(const QString& line) { App().CommandLine = line; }
+void SetCommandLine(const QString& line) {
+    App().CommandLine = line;
+}
 
 // Words are searched as text anywhere in the line, so they need no separator.
 bool CommandLineHas(const QString& word) {
@@ -36,12 +38,14 @@ void ApplyStartupPreferences() {
     ArrangeToolButtons();
     ReadIniFile(1);
     core::ConfigTables& c = Config();
-    if (a.DebuggerMode) c.UserLevel = 0;
+    if (a.DebuggerMode)
+        c.UserLevel = 0;
     SetUserLayout(c.UserLevel);
     if (c.FirmwareDir.isEmpty()) {
         c.FirmwareDir = platform::AppPath() + QStringLiteral("\\Firmware Files\\");
         const QString folder = platform::NativePath(c.FirmwareDir);
-        if (!QDir(folder).exists()) QDir().mkpath(folder);
+        if (!QDir(folder).exists())
+            QDir().mkpath(folder);
     }
     // Enabled or unticked and disabled (not shown or hidden): pass 1 fills no setting rows, so
     // the box comes up disabled and the Restore Defaults box frees it.
@@ -75,7 +79,8 @@ void Main() {
     QFile::remove(LogFilePath());
 
     Config().StateSettings = {core::StateSettingRow()};
-    if (!CheckIniFile()) platform::EndProgram();
+    if (!CheckIniFile())
+        platform::EndProgram();
     ApplyStartupPreferences();
     core::ConfigTables& c = Config();
 
@@ -122,7 +127,8 @@ void cmdEnd_MouseDown(Qt::KeyboardModifiers shift) {
     }
     if (shift & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier)) {
         s.lblWait->show();
-        if (!ShowExitSpeedWindow()) s.lblWait->hide();
+        if (!ShowExitSpeedWindow())
+            s.lblWait->hide();
         return;
     }
     s.lblWait->show();
@@ -131,6 +137,8 @@ void cmdEnd_MouseDown(Qt::KeyboardModifiers shift) {
     platform::EndProgram();
 }
 
-void SCL_QueryUnload() { platform::EndProgram(); }
+void SCL_QueryUnload() {
+    platform::EndProgram();
+}
 
 } // namespace telvo::ui

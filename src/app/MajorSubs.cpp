@@ -5,9 +5,9 @@
 #include "core/log/LogLines.h"
 #include "firmware/LDR.h"
 #include "link/zSCL.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 #include "settings/SCL.h"
 
 #include <QDir>
@@ -23,7 +23,9 @@ void setColor(QLabel* label, int r, int g, int b) {
     label->setStyleSheet(QStringLiteral("color: rgb(%1,%2,%3)").arg(r).arg(g).arg(b));
 }
 
-bool visible(const QWidget* w) { return !w->isHidden(); }
+bool visible(const QWidget* w) {
+    return !w->isHidden();
+}
 
 // Waits on a prompt's buttons, unless the platform answers it at once (it is told the prompt's
 // kind and words as values, never the window's text).
@@ -33,31 +35,38 @@ void awaitPrompt(QPushButton* cmdContinue, platform::Prompt::Kind kind, const QS
         // A turn of the loop, as a click from it would have had (an ended program unwinds here).
         platform::DoEventsOnce();
     }
-    while (visible(cmdContinue)) platform::DoEvents();
+    while (visible(cmdContinue))
+        platform::DoEvents();
 }
 
 QString simTail() {
     const core::LinkState& l = Link();
-    if (l.SimNote.isEmpty()) return QString();
+    if (l.SimNote.isEmpty())
+        return QString();
     return l.SimNote + QStringLiteral(",  Data=") + l.SimCommandText;
 }
 
-void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QString& text, int blank) {
+void showStatusOn(StatusLine* lblMessage, QCheckBox* chkNoFWupdate, const QString& text,
+                  int blank) {
     setColor(lblMessage, 0, 0, 0);
     const QString tail = simTail();
-    if (!text.isEmpty()) lblMessage->Say(text + kFive + tail);
+    if (!text.isEmpty())
+        lblMessage->Say(text + kFive + tail);
     WriteLogFile(text + kFive + tail);
     platform::StatusShown(text, false);
-    if (blank != 0) WriteLogFile(QString());
+    if (blank != 0)
+        WriteLogFile(QString());
     lblMessage->show();
     if (!Link().SimNote.isEmpty()) {
         // A simulated run shows each step for a moment and then wipes it.
-        if (!chkNoFWupdate->isChecked()) Pause(1500);
+        if (!chkNoFWupdate->isChecked())
+            Pause(1500);
         lblMessage->setText(QString());
     }
 }
 
-void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter, const QString& text) {
+void startAlert(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter,
+                const QString& text) {
     setColor(lblMessage, 255, 0, 0);
     App().AlertText = text + kFive + Link().SimNote;
     lblMessage->Alert(App().AlertText);
@@ -83,16 +92,21 @@ void alertTick(StatusLine* lblMessage, platform::Timer* tmr, qint16& counter) {
 }
 } // namespace
 
-QString LogFilePath() { return QDir(platform::JobFolder()).filePath(QStringLiteral("LogFile.txt")); }
+QString LogFilePath() {
+    return QDir(platform::JobFolder()).filePath(QStringLiteral("LogFile.txt"));
+}
 
 void WriteLogFile(const QString& text) {
-    if (!Config().LogToFile) return;
+    if (!Config().LogToFile)
+        return;
     AppGlobals& a = App();
-    if (text.isEmpty() && a.LastLogBlank) return;
+    if (text.isEmpty() && a.LastLogBlank)
+        return;
     a.LastLogBlank = text.isEmpty();
     // Opened and closed for every line, so the log survives a crash up to its last line.
     QFile f(LogFilePath());
-    if (!f.open(QIODevice::Append)) return;
+    if (!f.open(QIODevice::Append))
+        return;
     f.write(text.toUtf8());
     f.write("\r\n");
 }
@@ -215,7 +229,8 @@ void Breakpoint(const QString& text) {
 
 void WaitOnWindow(const QWidget& window) {
     platform::WindowWaits(window.windowTitle());
-    while (visible(&window)) platform::DoEvents();
+    while (visible(&window))
+        platform::DoEvents();
 }
 
 void BreakpointLDR(const QString& text) {

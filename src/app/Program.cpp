@@ -3,8 +3,8 @@
 #include "app/Controls.h"
 #include "app/Main.h"
 #include "core/app/StartupLine.h"
-#include "platform/os/AppPath.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -17,7 +17,8 @@ int RunProgram(int argc, char** argv, telvo::platform::PortMap::PeerFactory peer
     // The line is answered before any window system is asked for, so --help, --version and a
     // mistake need no display.
     QStringList raw;
-    for (int i = 1; i < argc; ++i) raw << QString::fromLocal8Bit(argv[i]);
+    for (int i = 1; i < argc; ++i)
+        raw << QString::fromLocal8Bit(argv[i]);
     const StartupLine line = telvo::core::ReadStartupLine(raw);
     if (line.action == StartupLine::Help || line.action == StartupLine::Version) {
         std::fputs(qPrintable(line.output), stdout);
@@ -46,10 +47,12 @@ int RunProgram(int argc, char** argv, telvo::platform::PortMap::PeerFactory peer
     telvo::platform::PrepareAppFolder();
     // "sim" entries of TELVO_PORTS put the device emulator behind that COM number, in-process.
     telvo::platform::PortMap::instance().setPeerFactory(std::move(peers));
-    if (beforeMain) beforeMain();
+    if (beforeMain)
+        beforeMain();
     try {
         Handle([] { Main(); });
-        if (telvo::platform::ProgramEnded()) return 0;
+        if (telvo::platform::ProgramEnded())
+            return 0;
         return QApplication::exec();
     } catch (const telvo::platform::ProgramEnd&) {
         return 0;

@@ -23,13 +23,13 @@ void ShowADV();
 void ResetOptionsWindows();
 
 // Firmware loader (src/firmware).
-void ResumeCutOffLoad();    // RestartLoader.txt found, or "BootLoader" on the command line
+void ResumeCutOffLoad(); // RestartLoader.txt found, or "BootLoader" on the command line
 // Once connected (at start-up or by Connect): settings a load saved and never put back are
 // offered again.
 void RestoreSettingsOfCutOffLoad();
-void cmdStartSCL_Click();   // the main window's Load Firmware: the adapter warning, then LDR
-bool ShowExitSpeedWindow(); // false when it came back by its cancel
-void cmdDelFileList_Click();  // ADV's list buttons
+void cmdStartSCL_Click();    // the main window's Load Firmware: the adapter warning, then LDR
+bool ShowExitSpeedWindow();  // false when it came back by its cancel
+void cmdDelFileList_Click(); // ADV's list buttons
 void cmdSaveFileList_Click();
 void ResetFirmwareWindows();
 

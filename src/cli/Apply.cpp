@@ -19,9 +19,13 @@ namespace telvo::cli {
 
 namespace {
 
-Report& rep() { return Report::instance(); }
+Report& rep() {
+    return Report::instance();
+}
 
-const core::CommandRec& recordAt(int record) { return ui::Config().Commands.at(record); }
+const core::CommandRec& recordAt(int record) {
+    return ui::Config().Commands.at(record);
+}
 
 // " (line 3)" for a setting of a file, nothing for a word of the command line.
 QString whereOf(const core::Assignment& a) {
@@ -32,10 +36,12 @@ QString whereOf(const core::Assignment& a) {
 // read to compare (write only) or that is an action rather than a value.
 QString problemOf(const core::Assignment& a) {
     const int record = RecordOf(a.name);
-    if (record <= 0) return QStringLiteral("no setting named ") + a.name;
+    if (record <= 0)
+        return QStringLiteral("no setting named ") + a.name;
     const core::CommandRec& rec = recordAt(record);
     if (!rec.ReadOnly && rec.WriteOnly)
-        return rec.Name + QStringLiteral(" is write only: apply cannot read it to compare (use set)");
+        return rec.Name +
+               QStringLiteral(" is write only: apply cannot read it to compare (use set)");
     if (!rec.Action.isEmpty())
         return rec.Name + QStringLiteral(" is an action, not a setting (use set)");
     return core::ValueProblem(rec, a.value);
@@ -50,10 +56,12 @@ int refuseAny(const QList<core::Assignment>& wanted, const QString& sent) {
             const int record = RecordOf(a.name);
             names << (record > 0 ? recordAt(record).Name : a.name);
         }
-    if (problems.isEmpty()) return kDone;
+    if (problems.isEmpty())
+        return kDone;
     rep().failedSettings(names);
-    return rep().fail(kUsage, QStringLiteral("refused %1 setting(s), %2: ").arg(problems.size()).arg(sent) +
-                                  problems.join(QStringLiteral("; ")));
+    return rep().fail(kUsage,
+                      QStringLiteral("refused %1 setting(s), %2: ").arg(problems.size()).arg(sent) +
+                          problems.join(QStringLiteral("; ")));
 }
 
 // The settings named, each once: a setting named again takes the last value, in the place it
@@ -82,7 +90,8 @@ std::optional<QList<core::Assignment>> wantedOf(const Options& o, int* code) {
     const QString path = NamedValue(o, QStringLiteral("--file"));
     QList<core::Assignment> out;
     if (path.isEmpty()) {
-        for (const QString& w : o.words) out << core::ParseAssignment(w).value_or(core::Assignment{});
+        for (const QString& w : o.words)
+            out << core::ParseAssignment(w).value_or(core::Assignment{});
         return out;
     }
     QFile f(path);
@@ -92,7 +101,8 @@ std::optional<QList<core::Assignment>> wantedOf(const Options& o, int* code) {
     }
     const core::AssignmentFile file = core::ReadAssignments(f.readAll(), ui::Config().Commands);
     if (!file.problem.isEmpty()) {
-        *code = rep().fail(kFileError, path + QStringLiteral(" is not a file apply takes: ") + file.problem);
+        *code = rep().fail(kFileError,
+                           path + QStringLiteral(" is not a file apply takes: ") + file.problem);
         return std::nullopt;
     }
     if (file.leftLines > 0) {
@@ -105,12 +115,13 @@ std::optional<QList<core::Assignment>> wantedOf(const Options& o, int* code) {
                                  .arg(file.leftStates.size())
                                  .arg(states.join(QStringLiteral(", ")));
         if (file.items.isEmpty()) {
-            *code = rep().fail(kFileError, path + QStringLiteral(" holds no plain setting: its ") + left +
-                                               QStringLiteral(" are for restore"));
+            *code = rep().fail(kFileError, path + QStringLiteral(" holds no plain setting: its ") +
+                                               left + QStringLiteral(" are for restore"));
             return std::nullopt;
         }
-        rep().note(QStringLiteral("apply: ") + path + QStringLiteral(": the ") + left +
-                   QStringLiteral(" are left to restore, which switches the device into each state"));
+        rep().note(
+            QStringLiteral("apply: ") + path + QStringLiteral(": the ") + left +
+            QStringLiteral(" are left to restore, which switches the device into each state"));
     }
     return file.items;
 }
@@ -131,11 +142,13 @@ int ApplyJob(const Options& o) {
     ui::ReadIniFile(2);
     int code = kDone;
     const std::optional<QList<core::Assignment>> given = wantedOf(o, &code);
-    if (!given) return code;
+    if (!given)
+        return code;
     if (const int refused = refuseAny(*given, QStringLiteral("nothing was sent")); refused != kDone)
         return refused;
     const int connected = ConnectForJob();
-    if (connected != kDone) return connected;
+    if (connected != kDone)
+        return connected;
     // The device's model and firmware may choose other lines of Telvo.ini: checked again.
     if (const int refused = refuseAny(*given, QStringLiteral("no setting was read or set"));
         refused != kDone)
@@ -155,16 +168,18 @@ int ApplyJob(const Options& o) {
     }
     if (!unread.isEmpty()) {
         rep().failedSettings(unreadNames);
-        return rep().fail(kDeviceFailed, QStringLiteral("could not read %1 setting(s), nothing was set: ")
-                                                 .arg(unread.size()) +
-                                             unread.join(QStringLiteral("; ")));
+        return rep().fail(
+            kDeviceFailed,
+            QStringLiteral("could not read %1 setting(s), nothing was set: ").arg(unread.size()) +
+                unread.join(QStringLiteral("; ")));
     }
 
     for (int i = 0; i < wanted.size(); ++i) {
         Outcome& out = done[i];
         const core::CommandRec& rec = recordAt(out.record);
         const QString& value = wanted.at(i).value;
-        if (core::SameDeviceValue(rec, out.before, value)) continue;
+        if (core::SameDeviceValue(rec, out.before, value))
+            continue;
         out.changed = true;
         if (o.check) {
             out.after = core::ValueAsShown(rec, value);
@@ -201,8 +216,9 @@ int ApplyJob(const Options& o) {
         } else if (!out.changed) {
             lines << rec.Name + QStringLiteral(": unchanged (") + out.before + QLatin1Char(')');
         } else {
-            lines << rec.Name + (o.check ? QStringLiteral(": would change from ")
-                                         : QStringLiteral(": changed from ")) +
+            lines << rec.Name +
+                         (o.check ? QStringLiteral(": would change from ")
+                                  : QStringLiteral(": changed from ")) +
                          out.before + QStringLiteral(" to ") + out.after;
         }
         settings.append(s);
@@ -213,11 +229,13 @@ int ApplyJob(const Options& o) {
     if (!failures.isEmpty()) {
         // What was done is told too: on standard output for a person, in the failure's object
         // for a script (one object a run).
-        if (!o.json && !lines.isEmpty()) rep().result(lines.join(QLatin1Char('\n')), {});
+        if (!o.json && !lines.isEmpty())
+            rep().result(lines.join(QLatin1Char('\n')), {});
         rep().failedSettings(failedNames);
         rep().failFields(fields);
-        return rep().fail(kDeviceFailed, QStringLiteral("could not apply %1 setting(s): ").arg(failures.size()) +
-                                             failures.join(QStringLiteral("; ")));
+        return rep().fail(kDeviceFailed,
+                          QStringLiteral("could not apply %1 setting(s): ").arg(failures.size()) +
+                              failures.join(QStringLiteral("; ")));
     }
     rep().result(lines.join(QLatin1Char('\n')), fields);
     return o.check && changed ? kDiffers : kDone;

@@ -13,7 +13,8 @@ QStringList valueOptionsOf(const QString& command) {
                 QStringLiteral("--reference")};
     if (command == QLatin1String("ir"))
         return {QStringLiteral("--value"), QStringLiteral("--key"), QStringLiteral("--format")};
-    if (command == QLatin1String("apply")) return {QStringLiteral("--file")};
+    if (command == QLatin1String("apply"))
+        return {QStringLiteral("--file")};
     return {};
 }
 
@@ -27,10 +28,14 @@ bool flagOf(const QString& command, const QString& word, Options& o) {
         return true;
     }
     if (command == QLatin1String("load")) {
-        if (word == QLatin1String("--save-settings")) o.saveSettings = true;
-        else if (word == QLatin1String("--restore-defaults")) o.restoreDefaults = true;
-        else if (word == QLatin1String("--resume")) o.resume = true;
-        else return false;
+        if (word == QLatin1String("--save-settings"))
+            o.saveSettings = true;
+        else if (word == QLatin1String("--restore-defaults"))
+            o.restoreDefaults = true;
+        else if (word == QLatin1String("--resume"))
+            o.resume = true;
+        else
+            return false;
         return true;
     }
     return false;
@@ -40,7 +45,8 @@ bool flagOf(const QString& command, const QString& word, Options& o) {
 
 QString NamedValue(const Options& o, const QString& name) {
     for (int i = 0; i + 1 < o.named.size(); i += 2)
-        if (o.named.at(i) == name) return o.named.at(i + 1);
+        if (o.named.at(i) == name)
+            return o.named.at(i + 1);
     return QString();
 }
 
@@ -49,16 +55,26 @@ namespace {
 // A short option's long name: "-p" is "--port". Letters not listed are unknown.
 QString longOf(QChar letter) {
     switch (letter.unicode()) {
-    case 'p': return QStringLiteral("--port");
-    case 'b': return QStringLiteral("--baud");
-    case 'j': return QStringLiteral("--json");
-    case 'q': return QStringLiteral("--quiet");
-    case 'y': return QStringLiteral("--yes");
-    case 'v': return QStringLiteral("--verbose");
-    case 'V': return QStringLiteral("--version");
-    case 'h': return QStringLiteral("--help");
-    case 'f': return QStringLiteral("--file");
-    default: return QString();
+    case 'p':
+        return QStringLiteral("--port");
+    case 'b':
+        return QStringLiteral("--baud");
+    case 'j':
+        return QStringLiteral("--json");
+    case 'q':
+        return QStringLiteral("--quiet");
+    case 'y':
+        return QStringLiteral("--yes");
+    case 'v':
+        return QStringLiteral("--verbose");
+    case 'V':
+        return QStringLiteral("--version");
+    case 'h':
+        return QStringLiteral("--help");
+    case 'f':
+        return QStringLiteral("--file");
+    default:
+        return QString();
     }
 }
 
@@ -93,9 +109,12 @@ QStringList expandShortOptions(const QStringList& args) {
                 out << option;
                 continue;
             }
-            if (k + 1 < word.size()) out << option + QLatin1Char('=') + word.mid(k + 1);
-            else if (i + 1 < args.size()) out << option + QLatin1Char('=') + args.at(++i);
-            else out << option;
+            if (k + 1 < word.size())
+                out << option + QLatin1Char('=') + word.mid(k + 1);
+            else if (i + 1 < args.size())
+                out << option + QLatin1Char('=') + args.at(++i);
+            else
+                out << option;
             break;
         }
     }
@@ -107,7 +126,8 @@ QStringList expandShortOptions(const QStringList& args) {
 Options ParseArguments(const QStringList& given) {
     Options o;
     const auto fail = [&o](const QString& text) {
-        if (o.error.isEmpty()) o.error = text;
+        if (o.error.isEmpty())
+            o.error = text;
     };
     const QStringList args = expandShortOptions(given);
     for (int i = 0; i < args.size(); ++i) {
@@ -120,7 +140,8 @@ Options ParseArguments(const QStringList& given) {
             hasInline = true;
         }
         const auto value = [&]() -> QString {
-            if (hasInline) return inlineValue;
+            if (hasInline)
+                return inlineValue;
             if (i + 1 >= args.size()) {
                 fail(word + QStringLiteral(" needs a value"));
                 return QString();
@@ -129,48 +150,67 @@ Options ParseArguments(const QStringList& given) {
         };
         // A switch is on when named alone or "=true", off with "=false".
         const auto onOff = [&]() -> bool {
-            if (!hasInline || inlineValue == QLatin1String("true")) return true;
+            if (!hasInline || inlineValue == QLatin1String("true"))
+                return true;
             if (inlineValue != QLatin1String("false"))
                 fail(word + QStringLiteral(" takes true or false, not ") + inlineValue);
             return false;
         };
-        if (word == QLatin1String("--port")) o.ports << value();
-        else if (word == QLatin1String("--baud")) o.baud = value();
-        else if (word == QLatin1String("--home")) o.home = value();
-        else if (word == QLatin1String("--trace")) o.trace = value();
+        if (word == QLatin1String("--port"))
+            o.ports << value();
+        else if (word == QLatin1String("--baud"))
+            o.baud = value();
+        else if (word == QLatin1String("--home"))
+            o.home = value();
+        else if (word == QLatin1String("--trace"))
+            o.trace = value();
         else if (word == QLatin1String("--verbose")) {
-            if (onOff()) o.trace = QStringLiteral("-");
-        } else if (word == QLatin1String("--json")) o.json = onOff();
-        else if (word == QLatin1String("--quiet")) o.quiet = onOff();
-        else if (word == QLatin1String("--yes")) o.yes = onOff();
-        else if (word == QLatin1String("--help")) o.help = true;
-        else if (word == QLatin1String("--version")) o.version = true;
-        else if (word == QLatin1String("--power-on")) o.powerOn = true;
-        else if (word == QLatin1String("--no-wait")) o.noWait = true;
+            if (onOff())
+                o.trace = QStringLiteral("-");
+        } else if (word == QLatin1String("--json"))
+            o.json = onOff();
+        else if (word == QLatin1String("--quiet"))
+            o.quiet = onOff();
+        else if (word == QLatin1String("--yes"))
+            o.yes = onOff();
+        else if (word == QLatin1String("--help"))
+            o.help = true;
+        else if (word == QLatin1String("--version"))
+            o.version = true;
+        else if (word == QLatin1String("--power-on"))
+            o.powerOn = true;
+        else if (word == QLatin1String("--no-wait"))
+            o.noWait = true;
         else if (word == QLatin1String("--jobs")) {
             const QString n = value();
             bool ok = false;
             o.jobs = n.toInt(&ok);
             if (!ok || o.jobs <= 0)
-                fail(QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") + n);
-        }
-        else if (valueOptionsOf(o.command).contains(word)) o.named << word << value();
+                fail(QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") +
+                     n);
+        } else if (valueOptionsOf(o.command).contains(word))
+            o.named << word << value();
         else if (!o.command.isEmpty() && flagOf(o.command, word, o)) {
-        } else if (word.startsWith(QLatin1Char('-')) && word.size() > 1 &&
-                   !word.at(1).isDigit())
+        } else if (word.startsWith(QLatin1Char('-')) && word.size() > 1 && !word.at(1).isDigit())
             fail(QStringLiteral("unknown option ") + word);
-        else if (o.command.isEmpty()) o.command = word;
-        else o.words << args.at(i);
+        else if (o.command.isEmpty())
+            o.command = word;
+        else
+            o.words << args.at(i);
     }
     if (!o.baud.isEmpty()) {
         bool ok = false;
         const int rate = o.baud.toInt(&ok);
-        if (!ok || rate <= 0) fail(QStringLiteral("--baud takes a rate such as 57600, not ") + o.baud);
+        if (!ok || rate <= 0)
+            fail(QStringLiteral("--baud takes a rate such as 57600, not ") + o.baud);
     }
     for (const QString& p : o.ports)
-        if (p.isEmpty()) fail(QStringLiteral("--port needs a port: COMn or a device path"));
-    if (o.help || o.version) return o;
-    if (o.command.isEmpty()) fail(QStringLiteral("no command given"));
+        if (p.isEmpty())
+            fail(QStringLiteral("--port needs a port: COMn or a device path"));
+    if (o.help || o.version)
+        return o;
+    if (o.command.isEmpty())
+        fail(QStringLiteral("no command given"));
     else if (!CommandNames().contains(o.command))
         fail(QStringLiteral("unknown command ") + o.command);
     else if (o.command == QLatin1String("apply"))
@@ -181,8 +221,10 @@ Options ParseArguments(const QStringList& given) {
 QString ApplyUsageProblem(const Options& o) {
     int files = 0;
     for (int i = 0; i + 1 < o.named.size(); i += 2)
-        if (o.named.at(i) == QLatin1String("--file")) ++files;
-    if (files > 1) return QStringLiteral("apply takes one --file");
+        if (o.named.at(i) == QLatin1String("--file"))
+            ++files;
+    if (files > 1)
+        return QStringLiteral("apply takes one --file");
     if (files == 1 && NamedValue(o, QStringLiteral("--file")).isEmpty())
         return QStringLiteral("--file needs a FILE");
     if (files == 1 && !o.words.isEmpty())
@@ -190,12 +232,14 @@ QString ApplyUsageProblem(const Options& o) {
     if (files == 0 && o.words.isEmpty())
         return QStringLiteral("apply needs NAME=VALUE words or --file FILE");
     for (const QString& w : o.words)
-        if (!core::ParseAssignment(w)) return QStringLiteral("apply takes NAME=VALUE, not ") + w;
+        if (!core::ParseAssignment(w))
+            return QStringLiteral("apply takes NAME=VALUE, not ") + w;
     return QString();
 }
 
 QString BaudProblem(const QString& baud, const QStringList& rates) {
-    if (baud.isEmpty() || rates.contains(QString::number(baud.toInt()))) return QString();
+    if (baud.isEmpty() || rates.contains(QString::number(baud.toInt())))
+        return QString();
     return QStringLiteral("--baud ") + baud + QStringLiteral(" is not a rate Telvo.ini lists (") +
            rates.join(QStringLiteral(", ")) + QLatin1Char(')');
 }

@@ -15,28 +15,28 @@ enum ExitCode {
     kNoDevice = 3,
     kFileError = 4,
     kStoppedAtPrompt = 5,
-    kDiffers = 6,   // diff: the device's settings differ from the file's
-    kLockHeld = 7,  // --no-wait: another job holds the port
+    kDiffers = 6,  // diff: the device's settings differ from the file's
+    kLockHeld = 7, // --no-wait: another job holds the port
     kHangUp = 129,
     kInterrupted = 130,
     kTerminated = 143,
 };
 
 struct Options {
-    QString command;      // "ports", "info", ...; empty with --help or --version alone
-    QStringList words;    // the command's own words (names, files, the ir sub-command...)
-    QStringList ports;    // --port, in the order given
-    QString baud;         // --baud
-    QString home;         // --home
-    QString trace;        // --trace; -v is "-" (standard error)
+    QString command;   // "ports", "info", ...; empty with --help or --version alone
+    QStringList words; // the command's own words (names, files, the ir sub-command...)
+    QStringList ports; // --port, in the order given
+    QString baud;      // --baud
+    QString home;      // --home
+    QString trace;     // --trace; -v is "-" (standard error)
     bool json = false;
     bool quiet = false;
     bool yes = false;
     bool help = false;
     bool version = false;
-    bool powerOn = false; // --power-on: a device in standby may be powered up
-    bool noWait = false;  // --no-wait: a port another job holds is exit 7, not a wait
-    int jobs = 0;         // --jobs: how many ports' jobs run at once (0: all)
+    bool powerOn = false;         // --power-on: a device in standby may be powered up
+    bool noWait = false;          // --no-wait: a port another job holds is exit 7, not a wait
+    int jobs = 0;                 // --jobs: how many ports' jobs run at once (0: all)
     bool probe = false;           // ports --probe
     bool saveSettings = false;    // load --save-settings
     bool restoreDefaults = false; // load --restore-defaults

@@ -31,8 +31,8 @@ struct Told {
 
 // Why the job unwound, when it was not the routine's own end.
 struct StopState {
-    int code = 0;  // kStoppedAtPrompt, or 128 + the signal that ended the job
-    QString text;  // the prompt's text
+    int code = 0;     // kStoppedAtPrompt, or 128 + the signal that ended the job
+    QString text;     // the prompt's text
     QList<Told> told; // the prompts answered and the boxes shown on the way, in order
 };
 StopState& Stopped();
@@ -48,8 +48,10 @@ class CliPlatform : public platform::Platform {
 public:
     explicit CliPlatform(bool yes) : m_yes(yes) {}
     int MessageBox(const QString& text, int buttons, const QString& title) override;
-    QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) override;
-    QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) override;
+    QString OpenFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override;
+    QString SaveFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override;
     void Beep() override {}
     void HideEverything() override;
     platform::PromptAnswer AnswerPrompt(const platform::Prompt& prompt) override;
@@ -78,8 +80,6 @@ struct Heard {
 };
 Heard& HeardSoFar();
 void ClearHeard();
-
-
 
 // Stops the job from inside an event: the routine's next yield unwinds it.
 void StopJob(int code, const QString& text);

@@ -24,13 +24,15 @@ constexpr char kCtrlBracket = 0x1d;
 class RawTerminal {
 public:
     RawTerminal() : m_raw(::isatty(0) != 0 && ::tcgetattr(0, &m_saved) == 0) {
-        if (!m_raw) return;
+        if (!m_raw)
+            return;
         termios raw = m_saved;
         ::cfmakeraw(&raw);
         ::tcsetattr(0, TCSANOW, &raw);
     }
     ~RawTerminal() {
-        if (m_raw) ::tcsetattr(0, TCSANOW, &m_saved);
+        if (m_raw)
+            ::tcsetattr(0, TCSANOW, &m_saved);
     }
     bool raw() const { return m_raw; }
 
@@ -45,14 +47,16 @@ class Mirror {
 public:
     void sync() {
         const core::ConsoleText& t = ui::G().dbgText;
-        if (t.revision() == m_revision) return;
+        if (t.revision() == m_revision)
+            return;
         // What the box dropped from its top stays on the terminal, scrolled away.
         const quint64 dropped = t.headDropped() - m_headDropped;
         m_headDropped = t.headDropped();
         m_shown = dropped >= quint64(m_shown) ? 0 : m_shown - qsizetype(dropped);
         const qsizetype kept = qMin(t.keptSince(m_revision), m_shown);
         QString out;
-        for (qsizetype i = kept; i < m_shown; ++i) out += QStringLiteral("\b \b");
+        for (qsizetype i = kept; i < m_shown; ++i)
+            out += QStringLiteral("\b \b");
         out += t.text().mid(kept);
         Out(out);
         m_shown = t.text().size();
@@ -92,8 +96,9 @@ int ConsoleJob(const Options&) {
     ui::G().dbgText.clear();
     d.cmdDbgr_Click();
     RawTerminal terminal;
-    Report::instance().note(terminal.raw() ? QStringLiteral("Console open: Ctrl-] ends it.\r")
-                                           : QStringLiteral("Console open: the end of the input ends it."));
+    Report::instance().note(terminal.raw()
+                                ? QStringLiteral("Console open: Ctrl-] ends it.\r")
+                                : QStringLiteral("Console open: the end of the input ends it."));
     bool done = false;
     QByteArray pending;
     QStringList lines;
@@ -125,7 +130,8 @@ int ConsoleJob(const Options&) {
                                                 : QString(QLatin1Char(buf[i])));
         }
     });
-    if (!terminal.raw()) untilQuiet(mirror);
+    if (!terminal.raw())
+        untilQuiet(mirror);
     while (!done || !lines.isEmpty()) {
         if (!lines.isEmpty()) {
             d.txtSend->setText(lines.takeFirst());
@@ -144,7 +150,8 @@ int ConsoleJob(const Options&) {
     mirror.sync();
     // The window's Exit: the debugger is told to close.
     d.cmdExit_Click();
-    if (terminal.raw()) Out(QStringLiteral("\r\n"));
+    if (terminal.raw())
+        Out(QStringLiteral("\r\n"));
     return kDone;
 }
 

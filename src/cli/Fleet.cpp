@@ -44,7 +44,7 @@ struct Child {
     QString port;
     int position = 0; // among the --port options, from 1
     QProcess process;
-    QByteArray out;   // a line of standard output not yet whole
+    QByteArray out; // a line of standard output not yet whole
     QByteArray err;
     bool started = false;
     bool done = false;
@@ -68,7 +68,8 @@ public:
         QObject::connect(&signals, &QTimer::timeout, &m_loop, [this] { lookAtSignals(); });
         signals.start(50);
         startMore();
-        if (m_running > 0) m_loop.exec();
+        if (m_running > 0)
+            m_loop.exec();
         // Ports never started, when a signal stopped the run first, are told too.
         for (auto& c : m_children)
             if (!c->started) {
@@ -76,7 +77,8 @@ public:
                 failFor(*c, SignalText(m_signal) + QStringLiteral("; its job was not started"));
             }
         int worst = kDone;
-        for (auto& c : m_children) worst = qMax(worst, c->exit);
+        for (auto& c : m_children)
+            worst = qMax(worst, c->exit);
         return worst;
     }
 
@@ -109,7 +111,8 @@ private:
                          });
         QObject::connect(&c.process, &QProcess::errorOccurred, &m_loop,
                          [this, &c](QProcess::ProcessError e) {
-                             if (e == QProcess::FailedToStart) finished(c, kDeviceFailed, false);
+                             if (e == QProcess::FailedToStart)
+                                 finished(c, kDeviceFailed, false);
                          });
         ++m_running;
         c.process.start();
@@ -122,16 +125,19 @@ private:
         QByteArray& pending = fromErr ? c.err : c.out;
         pending += fromErr ? c.process.readAllStandardError() : c.process.readAllStandardOutput();
         const int end = int(pending.lastIndexOf('\n'));
-        if (end < 0) return;
+        if (end < 0)
+            return;
         const QByteArray whole = pending.left(end);
         pending.remove(0, end + 1);
-        for (const QByteArray& line : whole.split('\n')) pass(c, line, fromErr);
+        for (const QByteArray& line : whole.split('\n'))
+            pass(c, line, fromErr);
     }
 
     void pass(Child& c, const QByteArray& line, bool fromErr) {
         const QString text = QString::fromLocal8Bit(line);
         if (fromErr) {
-            if (text.startsWith(QLatin1String("telvo-cli: "))) c.toldFailure = true;
+            if (text.startsWith(QLatin1String("telvo-cli: ")))
+                c.toldFailure = true;
             Err(c.port + QStringLiteral(": ") + text + QLatin1Char('\n'));
             return;
         }
@@ -146,14 +152,16 @@ private:
     }
 
     void finished(Child& c, int code, bool crashed) {
-        if (c.done) return;
+        if (c.done)
+            return;
         c.done = true;
         --m_running;
         // A last line without its end is still told, on a line of its own.
         for (bool fromErr : {false, true}) {
             take(c, fromErr);
             QByteArray& pending = fromErr ? c.err : c.out;
-            if (!pending.isEmpty()) pass(c, pending, fromErr);
+            if (!pending.isEmpty())
+                pass(c, pending, fromErr);
             pending.clear();
         }
         c.exit = code;
@@ -164,7 +172,8 @@ private:
         else if (code != kDone && code != kDiffers && !c.toldFailure)
             failFor(c, QStringLiteral("its job ended with exit %1").arg(code));
         startMore();
-        if (m_running == 0) m_loop.quit();
+        if (m_running == 0)
+            m_loop.quit();
     }
 
     // A failure the child could not tell itself, in the form it would have told it.
@@ -182,12 +191,15 @@ private:
     // this process waits for every child to end.
     void lookAtSignals() {
         const int sig = TakeSignal();
-        if (sig == 0) return;
-        if (m_signal == 0) m_signal = sig;
+        if (sig == 0)
+            return;
+        if (m_signal == 0)
+            m_signal = sig;
         for (auto& c : m_children)
             if (c->started && !c->done && c->process.processId() > 0)
                 ::kill(pid_t(c->process.processId()), sig);
-        if (m_running == 0) m_loop.quit();
+        if (m_running == 0)
+            m_loop.quit();
     }
 
     const Options& m_opts;

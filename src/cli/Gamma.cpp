@@ -14,10 +14,13 @@ namespace telvo::cli {
 
 namespace {
 
-Report& rep() { return Report::instance(); }
+Report& rep() {
+    return Report::instance();
+}
 
 void answerDialogs(std::deque<QString> paths) {
-    if (auto* p = dynamic_cast<CliPlatform*>(&platform::CurrentPlatform())) p->paths = std::move(paths);
+    if (auto* p = dynamic_cast<CliPlatform*>(&platform::CurrentPlatform()))
+        p->paths = std::move(paths);
 }
 
 bool isNumber(const QString& text) {
@@ -38,7 +41,8 @@ int makeJob(const Options& o) {
         return rep().fail(kFileError, QStringLiteral("could not read ") + reference);
     ui::GMA& w = ui::gma();
     w.txtSG->setText(source);
-    if (w.SourceGamma != core::Val(source)) w.txtSG_Change();
+    if (w.SourceGamma != core::Val(source))
+        w.txtSG_Change();
     w.txtGamma->setText(scalar);
     if (!reference.isEmpty()) {
         w.chkDSPRef->setChecked(true);
@@ -50,10 +54,12 @@ int makeJob(const Options& o) {
     // Save with the name known: the window's Save, without the name box it would wait on.
     w.GammaFileName = out;
     w.cmdSave_Click();
-    if (!QFileInfo::exists(out)) return rep().fail(kFileError, QStringLiteral("could not write ") + out);
-    rep().result(QStringLiteral("Wrote ") + out + QStringLiteral(" (gamma ") + w.txtGamma->text() +
-                     QStringLiteral(")"),
-                 {{QStringLiteral("file"), out}, {QStringLiteral("gamma"), core::Val(w.txtGamma->text())}});
+    if (!QFileInfo::exists(out))
+        return rep().fail(kFileError, QStringLiteral("could not write ") + out);
+    rep().result(
+        QStringLiteral("Wrote ") + out + QStringLiteral(" (gamma ") + w.txtGamma->text() +
+            QStringLiteral(")"),
+        {{QStringLiteral("file"), out}, {QStringLiteral("gamma"), core::Val(w.txtGamma->text())}});
     return kDone;
 }
 
@@ -70,13 +76,17 @@ int exportJob(const Options& o) {
     // A file that is no gamma table would export as a table of zeros: a black picture.
     const QString problem = core::GammaFileProblem(core::ReadTextFileLines(in));
     if (!problem.isEmpty())
-        return rep().fail(kFileError, o.words.at(1) + QStringLiteral(" is not a gamma file: ") + problem);
+        return rep().fail(kFileError,
+                          o.words.at(1) + QStringLiteral(" is not a gamma file: ") + problem);
     ui::GMA& w = ui::gma();
     answerDialogs({in, out});
     w.cmdOpen_Click();
-    if (kind == QLatin1String("cal")) w.cmdExportCal_Click();
-    else w.cmdExportCube_Click();
-    if (!QFileInfo::exists(out)) return rep().fail(kFileError, QStringLiteral("could not write ") + out);
+    if (kind == QLatin1String("cal"))
+        w.cmdExportCal_Click();
+    else
+        w.cmdExportCube_Click();
+    if (!QFileInfo::exists(out))
+        return rep().fail(kFileError, QStringLiteral("could not write ") + out);
     rep().result(QStringLiteral("Wrote ") + out, {{QStringLiteral("file"), out}});
     return kDone;
 }
@@ -86,8 +96,10 @@ int exportJob(const Options& o) {
 int GammaJob(const Options& o) {
     const QString sub = o.words.value(0);
     try {
-        if (sub == QLatin1String("make")) return makeJob(o);
-        if (sub == QLatin1String("export")) return exportJob(o);
+        if (sub == QLatin1String("make"))
+            return makeJob(o);
+        if (sub == QLatin1String("export"))
+            return exportJob(o);
     } catch (const core::RuntimeError& e) {
         // A file the tool could not read or write, as its window would tell it.
         return rep().fail(kFileError, e.description());

@@ -21,7 +21,8 @@ QString fill(const QString& text, int indent) {
         }
         line += (line.isEmpty() ? QString() : QStringLiteral(" ")) + word;
     }
-    if (!line.isEmpty()) out += QString(indent, QLatin1Char(' ')) + line + QLatin1Char('\n');
+    if (!line.isEmpty())
+        out += QString(indent, QLatin1Char(' ')) + line + QLatin1Char('\n');
     return out;
 }
 
@@ -97,7 +98,8 @@ const Page kPages[] = {
 
 const Page* pageOf(const QString& command) {
     for (const Page& p : kPages)
-        if (command == QLatin1String(p.name)) return &p;
+        if (command == QLatin1String(p.name))
+            return &p;
     return nullptr;
 }
 
@@ -154,9 +156,8 @@ QString table(const Item* items, int count, int column) {
 }
 
 QString commonSections() {
-    return QStringLiteral("COMMON OPTIONS\n") +
-           table(kOptions, int(std::size(kOptions)), 33) + QStringLiteral("\nEXIT STATUS\n") +
-           table(kExits, int(std::size(kExits)), 12) +
+    return QStringLiteral("COMMON OPTIONS\n") + table(kOptions, int(std::size(kOptions)), 33) +
+           QStringLiteral("\nEXIT STATUS\n") + table(kExits, int(std::size(kExits)), 12) +
            fill(QStringLiteral("With several --port options the exit status is the worst of "
                                "the ports."),
                 7);
@@ -171,14 +172,17 @@ QString synopsisOf(const Page& p) {
 
 } // namespace
 
-QString VersionText() { return QStringLiteral("telvo-cli " TELVO_VERSION "\n"); }
+QString VersionText() {
+    return QStringLiteral("telvo-cli " TELVO_VERSION "\n");
+}
 
 QString UsageText(const QString& error, const QString& command) {
     const Page* page = CommandNames().contains(command) ? pageOf(command) : nullptr;
-    const QString form = page ? QString::fromLatin1(page->synopsis).section(QLatin1Char('\n'), 0, 0)
-                                    .replace(QStringLiteral("telvo-cli "),
-                                             QStringLiteral("telvo-cli [OPTIONS] "))
-                              : QStringLiteral("telvo-cli [OPTIONS] COMMAND [ARGS...]");
+    const QString form =
+        page ? QString::fromLatin1(page->synopsis)
+                   .section(QLatin1Char('\n'), 0, 0)
+                   .replace(QStringLiteral("telvo-cli "), QStringLiteral("telvo-cli [OPTIONS] "))
+             : QStringLiteral("telvo-cli [OPTIONS] COMMAND [ARGS...]");
     return QStringLiteral("telvo-cli: ") + error + QStringLiteral("\nUsage: ") + form +
            QStringLiteral(" (see telvo-cli --help)\n");
 }
@@ -191,28 +195,28 @@ QString HelpText(const QString& command) {
                QStringLiteral("\nDESCRIPTION\n") + fill(QLatin1String(page->text), 7) +
                QLatin1Char('\n') + commonSections();
     }
-    QString out = QStringLiteral(
-        "NAME\n"
-        "       telvo-cli - every job of the Telvo Utility from a shell\n\n"
-        "SYNOPSIS\n"
-        "       telvo-cli [OPTIONS] COMMAND [ARGS...]\n\n"
-        "DESCRIPTION\n");
-    out += fill(QStringLiteral(
-                    "Runs the very routines of the Telvo Utility's windows without showing "
-                    "them: the same bytes go on the wire and the same files are written. "
-                    "Prompts are answered by --yes; without it a job stops at a prompt and "
-                    "tells its text."),
-                7);
+    QString out =
+        QStringLiteral("NAME\n"
+                       "       telvo-cli - every job of the Telvo Utility from a shell\n\n"
+                       "SYNOPSIS\n"
+                       "       telvo-cli [OPTIONS] COMMAND [ARGS...]\n\n"
+                       "DESCRIPTION\n");
+    out +=
+        fill(QStringLiteral("Runs the very routines of the Telvo Utility's windows without showing "
+                            "them: the same bytes go on the wire and the same files are written. "
+                            "Prompts are answered by --yes; without it a job stops at a prompt and "
+                            "tells its text."),
+             7);
     out += QStringLiteral("\nCOMMANDS\n");
     for (const QString& name : CommandNames())
-        if (const Page* p = pageOf(name)) out += synopsisOf(*p);
+        if (const Page* p = pageOf(name))
+            out += synopsisOf(*p);
     out += QStringLiteral("\n       \"telvo-cli COMMAND --help\" tells more of each.\n\n");
     out += commonSections();
-    out += QStringLiteral(
-        "\nEXAMPLES\n"
-        "       telvo-cli --port /dev/ttyUSB0 info\n"
-        "       telvo-cli --port COM1 --port COM2 --json save\n"
-        "       telvo-cli --port COM1 apply --check -f lobby.conf\n");
+    out += QStringLiteral("\nEXAMPLES\n"
+                          "       telvo-cli --port /dev/ttyUSB0 info\n"
+                          "       telvo-cli --port COM1 --port COM2 --json save\n"
+                          "       telvo-cli --port COM1 apply --check -f lobby.conf\n");
     return out;
 }
 

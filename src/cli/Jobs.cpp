@@ -18,29 +18,31 @@
 #include "platform/serial/PortMap.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
-#include "settings/SaveRestore.h"
 #include "settings/SCL.h"
+#include "settings/SaveRestore.h"
 #include "settings/ValueEntry.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QMap>
-#include <QDir>
 #include <QTemporaryDir>
 #include <optional>
 
 namespace telvo::cli {
 
 using ui::App;
+using ui::AppGlobals;
 using ui::Config;
 using ui::G;
 using ui::Link;
-using ui::AppGlobals;
 
 namespace {
 
-Report& rep() { return Report::instance(); }
+Report& rep() {
+    return Report::instance();
+}
 
 QJsonValue numberOrNull(const QString& text) {
     const std::optional<double> n = NumberOf(text);
@@ -82,7 +84,8 @@ int getJob(const Options& o) {
         const core::CommandRec& rec = Config().Commands.at(record);
         const Reading r = ReadSetting(record);
         if (!r.failure.isEmpty()) {
-            code = qMax(code, rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure));
+            code =
+                qMax(code, rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure));
             continue;
         }
         rep().result(rec.Name + QStringLiteral("=") + r.text, SettingFields(rec, r.text));
@@ -93,22 +96,27 @@ int getJob(const Options& o) {
 // One NAME=VALUE through the chooser the label's click opens: the list or the enter box.
 int setOne(const QString& word) {
     const std::optional<core::Assignment> a = core::ParseAssignment(word);
-    if (!a) return rep().fail(kUsage, QStringLiteral("set takes NAME=VALUE, not ") + word);
+    if (!a)
+        return rep().fail(kUsage, QStringLiteral("set takes NAME=VALUE, not ") + word);
     const int record = RecordOf(a->name);
-    if (record <= 0) return rep().fail(kUsage, QStringLiteral("no setting named ") + a->name);
+    if (record <= 0)
+        return rep().fail(kUsage, QStringLiteral("no setting named ") + a->name);
     const core::CommandRec& rec = Config().Commands.at(record);
     // Nothing goes on the wire that Telvo.ini's line for the setting excludes.
     const QString problem = core::ValueProblem(rec, a->value);
-    if (!problem.isEmpty()) return rep().fail(kUsage, problem);
+    if (!problem.isEmpty())
+        return rep().fail(kUsage, problem);
     const Reading r = SendSetting(record, a->value);
-    if (!r.failure.isEmpty()) return rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure);
+    if (!r.failure.isEmpty())
+        return rep().fail(kDeviceFailed, rec.Name + QStringLiteral(": ") + r.failure);
     rep().result(rec.Name + QStringLiteral("=") + r.text, SettingFields(rec, r.text));
     return kDone;
 }
 
 int setJob(const Options& o) {
     int code = kDone;
-    for (const QString& word : o.words) code = qMax(code, setOne(word));
+    for (const QString& word : o.words)
+        code = qMax(code, setOne(word));
     return code;
 }
 
@@ -119,7 +127,9 @@ QByteArray readAll(const QString& path, bool* ok) {
 }
 
 // The job folder's Settings.txt, the file a save or restore without a FILE uses.
-QString defaultSettingsFile() { return platform::JobFile(QStringLiteral("Settings.txt")); }
+QString defaultSettingsFile() {
+    return platform::JobFile(QStringLiteral("Settings.txt"));
+}
 
 // A settings file read and checked before anything is sent; empty with the failure told.
 std::optional<QByteArray> settingsFileOf(const QString& path, int* code) {
@@ -131,7 +141,8 @@ std::optional<QByteArray> settingsFileOf(const QString& path, int* code) {
     }
     const QString problem = core::SettingsFileProblem(bytes);
     if (!problem.isEmpty()) {
-        *code = rep().fail(kFileError, path + QStringLiteral(" is not a settings file: ") + problem);
+        *code =
+            rep().fail(kFileError, path + QStringLiteral(" is not a settings file: ") + problem);
         return std::nullopt;
     }
     return bytes;
@@ -144,20 +155,25 @@ int saveJob(const Options& o) {
     // sees half a save, and a failed save leaves the old file.
     ui::SaveSettingsTo(out);
     const int outcome = JobOutcome();
-    if (outcome != kDone) return outcome;
+    if (outcome != kDone)
+        return outcome;
     bool ok = false;
     const QByteArray bytes = readAll(out, &ok);
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not write ") + out);
-    rep().result(QStringLiteral("Saved the settings to ") + out,
-                 {{QStringLiteral("file"), out}, {QStringLiteral("lines"), int(bytes.count('\n'))}});
+    if (!ok)
+        return rep().fail(kFileError, QStringLiteral("could not write ") + out);
+    rep().result(
+        QStringLiteral("Saved the settings to ") + out,
+        {{QStringLiteral("file"), out}, {QStringLiteral("lines"), int(bytes.count('\n'))}});
     return kDone;
 }
 
 int restoreJob(const Options& o) {
     const QString in = o.words.value(0, defaultSettingsFile());
     int code = kDone;
-    if (!settingsFileOf(in, &code)) return code;
-    if (const int connected = ConnectForJob(); connected != kDone) return connected;
+    if (!settingsFileOf(in, &code))
+        return code;
+    if (const int connected = ConnectForJob(); connected != kDone)
+        return connected;
     ui::RefreshPanels(7);
     // The selectors as found, put back after the file's states have been walked.
     ui::SaveViewState();
@@ -170,29 +186,31 @@ int restoreJob(const Options& o) {
             refused << told.words.mid(couldNot.size());
     if (!refused.isEmpty()) {
         rep().failedSettings(refused);
-        return rep().fail(kDeviceFailed, QStringLiteral("could not restore ") +
-                                             QString::number(refused.size()) +
-                                             QStringLiteral(" setting(s): ") +
-                                             refused.join(QStringLiteral("; ")));
+        return rep().fail(kDeviceFailed,
+                          QStringLiteral("could not restore ") + QString::number(refused.size()) +
+                              QStringLiteral(" setting(s): ") + refused.join(QStringLiteral("; ")));
     }
     const int outcome = JobOutcome();
-    if (outcome != kDone) return outcome;
+    if (outcome != kDone)
+        return outcome;
     rep().result(QStringLiteral("Restored the settings of ") + in, {{QStringLiteral("file"), in}});
     return kDone;
 }
 
 struct Saved {
-    QString state;     // empty for a plain setting
+    QString state; // empty for a plain setting
     QString parameter;
-    QString item;      // code and value as saved
+    QString item; // code and value as saved
 };
 
 // A settings file's lines by state and parameter, in the file's order.
 QList<std::pair<QString, Saved>> settingsOf(const QByteArray& bytes) {
     QList<std::pair<QString, Saved>> out;
     for (QByteArray raw : bytes.split('\n')) {
-        while (raw.endsWith('\r')) raw.chop(1);
-        if (raw.isEmpty()) continue;
+        while (raw.endsWith('\r'))
+            raw.chop(1);
+        if (raw.isEmpty())
+            continue;
         const core::SettingsLine l = core::ParseSettingsLine(QString::fromLatin1(raw));
         const Saved s{l.isState ? l.state : QString(), l.parameter.trimmed(), l.item.trimmed()};
         out.append({l.isState ? l.state + QStringLiteral(" / ") + s.parameter : s.parameter, s});
@@ -204,7 +222,8 @@ QList<std::pair<QString, Saved>> settingsOf(const QByteArray& bytes) {
 // code is in no record.
 QString shownValue(const QString& item) {
     const int record = core::FindCommandByCode(Config().Commands, item.left(2));
-    if (record <= 0) return item;
+    if (record <= 0)
+        return item;
     const QString text = core::ValueText(Config().Commands.at(record), item.mid(2));
     return text.isEmpty() ? item.mid(2) : text;
 }
@@ -218,26 +237,33 @@ QJsonValue jsonValue(const QString& item) {
 int diffJob(const Options& o) {
     int code = kDone;
     const std::optional<QByteArray> fileBytes = settingsFileOf(o.words.value(0), &code);
-    if (!fileBytes) return code;
-    if (const int connected = ConnectForJob(); connected != kDone) return connected;
+    if (!fileBytes)
+        return code;
+    if (const int connected = ConnectForJob(); connected != kDone)
+        return connected;
     const QList<std::pair<QString, Saved>> file = settingsOf(*fileBytes);
     // The device's side is read as Save reads it, into a file of the job's own.
     QTemporaryDir scratch(QDir(platform::JobFolder()).filePath(QStringLiteral("diff-XXXXXX")));
     if (!scratch.isValid())
-        return rep().fail(kFileError, QStringLiteral("could not make a folder in ") + platform::JobFolder());
+        return rep().fail(kFileError,
+                          QStringLiteral("could not make a folder in ") + platform::JobFolder());
     const QString devicePath = scratch.filePath(QStringLiteral("Settings.txt"));
     ui::RefreshPanels(7);
     ui::SaveSettingsTo(devicePath);
     const int outcome = JobOutcome();
-    if (outcome != kDone) return outcome;
+    if (outcome != kDone)
+        return outcome;
     bool ok = false;
     const QList<std::pair<QString, Saved>> device = settingsOf(readAll(devicePath, &ok));
-    if (!ok) return rep().fail(kFileError, QStringLiteral("could not read ") + devicePath);
+    if (!ok)
+        return rep().fail(kFileError, QStringLiteral("could not read ") + devicePath);
     QMap<QString, Saved> onDevice, inFile;
     QList<std::pair<QString, Saved>> all = file;
-    for (const auto& [k, v] : file) inFile.insert(k, v);
+    for (const auto& [k, v] : file)
+        inFile.insert(k, v);
     for (const auto& [k, v] : device) {
-        if (!inFile.contains(k)) all.append({k, v});
+        if (!inFile.contains(k))
+            all.append({k, v});
         onDevice.insert(k, v);
     }
     int differing = 0;
@@ -245,10 +271,12 @@ int diffJob(const Options& o) {
         const bool f = inFile.contains(key), d = onDevice.contains(key);
         const QString fi = f ? inFile.value(key).item : QString();
         const QString di = d ? onDevice.value(key).item : QString();
-        if (f && d && fi == di) continue;
+        if (f && d && fi == di)
+            continue;
         ++differing;
         QJsonObject fields{{QStringLiteral("setting"), saved.parameter},
-                           {QStringLiteral("state"), saved.state.isEmpty() ? QJsonValue() : QJsonValue(saved.state)},
+                           {QStringLiteral("state"),
+                            saved.state.isEmpty() ? QJsonValue() : QJsonValue(saved.state)},
                            {QStringLiteral("file"), f ? jsonValue(fi) : QJsonValue()},
                            {QStringLiteral("device"), d ? jsonValue(di) : QJsonValue()},
                            {QStringLiteral("fileCode"), f ? QJsonValue(fi) : QJsonValue()},
@@ -259,8 +287,9 @@ int diffJob(const Options& o) {
     }
     if (differing == 0) {
         // "Nothing differs" is a result too, on standard output.
-        rep().result(QStringLiteral("no setting differs"),
-                     {{QStringLiteral("differing"), 0}, {QStringLiteral("compared"), int(all.size())}});
+        rep().result(
+            QStringLiteral("no setting differs"),
+            {{QStringLiteral("differing"), 0}, {QStringLiteral("compared"), int(all.size())}});
         return kDone;
     }
     return kDiffers;
@@ -270,9 +299,11 @@ int diffJob(const Options& o) {
 
 int JobOutcome() {
     const QString alert = HeardSoFar().alert.simplified();
-    if (!alert.isEmpty()) return rep().fail(kDeviceFailed, alert);
+    if (!alert.isEmpty())
+        return rep().fail(kDeviceFailed, alert);
     for (const Told& told : Stopped().told)
-        if (told.failure()) return rep().fail(kDeviceFailed, told.words);
+        if (told.failure())
+            return rep().fail(kDeviceFailed, told.words);
     return kDone;
 }
 
@@ -283,7 +314,8 @@ void ForgetTold() {
 
 int ConnectForJob() {
     const int connected = Connect();
-    if (connected == kDone) ForgetTold();
+    if (connected == kDone)
+        ForgetTold();
     return connected;
 }
 
@@ -318,13 +350,15 @@ bool wordsFit(const Command& c, const Options& o) {
 QStringList CommandNames() {
     QStringList names;
     for (const Command& c : kCommands)
-        if (const QString name = QString::fromLatin1(c.name); !names.contains(name)) names << name;
+        if (const QString name = QString::fromLatin1(c.name); !names.contains(name))
+            names << name;
     return names;
 }
 
 const Command* CommandOf(const Options& o) {
     for (const Command& c : kCommands)
-        if (o.command == QLatin1String(c.name) && (!c.mode || o.*c.mode)) return &c;
+        if (o.command == QLatin1String(c.name) && (!c.mode || o.*c.mode))
+            return &c;
     return nullptr;
 }
 
@@ -336,11 +370,15 @@ int WrongWords(const Options& o) {
 
 int RunCommand(const Options& o) {
     const Command* c = CommandOf(o);
-    if (!c) return WrongWords(o);
-    if (!c->wordsOnceConnected && !wordsFit(*c, o)) return WrongWords(o);
+    if (!c)
+        return WrongWords(o);
+    if (!c->wordsOnceConnected && !wordsFit(*c, o))
+        return WrongWords(o);
     if (c->device == Command::Connect) {
-        if (const int connected = ConnectForJob(); connected != kDone) return connected;
-        if (c->wordsOnceConnected && !wordsFit(*c, o)) return WrongWords(o);
+        if (const int connected = ConnectForJob(); connected != kDone)
+            return connected;
+        if (c->wordsOnceConnected && !wordsFit(*c, o))
+            return WrongWords(o);
     }
     return c->handler(o);
 }

@@ -9,10 +9,10 @@
 #include "core/firmware/FirmwareFiles.h"
 #include "core/settings/Panels.h"
 #include "firmware/Firmware.h"
-#include "link/zSCL.h"
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
 #include "link/Driver.h"
+#include "link/zSCL.h"
 #include "platform/os/AppPath.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
@@ -20,17 +20,21 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonObject>
 #include <QSaveFile>
 #include <exception>
-#include <QJsonObject>
 
 namespace telvo::cli {
 
 namespace {
 
-Report& rep() { return Report::instance(); }
+Report& rep() {
+    return Report::instance();
+}
 
-CliPlatform* cliPlatform() { return dynamic_cast<CliPlatform*>(&platform::CurrentPlatform()); }
+CliPlatform* cliPlatform() {
+    return dynamic_cast<CliPlatform*>(&platform::CurrentPlatform());
+}
 
 // The version the device runs, asked again after a resume: the windows' box may still show the
 // version before the cut. A device that gave its verdict before the cut may still be rebooting
@@ -39,7 +43,8 @@ QString versionReadBack() {
     for (int attempt = 0; attempt < 15; ++attempt) {
         ui::QueryDevice(QStringLiteral("A9"));
         QString v = core::AnswerValue(ui::Link().Reply).trimmed();
-        if (!v.isEmpty()) return v;
+        if (!v.isEmpty())
+            return v;
         ui::Pause(1000);
     }
     return QString();
@@ -47,11 +52,13 @@ QString versionReadBack() {
 
 int loaded(const QString& what, bool readBack) {
     const int outcome = JobOutcome();
-    if (outcome != kDone) return outcome;
+    if (outcome != kDone)
+        return outcome;
     const QString firmware = readBack ? versionReadBack() : ui::scl().txtFirmware->text();
     if (firmware.isEmpty())
-        return rep().fail(kDeviceFailed, QStringLiteral("the load went on, but the device does not "
-                                                        "answer: its firmware version could not be read back"));
+        return rep().fail(kDeviceFailed,
+                          QStringLiteral("the load went on, but the device does not "
+                                         "answer: its firmware version could not be read back"));
     rep().result(QStringLiteral("Loaded ") + what + QStringLiteral("; the firmware is now ") +
                      firmware,
                  {{QStringLiteral("file"), what}, {QStringLiteral("firmware"), firmware}});
@@ -67,7 +74,8 @@ int checkImages(const QString& path, bool list) {
             return rep().fail(kFileError, QStringLiteral("could not read ") + path);
         images.clear();
         for (const QString& entry : core::ParseFileList(f.readAll()))
-            if (!entry.trimmed().isEmpty()) images << entry.trimmed();
+            if (!entry.trimmed().isEmpty())
+                images << entry.trimmed();
         if (images.isEmpty())
             return rep().fail(kFileError, path + QStringLiteral(" lists no firmware image"));
     }
@@ -77,7 +85,8 @@ int checkImages(const QString& path, bool list) {
             return rep().fail(kFileError, QStringLiteral("could not read ") + image);
         const QString problem = core::FirmwareImageProblem(f.read(4096));
         if (!problem.isEmpty())
-            return rep().fail(kFileError, image + QStringLiteral(" is not a firmware image: ") + problem);
+            return rep().fail(kFileError,
+                              image + QStringLiteral(" is not a firmware image: ") + problem);
     }
     return kDone;
 }
@@ -88,14 +97,17 @@ class KeptRestartFile {
 public:
     explicit KeptRestartFile(QString path) : m_path(std::move(path)) {
         QFile f(m_path);
-        if (f.open(QIODevice::ReadOnly)) m_bytes = f.readAll();
+        if (f.open(QIODevice::ReadOnly))
+            m_bytes = f.readAll();
     }
     KeptRestartFile(const KeptRestartFile&) = delete;
     KeptRestartFile& operator=(const KeptRestartFile&) = delete;
     ~KeptRestartFile() {
-        if (std::uncaught_exceptions() == 0 || m_bytes.isEmpty() || QFile::exists(m_path)) return;
+        if (std::uncaught_exceptions() == 0 || m_bytes.isEmpty() || QFile::exists(m_path))
+            return;
         QSaveFile f(m_path);
-        if (f.open(QIODevice::WriteOnly) && f.write(m_bytes) == m_bytes.size()) f.commit();
+        if (f.open(QIODevice::WriteOnly) && f.write(m_bytes) == m_bytes.size())
+            f.commit();
     }
 
 private:
@@ -110,7 +122,8 @@ struct WorkingFiles {
     WorkingFiles(const WorkingFiles&) = delete;
     WorkingFiles& operator=(const WorkingFiles&) = delete;
     ~WorkingFiles() {
-        if (QFile::exists(platform::JobFile(QStringLiteral("RestartLoader.txt")))) return;
+        if (QFile::exists(platform::JobFile(QStringLiteral("RestartLoader.txt"))))
+            return;
         QFile::remove(platform::JobFile(QStringLiteral("filelist.frl")));
         QFile::remove(platform::JobFile(QStringLiteral("Temp$$.hex")));
     }
@@ -120,15 +133,16 @@ struct WorkingFiles {
 
 int ResumeJob(const Options& o) {
     // What the window's boxes would choose has no place in a load that is taken up again.
-    if (o.saveSettings || o.restoreDefaults) return WrongWords(o);
+    if (o.saveSettings || o.restoreDefaults)
+        return WrongWords(o);
     const WorkingFiles working;
     const QString restart = platform::JobFile(QStringLiteral("RestartLoader.txt"));
     const KeptRestartFile kept(restart);
     // The start-up's steps before it takes up a cut-off load.
     PrepareDeviceTables();
     if (!QFile::exists(restart))
-        return rep().fail(kFileError, QStringLiteral("there is no cut-off load to resume: no ") +
-                                          restart);
+        return rep().fail(kFileError,
+                          QStringLiteral("there is no cut-off load to resume: no ") + restart);
     ForgetTold();
     ui::RS& w = ui::rs();
     w.Check1->setChecked(true);
@@ -149,7 +163,8 @@ int LoadJob(const Options& o) {
     if (const int refused = checkImages(file.absoluteFilePath(), list); refused != kDone)
         return refused;
     const int connected = Connect();
-    if (connected != kDone) return connected;
+    if (connected != kDone)
+        return connected;
     ui::SCL& s = ui::scl();
     if (o.saveSettings && !s.chkSaveRestore->isEnabled())
         return rep().fail(kUsage, QStringLiteral("Telvo.ini names no settings to save"));
@@ -162,7 +177,8 @@ int LoadJob(const Options& o) {
     CliPlatform* p = cliPlatform();
     if (p) {
         p->paths = {file.absoluteFilePath()};
-        if (list) p->paths.emplace_back();
+        if (list)
+            p->paths.emplace_back();
     }
     ForgetTold();
     ui::ldr();

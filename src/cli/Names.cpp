@@ -14,7 +14,9 @@ namespace telvo::cli {
 
 namespace {
 
-Report& rep() { return Report::instance(); }
+Report& rep() {
+    return Report::instance();
+}
 
 // A range's end as a number for a script; the text as written when it is none.
 QJsonValue numberOf(const QString& text) {
@@ -30,8 +32,10 @@ void tellOne(const core::CommandRec& rec) {
                   {QStringLiteral("readOnly"), rec.ReadOnly},
                   {QStringLiteral("writeOnly"), rec.WriteOnly}};
     QString text = rec.Name + QStringLiteral(" (") + rec.Cmd + QStringLiteral("): ");
-    if (rec.ReadOnly) text += QStringLiteral("read only; ");
-    if (rec.WriteOnly) text += QStringLiteral("write only; ");
+    if (rec.ReadOnly)
+        text += QStringLiteral("read only; ");
+    if (rec.WriteOnly)
+        text += QStringLiteral("write only; ");
     if (rec.Values.size() > 1) {
         // The rows one a line, as set takes them: a list's by number or text, a hex byte's by
         // its two digits.
@@ -41,8 +45,8 @@ void tellOne(const core::CommandRec& rec) {
         for (int r = 1; r < rec.Values.size(); ++r) {
             const core::ValueRec& v = rec.Values.at(r);
             text += QStringLiteral("\n  %1  ").arg(core::ValueNumberText(rec, v), 4) + v.Text;
-            values.append(QJsonObject{{QStringLiteral("value"), v.Value},
-                                      {QStringLiteral("text"), v.Text}});
+            values.append(
+                QJsonObject{{QStringLiteral("value"), v.Value}, {QStringLiteral("text"), v.Text}});
         }
         f.insert(QStringLiteral("values"), values);
     } else {
@@ -76,7 +80,8 @@ int NamesJob(const Options& o) {
         return kDone;
     }
     const int record = core::FindCommandByName(commands, o.words.at(0));
-    if (record <= 0) return rep().fail(kUsage, QStringLiteral("no setting named ") + o.words.at(0));
+    if (record <= 0)
+        return rep().fail(kUsage, QStringLiteral("no setting named ") + o.words.at(0));
     tellOne(commands.at(record));
     return kDone;
 }

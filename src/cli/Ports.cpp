@@ -22,7 +22,8 @@ namespace {
 
 // The COM names to look at: the one --port named, else every port the map knows.
 QStringList candidates() {
-    if (!ui::G().driver.lstComPorts.isEmpty()) return ui::G().driver.lstComPorts;
+    if (!ui::G().driver.lstComPorts.isEmpty())
+        return ui::G().driver.lstComPorts;
     platform::PortMap& map = platform::PortMap::instance();
     map.rescan();
     const qsizetype known =
@@ -51,7 +52,8 @@ QString OpenRefusal(int errNumber, const QString& errText, const platform::PortT
                     const QString& logged) {
     if (target.kind == platform::PortTarget::Network) {
         const QString text = (errText + QLatin1Char(' ') + logged).toLower();
-        if (text.contains(QLatin1String("not found"))) return QStringLiteral("host not found");
+        if (text.contains(QLatin1String("not found")))
+            return QStringLiteral("host not found");
         if (text.contains(QLatin1String("refused")))
             return QStringLiteral("connection refused (nothing listens there)");
         if (text.contains(QLatin1String("timed out")) || text.contains(QLatin1String("timeout")) ||
@@ -82,8 +84,8 @@ int PortsJob(const Options& o) {
         // A device file that is not there still has the name it was given.
         if (target.kind == platform::PortTarget::Missing)
             target.path = map.usesDefault() ? map.defaultPath(n) : map.ports().value(n - 1);
-        const QString path = target.kind == platform::PortTarget::Simulated ? QStringLiteral("sim")
-                                                                           : target.path;
+        const QString path =
+            target.kind == platform::PortTarget::Simulated ? QStringLiteral("sim") : target.path;
         QJsonObject f{{QStringLiteral("com"), com}, {QStringLiteral("device"), path}};
         QString text = com + QStringLiteral("  ") + path;
         if (target.kind == platform::PortTarget::Device) {
@@ -94,7 +96,8 @@ int PortsJob(const Options& o) {
             f.insert(QStringLiteral("byId"), sp.byId);
             // The machine's own words for it, as the port list's tooltip has them.
             const QString label = sp.label();
-            if (label.size() > sp.path.size()) text += label.mid(sp.path.size());
+            if (label.size() > sp.path.size())
+                text += label.mid(sp.path.size());
         }
         const bool opens = ui::TryOpenPort(com);
         f.insert(QStringLiteral("opens"), opens);
@@ -108,16 +111,19 @@ int PortsJob(const Options& o) {
         s.P1->setPortOpen(false);
         if (opens && o.probe) {
             QString rate;
-            if (ui::TryOpenPort(com)) rate = ui::ProbeRates(com, 1, s.lstRate->count() - 1);
+            if (ui::TryOpenPort(com))
+                rate = ui::ProbeRates(com, 1, s.lstRate->count() - 1);
             s.P1->setPortOpen(false);
             f.insert(QStringLiteral("answers"), !rate.isEmpty());
-            if (!rate.isEmpty()) f.insert(QStringLiteral("rate"), rate.toInt());
+            if (!rate.isEmpty())
+                f.insert(QStringLiteral("rate"), rate.toInt());
             text += rate.isEmpty() ? QStringLiteral("  no device")
                                    : QStringLiteral("  device @ ") + rate;
         }
         Report::instance().result(text, f);
     }
-    if (opened == 0) return Report::instance().fail(kNoDevice, QStringLiteral("no port opens"));
+    if (opened == 0)
+        return Report::instance().fail(kNoDevice, QStringLiteral("no port opens"));
     return kDone;
 }
 

@@ -29,7 +29,8 @@ QString JobProgress() {
             .arg(h.walk->done)
             .arg(h.walk->total)
             .arg(ui::Ir().ButtonCount);
-    if (!h.transfer) return QString();
+    if (!h.transfer)
+        return QString();
     return ProgressLine(h.transfer->percent, h.transfer->text);
 }
 
@@ -40,7 +41,8 @@ QByteArray ReadLogSince(qint64& offset) {
         return QByteArray();
     }
     // The log starts afresh with each run: follow it from its start.
-    if (log.size() < offset) offset = 0;
+    if (log.size() < offset)
+        offset = 0;
     log.seek(offset);
     QByteArray fresh = log.readAll();
     offset += fresh.size();
@@ -52,19 +54,23 @@ PipeProgress* g_lines = nullptr;
 } // namespace
 
 void TellStep(const QString& text) {
-    if (g_lines) g_lines->step(text);
+    if (g_lines)
+        g_lines->step(text);
 }
 
 void TellTransfer(const platform::Progress& progress) {
-    if (g_lines) g_lines->transfer(progress);
+    if (g_lines)
+        g_lines->transfer(progress);
 }
 
 void TellTransferEnded() {
-    if (g_lines) g_lines->transferEnded();
+    if (g_lines)
+        g_lines->transferEnded();
 }
 
 PipeProgress::PipeProgress(bool on, QObject* parent) : QObject(parent) {
-    if (!on) return;
+    if (!on)
+        return;
     g_lines = this;
     m_timer = new QTimer(this);
     connect(m_timer, &QTimer::timeout, this, &PipeProgress::look);
@@ -72,14 +78,16 @@ PipeProgress::PipeProgress(bool on, QObject* parent) : QObject(parent) {
 }
 
 PipeProgress::~PipeProgress() {
-    if (!m_timer) return;
+    if (!m_timer)
+        return;
     look();
     g_lines = nullptr;
 }
 
 void PipeProgress::tell(const QString& text) {
     // A step said twice in a row (ShowStatus and ShowStatusLDR of one text) is told once.
-    if (text.isEmpty() || text == m_told) return;
+    if (text.isEmpty() || text == m_told)
+        return;
     m_told = text;
     // Several ports: each line says which device it came from, as the results do.
     Report& r = Report::instance();
@@ -92,29 +100,36 @@ void PipeProgress::step(const QString& text) {
     // has always told them.
     static const QLatin1String kFive("     ");
     for (QString line : (text + kFive).split(QLatin1Char('\n'))) {
-        while (line.endsWith(QLatin1Char('\r'))) line.chop(1);
-        if (line.endsWith(kFive)) tell(line.trimmed());
+        while (line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
+        if (line.endsWith(kFive))
+            tell(line.trimmed());
     }
 }
 
 void PipeProgress::transfer(const platform::Progress& progress) {
     const int tenth = qBound(0, progress.percent, 100) / 10;
     // The next image of a list starts again from nothing.
-    if (tenth < m_tenth) m_tenth = -1;
+    if (tenth < m_tenth)
+        m_tenth = -1;
     // Each tenth passed is told, even when one step of the transfer went past more than one.
     while (m_tenth < tenth) {
         ++m_tenth;
-        if (m_tenth == 0) m_verified = false;
+        if (m_tenth == 0)
+            m_verified = false;
         tell(QStringLiteral("Sending: %1%  ").arg(m_tenth * 10) + progress.text);
     }
 }
 
-void PipeProgress::transferEnded() { m_tenth = -1; }
+void PipeProgress::transferEnded() {
+    m_tenth = -1;
+}
 
 void PipeProgress::look() {
     // The device's verdict comes while the program waits out its reboot, with no status line of
     // its own: a script that cuts the wait short knows then that the image took.
-    if (m_verified || !ui::WindowExists("LDR")) return;
+    if (m_verified || !ui::WindowExists("LDR"))
+        return;
     const QString shown = ui::G().ldrText.text();
     const qsizetype at = shown.lastIndexOf(QLatin1String("Verify OK"));
     // Told once its line is whole.

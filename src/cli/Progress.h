@@ -43,8 +43,8 @@ private:
     void tell(const QString& text);
 
     QTimer* m_timer = nullptr;
-    QString m_told;       // the line last told
-    int m_tenth = -1;     // the tenth of the transfer last told; -1 while none runs
+    QString m_told;          // the line last told
+    int m_tenth = -1;        // the tenth of the transfer last told; -1 while none runs
     bool m_verified = false; // the device's verdict on the image in hand has been told
 };
 

@@ -30,7 +30,8 @@ Report& Report::instance() {
 }
 
 void Report::keep(int code) {
-    if (code > m_exit) m_exit = code;
+    if (code > m_exit)
+        m_exit = code;
 }
 
 QString Report::linePrefix() const {
@@ -41,7 +42,8 @@ QString Report::linePrefix() const {
 void Report::result(const QString& text, QJsonObject fields) {
     if (m_opts.json) {
         fields.insert(QStringLiteral("command"), m_opts.command);
-        if (!m_port.isEmpty()) fields.insert(QStringLiteral("port"), m_port);
+        if (!m_port.isEmpty())
+            fields.insert(QStringLiteral("port"), m_port);
         Out(JsonLine(fields));
         return;
     }
@@ -58,8 +60,10 @@ int Report::fail(int code, const QString& text) {
         QJsonObject o{{QStringLiteral("command"), m_opts.command},
                       {QStringLiteral("error"), text},
                       {QStringLiteral("exit"), code}};
-        if (!m_port.isEmpty()) o.insert(QStringLiteral("port"), m_port);
-        if (!m_failed.isEmpty()) o.insert(QStringLiteral("failed"), QJsonArray::fromStringList(m_failed));
+        if (!m_port.isEmpty())
+            o.insert(QStringLiteral("port"), m_port);
+        if (!m_failed.isEmpty())
+            o.insert(QStringLiteral("failed"), QJsonArray::fromStringList(m_failed));
         m_failed.clear();
         for (auto it = m_failFields.constBegin(); it != m_failFields.constEnd(); ++it)
             o.insert(it.key(), it.value());
@@ -70,7 +74,8 @@ int Report::fail(int code, const QString& text) {
 }
 
 void Report::note(const QString& text) {
-    if (m_opts.quiet) return;
+    if (m_opts.quiet)
+        return;
     Err(text + QLatin1Char('\n'));
 }
 

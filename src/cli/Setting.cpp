@@ -10,7 +10,6 @@
 #include "settings/SCL.h"
 #include "settings/ValueEntry.h"
 
-
 namespace telvo::cli {
 
 using ui::Config;
@@ -19,7 +18,9 @@ namespace {
 
 // How many failed exchanges were reported before an exchange, so that what went wrong in it can
 // be told after.
-qsizetype failureMark() { return HeardSoFar().exchangeFailures.size(); }
+qsizetype failureMark() {
+    return HeardSoFar().exchangeFailures.size();
+}
 
 // The first failure the exchanges since `mark` reported (the device's error text, or a
 // time-out), or nothing. A set is followed by its query, so the reply in hand no longer tells.
@@ -30,13 +31,16 @@ QString failureSince(qsizetype mark) {
 
 Reading after(qsizetype mark) {
     const QString why = failureSince(mark);
-    if (!why.isEmpty()) return {QString(), why};
+    if (!why.isEmpty())
+        return {QString(), why};
     return {ui::FormatAnswer(ui::Link().Reply), QString()};
 }
 
 } // namespace
 
-int RecordOf(const QString& name) { return core::FindCommandByName(Config().Commands, name); }
+int RecordOf(const QString& name) {
+    return core::FindCommandByName(Config().Commands, name);
+}
 
 std::optional<double> NumberOf(const QString& text) {
     bool ok = false;
@@ -69,9 +73,11 @@ Reading SendSetting(int record, const QString& value) {
     const qsizetype mark = failureMark();
     if (rec.IsList) {
         const std::optional<int> row = core::ListRow(rec, value);
-        if (!row) return {QString(), rec.Name + QStringLiteral(" has no value ") + value};
+        if (!row)
+            return {QString(), rec.Name + QStringLiteral(" has no value ") + value};
         s.lstSelect->clear();
-        for (int r = 1; r < rec.Values.size(); ++r) s.lstSelect->addItem(rec.Values.at(r).Text);
+        for (int r = 1; r < rec.Values.size(); ++r)
+            s.lstSelect->addItem(rec.Values.at(r).Text);
         s.lstSelect->setCurrentRow(*row);
         ui::lstSelect_Click();
     } else {

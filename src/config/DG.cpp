@@ -54,10 +54,12 @@ void DG::showEvent(QShowEvent* e) {
         Label1->setText(QStringLiteral("PLEASE READ THIS FIRST BEFORE DOWNLOADING SOFTWARE!!!!"));
         Label2->setText(QStringLiteral(
             "We have found problems with the newest FTDI USB-to-serial driver (1.0.2176.0). If you "
-            "have this driver and use it to install any .frk file, you will not be able to complete "
+            "have this driver and use it to install any .frk file, you will not be able to "
+            "complete "
             "the installation and your Vorix will be in a useless state until you can install an "
             ".frk file with the driver we have available at our Web site or a serial-to-serial "
-            "connection. We are attempting to get this corrected in the next driver version, but we "
+            "connection. We are attempting to get this corrected in the next driver version, but "
+            "we "
             "would like to provide a solution for this problem now. If you revert to the previous "
             "version driver there are no issues. Note: this only applies to adapters with the FTDI "
             "chip-set."));

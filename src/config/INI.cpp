@@ -1,12 +1,12 @@
 #include "config/INI.h"
 
-#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "config/FP.h"
-#include "core/config/IniFile.h"
 #include "config/IniLoader.h"
+#include "core/config/IniFile.h"
 #include "core/config/IniRewrite.h"
+#include "core/text/Classic.h"
 #include "link/Driver.h"
 #include "platform/os/AppPath.h"
 
@@ -90,7 +90,6 @@ void replaceIni(const QString& newFile, const QString& iniFile) {
     if (ec)
         accessError();
 }
-
 
 } // namespace
 

@@ -1,9 +1,9 @@
 #include "config/MDL.h"
 
-#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "config/INI.h"
+#include "core/text/Classic.h"
 #include "settings/SCL.h"
 
 #include <QApplication>

@@ -21,7 +21,8 @@ const Root kRoots[] = {{"HKCU", 0x80000001u}, {"HKLM", 0x80000002u}, {"HKU", 0x8
 
 QString rootText(quint32 handle) {
     for (const Root& r : kRoots)
-        if (r.handle == handle) return QString::fromLatin1(r.text);
+        if (r.handle == handle)
+            return QString::fromLatin1(r.text);
     return {};
 }
 
@@ -37,7 +38,8 @@ std::unique_ptr<QSettings> registryFor(quint32 handle) {
     const auto scope = handle == 0x80000001u ? QSettings::UserScope : QSettings::SystemScope;
     s = std::make_unique<QSettings>(QSettings::IniFormat, scope, QStringLiteral("Brackwell"),
                                     QStringLiteral("Telvo"));
-    if (handle != 0x80000001u) s->beginGroup(rootText(handle));
+    if (handle != 0x80000001u)
+        s->beginGroup(rootText(handle));
     return s;
 }
 
@@ -47,21 +49,25 @@ QString pathOf(const QString& key, const QString& name) {
     return k + QLatin1Char('/') + name;
 }
 
-QString letter(const QString& type) { return type.left(1).toUpper(); }
+QString letter(const QString& type) {
+    return type.left(1).toUpper();
+}
 
 } // namespace
 
 quint32 RootHandle(const QString& root) {
     const QString upper = root.toUpper();
     for (const Root& r : kRoots)
-        if (upper == QLatin1String(r.text)) return r.handle;
+        if (upper == QLatin1String(r.text))
+            return r.handle;
     return QFileInfo(root).isFile() ? 1 : 0;
 }
 
 int RegRead(const QString& root, const QString& key, const QString& name, const QString& type,
             QVariant& value, const QVariant& fallback) {
     const quint32 handle = RootHandle(root);
-    if (handle == 0) return kUnknownRoot;
+    if (handle == 0)
+        return kUnknownRoot;
     const QString t = letter(type);
     if (handle == 1) {
         // A profile file: the key is the section, the name the entry.
@@ -78,13 +84,15 @@ int RegRead(const QString& root, const QString& key, const QString& name, const 
     }
     const auto store = registryFor(handle);
     const QString path = pathOf(key, name);
-    if (!store->contains(path)) return kNotFound;
+    if (!store->contains(path))
+        return kNotFound;
     const QVariant v = store->value(path);
     if (t == QLatin1String("S")) {
         value = v.toString();
     } else if (t == QLatin1String("B")) {
         // A value of another kind reads as what the buffer was given: no message.
-        value = v.toString().toLongLong() != 0 || v.toString().compare(QLatin1String("true"), Qt::CaseInsensitive) == 0;
+        value = v.toString().toLongLong() != 0 ||
+                v.toString().compare(QLatin1String("true"), Qt::CaseInsensitive) == 0;
     } else {
         bool ok = false;
         const qint64 n = v.toString().toLongLong(&ok);
@@ -104,10 +112,12 @@ int RegRead(const QString& root, const QString& key, const QString& name, const 
 int RegWrite(const QString& root, const QString& key, const QString& name, const QString& type,
              const QVariant& value) {
     const quint32 handle = RootHandle(root);
-    if (handle == 0) return kUnknownRoot;
+    if (handle == 0)
+        return kUnknownRoot;
     const QString t = letter(type);
     if (handle == 1) {
-        if (t != QLatin1String("S")) return 0;
+        if (t != QLatin1String("S"))
+            return 0;
         QSettings ini(root, QSettings::IniFormat);
         ini.setValue(key + QLatin1Char('/') + name, value.toString());
         ini.sync();
@@ -115,10 +125,14 @@ int RegWrite(const QString& root, const QString& key, const QString& name, const
     }
     const auto store = registryFor(handle);
     const QString path = pathOf(key, name);
-    if (t == QLatin1String("S")) store->setValue(path, value.toString());
-    else if (t == QLatin1String("B")) store->setValue(path, value.toBool() ? 1 : 0);
-    else if (t == QLatin1String("D")) store->setValue(path, qint32(value.toLongLong()));
-    else return 0; // another letter writes nothing
+    if (t == QLatin1String("S"))
+        store->setValue(path, value.toString());
+    else if (t == QLatin1String("B"))
+        store->setValue(path, value.toBool() ? 1 : 0);
+    else if (t == QLatin1String("D"))
+        store->setValue(path, qint32(value.toLongLong()));
+    else
+        return 0; // another letter writes nothing
     store->sync();
     return store->status() == QSettings::NoError ? 0 : kAccessDenied;
 }

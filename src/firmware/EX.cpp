@@ -69,7 +69,8 @@ void EX_cmdSetandExit_Click() {
     SCL& s = scl();
     // The boxes aren't exclusive: the first ticked one wins.
     for (QCheckBox* box : ex().Check1) {
-        if (!box->isChecked()) continue;
+        if (!box->isChecked())
+            continue;
         if (box->text() != s.txtCrntSpeed->text()) {
             SetGordaBaudRate(box->text());
             DevicePause(5000);
@@ -79,7 +80,9 @@ void EX_cmdSetandExit_Click() {
     platform::EndProgram();
 }
 
-void EX_cmdExit_Click() { platform::EndProgram(); }
+void EX_cmdExit_Click() {
+    platform::EndProgram();
+}
 
 bool ShowExitSpeedWindow() {
     EX& w = ex();

@@ -6,8 +6,8 @@
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
 #include "firmware/LDR.h"
-#include "platform/os/AppPath.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -18,16 +18,20 @@ namespace {
 const QString kDefaultTitle = QStringLiteral("Select file to load");
 
 QString filterOf(int mode) {
-    if (mode == 1 || mode == 2) return QStringLiteral("File Lists (*.frl)|*.frl");
+    if (mode == 1 || mode == 2)
+        return QStringLiteral("File Lists (*.frl)|*.frl");
     return QStringLiteral("Firmware (*.frk); Lists (*.frl)|*.fr?");
 }
 
-QString crlf() { return QStringLiteral("\r\n"); }
+QString crlf() {
+    return QStringLiteral("\r\n");
+}
 
 // The classic "description|pattern" as the platform's dialog reads it: "description (pattern)".
 QString dialogFilter(const QString& classic) {
     const qsizetype bar = classic.indexOf(QLatin1Char('|'));
-    if (bar < 0) return classic;
+    if (bar < 0)
+        return classic;
     return classic.left(bar) + QStringLiteral(" (") + classic.mid(bar + 1) + QLatin1Char(')');
 }
 } // namespace
@@ -42,7 +46,9 @@ QString SelectFirmwareFile(const QString& dir, const QString& title, int mode) {
                      : platform::OpenFileDialog(title, start, filter);
 }
 
-QString SelectFirmwareFile(const QString& dir) { return SelectFirmwareFile(dir, kDefaultTitle, 0); }
+QString SelectFirmwareFile(const QString& dir) {
+    return SelectFirmwareFile(dir, kDefaultTitle, 0);
+}
 
 qint16 BuildFileList(bool multiple) {
     FirmwareGlobals& fw = FW();
@@ -52,7 +58,8 @@ qint16 BuildFileList(bool multiple) {
         for (;;) {
             const QString path = SelectFirmwareFile(
                 folder, QStringLiteral("Select File to Load, Cancel to Stop Selection Process"), 0);
-            if (path.isEmpty()) break;
+            if (path.isEmpty())
+                break;
             if (core::IsFirmwarePath(path)) {
                 list << path;
             } else {
@@ -60,7 +67,8 @@ qint16 BuildFileList(bool multiple) {
                 QFile f(platform::NativePath(path));
                 if (!f.open(QIODevice::ReadOnly)) {
                     platform::MessageBox(
-                        QStringLiteral("BuildFileList Multiple Files: Error opening frk file for input") +
+                        QStringLiteral(
+                            "BuildFileList Multiple Files: Error opening frk file for input") +
                         crlf() + path + crlf() + f.errorString());
                     return core::kNoFileList;
                 }
@@ -93,15 +101,17 @@ qint16 BuildFileList(bool multiple) {
 }
 
 void cmdDelFileList_Click() {
-    const QString path = SelectFirmwareFile(Config().FirmwareDir,
-                                            QStringLiteral("Select File to be deleted"), 1);
-    if (!path.isEmpty()) QFile::remove(platform::NativePath(path));
+    const QString path =
+        SelectFirmwareFile(Config().FirmwareDir, QStringLiteral("Select File to be deleted"), 1);
+    if (!path.isEmpty())
+        QFile::remove(platform::NativePath(path));
 }
 
 void cmdSaveFileList_Click() {
     const QString target =
         SelectFirmwareFile(Config().FirmwareDir, QStringLiteral("Save File As..."), 2);
-    if (target.isEmpty()) return;
+    if (target.isEmpty())
+        return;
     const QString working = platform::JobFile(QStringLiteral("Filelist.frl"));
     if (!QFile::exists(working)) {
         ShowAlert(QStringLiteral("There is no current file list to save"));

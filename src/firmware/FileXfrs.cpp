@@ -8,10 +8,10 @@
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/Clock.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 #include "settings/SCL.h"
 
 #include <QCoreApplication>
@@ -30,7 +30,9 @@ template <typename F> void resumeNext(F&& statement) {
     }
 }
 
-qint64 nowMs() { return platform::Clock::instance().nowMs(); }
+qint64 nowMs() {
+    return platform::Clock::instance().nowMs();
+}
 
 // One yield that doesn't wait: what is pending runs, and the line goes on at once. (A waiting
 // yield would, under the virtual clock, jump to the next scheduled event.)
@@ -49,16 +51,16 @@ void showProgress() {
         // Whole seconds, as the classic difference of two times counts them.
         const qint64 wholeSeconds = elapsedMs / 1000;
         const qint16 elapsed = core::CInt(double(wholeSeconds));
-        l.lblMessage->setText(core::TransferProgressText(elapsed, App().FilePosition,
-                                                         fw.BlockSize, pending,
-                                                         fw.BytesRemaining));
+        l.lblMessage->setText(core::TransferProgressText(elapsed, App().FilePosition, fw.BlockSize,
+                                                         pending, fw.BytesRemaining));
     });
     l.ShowProgress(qint64(App().FilePosition) + fw.BlockSize - pending, fw.FileBytes, elapsedMs);
 }
 
 void wireWatchdog() {
     platform::Timer* t = scl().tmrload;
-    if (t->property("loaderWired").toBool()) return;
+    if (t->property("loaderWired").toBool())
+        return;
     t->setProperty("loaderWired", true);
     QObject::connect(t, &platform::Timer::Tick, t, [] { Handle(tmrload_Timer); });
 }
@@ -67,7 +69,8 @@ void clearLoaderText() {
     G().ldrText.clear();
     G().dbgText.clear();
     ldr().SyncText();
-    if (WindowExists("DBG")) dbg().SyncText();
+    if (WindowExists("DBG"))
+        dbg().SyncText();
 }
 
 } // namespace
@@ -122,8 +125,9 @@ qint16 XfrOneFile() {
     fw.FileBytes = fw.BytesRemaining;
     QFile file(platform::NativePath(name));
     if (name.isEmpty() || !file.open(QIODevice::ReadOnly)) {
-        ShowAlertLDR(QStringLiteral("XfrOneFile: Error opening firmware file; ") +
-                     (name.isEmpty() ? QStringLiteral("Bad file name or number") : file.errorString()));
+        ShowAlertLDR(
+            QStringLiteral("XfrOneFile: Error opening firmware file; ") +
+            (name.isEmpty() ? QStringLiteral("Bad file name or number") : file.errorString()));
         return core::kTransferNoFile;
     }
     // A port text without a number ("", "?????") names no port: the control would keep the
@@ -139,7 +143,8 @@ qint16 XfrOneFile() {
     link.LoaderFailed = false;
     link.LoaderAborted = false;
 
-    if (P1->PortOpen()) P1->setPortOpen(false);
+    if (P1->PortOpen())
+        P1->setPortOpen(false);
     P1->setHandshaking(2);
     P1->setSettings(s.txtxfrspeed->text() + QStringLiteral(",n,8,1"));
     P1->setCommPort(port);
@@ -169,7 +174,8 @@ qint16 XfrOneFile() {
         file.seek(position);
         QByteArray block = file.read(fw.BlockSize);
         block.resize(fw.BlockSize, '\0');
-        if (fw.BytesRemaining < fw.BlockSize) block.resize(qMax(fw.BytesRemaining, 0));
+        if (fw.BytesRemaining < fw.BlockSize)
+            block.resize(qMax(fw.BytesRemaining, 0));
         fw.BlockBuffer = block;
         fw.LoaderTimedOut = false;
         platform::Timer* watch = s.tmrload;
@@ -181,11 +187,13 @@ qint16 XfrOneFile() {
             LogLine(QStringLiteral("XFRoneFile attempted to send a file block, Port is closed"));
             ReopenPort();
             // A port that will not open carries nothing: the watch's verdict, at once.
-            if (!P1->PortOpen()) fw.LoaderTimedOut = true;
+            if (!P1->PortOpen())
+                fw.LoaderTimedOut = true;
         }
         P1->OutputBytes(fw.BlockBuffer);
         // The whole of the pacing: the block drains (CTS holds it) before the next goes.
-        while (P1->OutBufferCount() > 0 && !fw.LoaderTimedOut) platform::DoEvents();
+        while (P1->OutBufferCount() > 0 && !fw.LoaderTimedOut)
+            platform::DoEvents();
         if (!fw.LoaderTimedOut && !link.LoaderFailed && !link.LoaderAborted) {
             yieldOnce();
             showProgress();

@@ -16,8 +16,11 @@ namespace {
 const QString kTitle = QStringLiteral("Vorix Firmware Loader");
 
 QString duration(qint64 seconds) {
-    if (seconds < 60) return QStringLiteral("%1 s").arg(seconds);
-    return QStringLiteral("%1 min %2 s").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    if (seconds < 60)
+        return QStringLiteral("%1 s").arg(seconds);
+    return QStringLiteral("%1 min %2 s")
+        .arg(seconds / 60)
+        .arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
 // The transfer as values, for a platform that shows it other than by the bar and the title.
@@ -137,7 +140,8 @@ void LDR::showEvent(QShowEvent* e) {
         CenterForm(this);
     }
     // A restart fills the file box before the window comes up; a fresh look empties it.
-    if (!FW().RestartLoad) txtFileName->setText(QString());
+    if (!FW().RestartLoad)
+        txtFileName->setText(QString());
     QWidget::showEvent(e);
 }
 
@@ -147,7 +151,8 @@ void LDR::setCTSColor(int r, int g, int b) {
 
 void LDR::SetStartColor(int classicColor) {
     m_startColor = classicColor;
-    const int r = classicColor & 0xFF, g = (classicColor >> 8) & 0xFF, b = (classicColor >> 16) & 0xFF;
+    const int r = classicColor & 0xFF, g = (classicColor >> 8) & 0xFF,
+              b = (classicColor >> 16) & 0xFF;
     cmdStart->setStyleSheet(QStringLiteral("background-color: rgb(%1,%2,%3)").arg(r).arg(g).arg(b));
 }
 
@@ -171,8 +176,10 @@ void LDR::StartProgress(qint64 total) {
 }
 
 void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
-    if (done < 0) done = 0;
-    if (total > 0 && done > total) done = total;
+    if (done < 0)
+        done = 0;
+    if (total > 0 && done > total)
+        done = total;
     const int percent = total > 0 ? int(done * 100 / total) : 100;
     prgLoad->setValue(percent);
     QString text = QStringLiteral("%1 / %2 bytes").arg(done).arg(total);
@@ -180,7 +187,8 @@ void LDR::ShowProgress(qint64 done, qint64 total, qint64 elapsedMs) {
         const double rate = double(done) * 1000.0 / double(elapsedMs);
         text += QStringLiteral(", %1 B/s").arg(qRound64(rate));
         if (rate > 0)
-            text += QStringLiteral(", %1 left").arg(duration(qRound64(double(total - done) / rate)));
+            text +=
+                QStringLiteral(", %1 left").arg(duration(qRound64(double(total - done) / rate)));
     }
     lblRate->setText(text);
     setWindowTitle(QStringLiteral("%1% - ").arg(percent) + kTitle);

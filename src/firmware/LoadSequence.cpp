@@ -14,9 +14,9 @@
 #include "link/Driver.h"
 #include "link/Navigate.h"
 #include "link/zSCL.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 #include "settings/SCL.h"
 #include "settings/SaveRestore.h"
 
@@ -28,14 +28,19 @@ namespace telvo::ui {
 
 namespace {
 
-QString model() { return scl().DeviceModel->text(); }
-QString crlf() { return QStringLiteral("\r\n"); }
+QString model() {
+    return scl().DeviceModel->text();
+}
+QString crlf() {
+    return QStringLiteral("\r\n");
+}
 
 void clearLoaderText() {
     G().ldrText.clear();
     G().dbgText.clear();
     ldr().SyncText();
-    if (WindowExists("DBG")) dbg().SyncText();
+    if (WindowExists("DBG"))
+        dbg().SyncText();
 }
 
 // The buttons of the loader window at rest.
@@ -46,7 +51,9 @@ void buttonsBack() {
     l.SetStartColor(LDR::kLightGreen);
 }
 
-QString restartPath() { return platform::JobFile(QStringLiteral("RestartLoader.txt")); }
+QString restartPath() {
+    return platform::JobFile(QStringLiteral("RestartLoader.txt"));
+}
 
 // The load's own copy of the settings it saved: the restore after the load (or after its
 // resumption at a later start) reads only this, never a Settings.txt another save wrote since.
@@ -66,17 +73,23 @@ bool keepLoadSettings() {
 bool offerLoadAgain(const core::RestartRecord& load) {
     FirmwareGlobals& fw = FW();
     SCL& s = scl();
-    if (fw.LoadingAgain || s.chkSim->isChecked() || s.chkNoFWupdate->isChecked()) return false;
+    if (fw.LoadingAgain || s.chkSim->isChecked() || s.chkNoFWupdate->isChecked())
+        return false;
     QFile list(platform::JobFile(QStringLiteral("FileList.frl")));
-    if (!list.open(QIODevice::ReadOnly) || core::ParseFileList(list.readAll()).isEmpty()) return false;
-    LogLine(model() + QStringLiteral(" not found after the load: asking whether it shows 'Load frk File now.'"));
-    if (platform::MessageBox(QStringLiteral("The ") + model() + QStringLiteral(" was not found after the load.") +
-                                 crlf() + QStringLiteral("If it shows 'Load frk File now.' (switch it off and on "
-                                                         "first if it shows nothing), it did not take the "
-                                                         "firmware: click 'Yes' to load the file(s) again from "
-                                                         "the first.") +
-                                 crlf() + QStringLiteral("If it runs its firmware, click 'No'."),
-                             platform::vbYesNo) != platform::vbYes)
+    if (!list.open(QIODevice::ReadOnly) || core::ParseFileList(list.readAll()).isEmpty())
+        return false;
+    LogLine(
+        model() +
+        QStringLiteral(" not found after the load: asking whether it shows 'Load frk File now.'"));
+    if (platform::MessageBox(
+            QStringLiteral("The ") + model() + QStringLiteral(" was not found after the load.") +
+                crlf() +
+                QStringLiteral("If it shows 'Load frk File now.' (switch it off and on "
+                               "first if it shows nothing), it did not take the "
+                               "firmware: click 'Yes' to load the file(s) again from "
+                               "the first.") +
+                crlf() + QStringLiteral("If it runs its firmware, click 'No'."),
+            platform::vbYesNo) != platform::vbYes)
         return false;
     LogLine(QStringLiteral("Loading the file(s) again from the first, the ") + model() +
             QStringLiteral(" at its boot loader prompt"));
@@ -106,22 +119,26 @@ bool offerLoadAgain(const core::RestartRecord& load) {
 
 } // namespace
 
-QString LoadSettingsPath() { return platform::JobFile(QStringLiteral("LoadSettings.txt")); }
+QString LoadSettingsPath() {
+    return platform::JobFile(QStringLiteral("LoadSettings.txt"));
+}
 
 bool WriteRestartFile(qint16 index, QString* error) {
     SCL& s = scl();
-    const core::RestartRecord r{s.txtPort->text(), s.txtOrigSpeed->text(),
-                                s.txtxfrspeed->text(), index};
+    const core::RestartRecord r{s.txtPort->text(), s.txtOrigSpeed->text(), s.txtxfrspeed->text(),
+                                index};
     // Written beside and renamed into place: the file is the old line or the new one, never half.
     QSaveFile f(restartPath());
     if (f.open(QIODevice::WriteOnly) && f.write(core::FormatRestartRecord(r)) >= 0 && f.commit())
         return true;
-    if (error) *error = f.errorString();
+    if (error)
+        *error = f.errorString();
     return false;
 }
 
 void cmdStartSCL_Click() {
-    if (FirmwareWindowExists("DG") && !dg().isHidden()) return;
+    if (FirmwareWindowExists("DG") && !dg().isHidden())
+        return;
     qint64 skip = 0;
     RegRead(QStringLiteral("HKCU"), QString::fromLatin1(kDongleKey),
             QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), skip, 0);
@@ -129,7 +146,8 @@ void cmdStartSCL_Click() {
         DG& w = dg();
         w.show();
         WaitOnWindow(w);
-        if (FW().DgCancelled) return;
+        if (FW().DgCancelled)
+            return;
     }
     ldr().show();
     ldr().raise();
@@ -139,7 +157,8 @@ void cmdStartLDR_Click() {
     LDR& l = ldr();
     core::LinkState& link = Link();
     if (l.cmdStart->text() != QLatin1String("Abort")) {
-        if (!CheckDeviceReady()) return;
+        if (!CheckDeviceReady())
+            return;
         FW().RestartLoad = false;
         RunFirmwareLoad(FW().RestartLoad);
         return;
@@ -151,7 +170,8 @@ void cmdStartLDR_Click() {
     if (st == QLatin1String("OC LOADING") || st == QLatin1String("WAITING")) {
         platform::CommControl* P1 = scl().P1;
         if (!P1->PortOpen()) {
-            LogLine(QStringLiteral("Loader aborting, attempted to send 'xxxxxxxx', Port is closed"));
+            LogLine(
+                QStringLiteral("Loader aborting, attempted to send 'xxxxxxxx', Port is closed"));
             ReopenPort();
         }
         P1->Output(QStringLiteral("xxxxxxxxxx"));
@@ -169,7 +189,8 @@ void cmdStartLDR_Click() {
 
 bool CheckDeviceReady() {
     SCL& s = scl();
-    if (Link().PowerState != QLatin1String("ON")) ConnectDevice();
+    if (Link().PowerState != QLatin1String("ON"))
+        ConnectDevice();
     const QString st = App().DeviceState;
     if (st != QLatin1String("IDLE") && st != QLatin1String("POWERED")) {
         ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
@@ -213,7 +234,8 @@ qint16 StartFirmwareLoad(bool restart) {
     SCL& s = scl();
     qint16 code = core::kLoadDone;
     if (!restart) {
-        if (Link().PowerState != QLatin1String("ON")) ConnectDevice();
+        if (Link().PowerState != QLatin1String("ON"))
+            ConnectDevice();
         if (s.txtCrntSpeed->text() != s.txtxfrspeed->text()) {
             // The text names 57600 whatever the transfer speed is.
             if (!ConfirmOperation(model() + QStringLiteral(" Speed is ") + s.txtCrntSpeed->text() +
@@ -257,17 +279,20 @@ qint16 LoadTheFiles(bool restart) {
     qsizetype next = 0;
 
     // A damaged or hand-edited index below 0 reads as 0: never an entry before the list.
-    if (fw.RestartIndex < 0) fw.RestartIndex = 0;
+    if (fw.RestartIndex < 0)
+        fw.RestartIndex = 0;
     while (next < lines.size()) {
         // The skip runs on every pass, not only the first.
         next += fw.RestartIndex;
         // A list that ends inside the skip ends the loop as its own end would.
-        if (next >= lines.size()) break;
+        if (next >= lines.size())
+            break;
         qint16 index = fw.RestartIndex;
         QString error;
         if (!WriteRestartFile(index, &error)) {
-            ShowAlertLDR(QStringLiteral("LoadTheFiles: Error opening Loader Restart file for output; ") +
-                         error);
+            ShowAlertLDR(
+                QStringLiteral("LoadTheFiles: Error opening Loader Restart file for output; ") +
+                error);
             buttonsBack();
             return core::kLoadNotStarted;
         }
@@ -325,7 +350,8 @@ qint16 LoadTheFiles(bool restart) {
             buttonsBack();
             return core::kLoadNotStarted;
         }
-        ShowStatusLDR(QStringLiteral("Waiting 10 seconds while ") + model() + QStringLiteral(" reboots"));
+        ShowStatusLDR(QStringLiteral("Waiting 10 seconds while ") + model() +
+                      QStringLiteral(" reboots"));
         DevicePause(10000);
         l.lblMessage->setText(QString());
         ReadFirmware();
@@ -345,34 +371,41 @@ void FinishFirmwareLoad(qint16 code) {
     SCL& s = scl();
     const bool talking = Link().DeviceTalking;
     const auto critical = [] {
-        platform::MessageBox(QStringLiteral("Critical Situation") + crlf() + QStringLiteral("The ") +
-                             model() + QStringLiteral(" no longer appears to have valid firmware loaded.") +
-                             crlf() + QStringLiteral("A load must be performed now using 'RESTART'"));
+        platform::MessageBox(
+            QStringLiteral("Critical Situation") + crlf() + QStringLiteral("The ") + model() +
+            QStringLiteral(" no longer appears to have valid firmware loaded.") + crlf() +
+            QStringLiteral("A load must be performed now using 'RESTART'"));
     };
     switch (code) {
     case core::kLoadFailed:
-        if (talking) ShowStatus(QStringLiteral("The Load failed, but the firmware in the device still may be valid."));
-        else critical();
+        if (talking)
+            ShowStatus(QStringLiteral(
+                "The Load failed, but the firmware in the device still may be valid."));
+        else
+            critical();
         return;
     case core::kLoadNotStarted:
         if (talking)
             ShowStatus(QStringLiteral("Load could not start, file problems. The ") + model() +
                        QStringLiteral(" may have to be power cycled"));
-        else critical();
+        else
+            critical();
         return;
     case core::kLoadDone:
         break;
-    default: return;
+    default:
+        return;
     }
     if (!ConfirmOperation(QStringLiteral("Load complete, Ready to start search for ") + model() +
                           QStringLiteral(" after reboot, speed should be 57600")))
         return;
     // The load's own port and speeds: the search moves the port through its rates.
-    const core::RestartRecord load{s.txtPort->text(), s.txtOrigSpeed->text(),
-                                   s.txtxfrspeed->text(), 0};
+    const core::RestartRecord load{s.txtPort->text(), s.txtOrigSpeed->text(), s.txtxfrspeed->text(),
+                                   0};
     if (!RecoverCommunications()) {
         // The load that runs instead ends with its own search and restore.
-        if (offerLoadAgain(load)) return;
+        if (offerLoadAgain(load))
+            return;
     } else {
         if (s.chkDefaults->isChecked() && !s.chkSim->isChecked() && !CommandRestartMode()) {
             Navigate(QStringLiteral("4,5"));
@@ -390,7 +423,8 @@ void FinishFirmwareLoad(qint16 code) {
     // did not go through whole (cancelled at a row the device refused, or a device not found)
     // keeps the file, so that the next start or Connect offers it again.
     if (QFile::exists(LoadSettingsPath())) {
-        if (RestoreSettingsFrom(LoadSettingsPath())) QFile::remove(LoadSettingsPath());
+        if (RestoreSettingsFrom(LoadSettingsPath()))
+            QFile::remove(LoadSettingsPath());
     } else if (s.chkSaveRestore->isChecked()) {
         ShowStatus(QStringLiteral("No settings were saved before this load, so none are restored"));
     }
@@ -398,11 +432,13 @@ void FinishFirmwareLoad(qint16 code) {
 
 void RestoreSettingsOfCutOffLoad() {
     // With RestartLoader.txt still there, the resumed load does it after its success.
-    if (!QFile::exists(LoadSettingsPath()) || QFile::exists(restartPath())) return;
+    if (!QFile::exists(LoadSettingsPath()) || QFile::exists(restartPath()))
+        return;
     // Declined, the copy goes; taken but not whole, it stays for the next offer.
-    if (!ConfirmOperation(QStringLiteral("The settings saved before the last firmware load were not "
-                                         "put back, Restore them to the ") +
-                          model()) ||
+    if (!ConfirmOperation(
+            QStringLiteral("The settings saved before the last firmware load were not "
+                           "put back, Restore them to the ") +
+            model()) ||
         RestoreSettingsFrom(LoadSettingsPath()))
         QFile::remove(LoadSettingsPath());
 }
@@ -414,7 +450,8 @@ bool RecoverCommunications() {
     t->setInterval(DeviceWaitMs(30000));
     t->setEnabled(true);
     bool found = false;
-    while (t->Enabled() && !found) found = FindDevice(11);
+    while (t->Enabled() && !found)
+        found = FindDevice(11);
     t->setEnabled(false);
     if (!found) {
         ShowAlert(QStringLiteral("Communications was not re-established with the ") + model());

@@ -10,9 +10,9 @@
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/zSCL.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -73,23 +73,35 @@ void RS::showEvent(QShowEvent* e) {
     QWidget::showEvent(e);
     if (!m_loaded) {
         m_loaded = true;
-        Label3->setText(QStringLiteral("Select the file to be loaded, Select the COM port the unit is connected to. ") +
-                        QStringLiteral("The unit should be sitting at the boot Loader Prompt (Load frk file now). ") +
-                        QStringLiteral("Click Restart to begin the loading process. "));
+        Label3->setText(
+            QStringLiteral(
+                "Select the file to be loaded, Select the COM port the unit is connected to. ") +
+            QStringLiteral(
+                "The unit should be sitting at the boot Loader Prompt (Load frk file now). ") +
+            QStringLiteral("Click Restart to begin the loading process. "));
         Label3->setAccessibleName(Label3->text());
         QComboBox* ports = scl().lstPort;
         List1->clear();
-        for (int i = 0; i < ports->count(); ++i) List1->addItem(ports->itemText(i));
+        for (int i = 0; i < ports->count(); ++i)
+            List1->addItem(ports->itemText(i));
         Check1->setVisible(restartFileExists(QStringLiteral("RestartLoader.txt")));
         adjustSize();
         CenterForm(this);
         // Yielding inside the show is the classic load's last step; it is done by a queued call,
         // so the window is on screen first.
-        QMetaObject::invokeMethod(this, [] { Handle([] { platform::DoEvents(); Pause(100); }); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [] {
+                Handle([] {
+                    platform::DoEvents();
+                    Pause(100);
+                });
+            },
+            Qt::QueuedConnection);
     }
     Check1->setVisible(restartFileExists(QStringLiteral("Restartloader.txt")));
-    if (Check1->isHidden()) untickCheck1();
+    if (Check1->isHidden())
+        untickCheck1();
 }
 
 void RS::hideEvent(QHideEvent* e) {
@@ -98,7 +110,8 @@ void RS::hideEvent(QHideEvent* e) {
 }
 
 void RS::untickCheck1() {
-    if (!Check1->isChecked()) return;
+    if (!Check1->isChecked())
+        return;
     Check1->setChecked(false);
     RS_Check1_Click();
 }
@@ -113,7 +126,8 @@ void RS_Check1_Click() {
 
 void RS_List1_Click() {
     RS& w = rs();
-    if (QListWidgetItem* item = w.List1->currentItem()) scl().txtPort->setText(item->text());
+    if (QListWidgetItem* item = w.List1->currentItem())
+        scl().txtPort->setText(item->text());
 }
 
 void RS_cmdBrowse_Click() {
@@ -124,13 +138,15 @@ void RS_cmdBrowse_Click() {
         G().dbgText.setText(file);
         rs().Text1->setText(file);
         l.SyncText();
-        if (WindowExists("DBG")) dbg().SyncText();
+        if (WindowExists("DBG"))
+            dbg().SyncText();
         l.Text1->moveCursor(QTextCursor::End);
     } else {
         G().ldrText.clear();
         G().dbgText.clear();
         l.SyncText();
-        if (WindowExists("DBG")) dbg().SyncText();
+        if (WindowExists("DBG"))
+            dbg().SyncText();
     }
 }
 
@@ -202,7 +218,8 @@ void ResumeCutOffLoad() {
     rs().show();
     rs().raise();
     // The cut-off load is taken up before anything else of the start-up happens.
-    while (!rs().isHidden() || !ldr().isHidden() || App().RestartBusy) platform::DoEvents();
+    while (!rs().isHidden() || !ldr().isHidden() || App().RestartBusy)
+        platform::DoEvents();
 }
 
 } // namespace telvo::ui

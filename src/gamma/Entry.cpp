@@ -13,11 +13,14 @@ std::unique_ptr<GMA>& slot() {
 } // namespace
 
 GMA& gma() {
-    if (!slot()) slot() = std::make_unique<GMA>();
+    if (!slot())
+        slot() = std::make_unique<GMA>();
     return *slot();
 }
 
-bool GmaExists() { return slot() != nullptr; }
+bool GmaExists() {
+    return slot() != nullptr;
+}
 
 void ShowGMA() {
     GMA& w = gma();
@@ -26,6 +29,8 @@ void ShowGMA() {
     w.activateWindow();
 }
 
-void ResetGammaWindows() { slot().reset(); }
+void ResetGammaWindows() {
+    slot().reset();
+}
 
 } // namespace telvo::ui

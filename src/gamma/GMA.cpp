@@ -9,8 +9,8 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLineSeries>
-#include <QValueAxis>
 #include <QVBoxLayout>
+#include <QValueAxis>
 
 namespace telvo::ui {
 
@@ -102,7 +102,8 @@ void GMA::buildControls() {
         s->attachAxis(m_axisX);
         s->attachAxis(m_axisY);
     }
-    for (QLineSeries* s : RGBCurves) s->hide();
+    for (QLineSeries* s : RGBCurves)
+        s->hide();
     MSC1 = named(new QChartView(m_chart, frmChart), "MSC1", QStringLiteral("Gamma Curve"));
     MSC1->setRenderHint(QPainter::Antialiasing);
     MSC1->setMinimumSize(380, 300);
@@ -175,8 +176,8 @@ void GMA::buildControls() {
     f3->addWidget(cmdSaveAs, 1, 1);
     f3->addWidget(cmdExit, 2, 0, 1, 2);
 
-    frmExport = named(new QGroupBox(QStringLiteral("Export"), this), "frmExport",
-                      QStringLiteral("Export"));
+    frmExport =
+        named(new QGroupBox(QStringLiteral("Export"), this), "frmExport", QStringLiteral("Export"));
     auto* fe = new QHBoxLayout(frmExport);
     cmdExportCal = NamedButton(QStringLiteral("ArgyllCMS .cal"), frmExport, "cmdExportCal");
     cmdExportCube = NamedButton(QStringLiteral("1D LUT .cube"), frmExport, "cmdExportCube");
@@ -194,12 +195,12 @@ void GMA::buildControls() {
     root->addLayout(right, 3);
 
     // The name entry floats over the middle of the window, outside the layouts.
-    frmGIN = named(new QGroupBox(QStringLiteral("Enter a Name for The Gamma Data"), this),
-                   "frmGIN", QStringLiteral("Enter a Name for The Gamma Data"));
+    frmGIN = named(new QGroupBox(QStringLiteral("Enter a Name for The Gamma Data"), this), "frmGIN",
+                   QStringLiteral("Enter a Name for The Gamma Data"));
     frmGIN->setAutoFillBackground(true);
     auto* fg = new QGridLayout(frmGIN);
-    txtGIN = named(new QLineEdit(frmGIN), "txtGIN",
-                   QStringLiteral("Enter a Name for The Gamma Data"));
+    txtGIN =
+        named(new QLineEdit(frmGIN), "txtGIN", QStringLiteral("Enter a Name for The Gamma Data"));
     cmdDir = NamedButton(QStringLiteral("Accept"), frmGIN, "cmdDir");
     cmdCancel = NamedButton(QStringLiteral("Cancel"), frmGIN, "cmdCancel");
     fg->addWidget(txtGIN, 0, 0, 1, 2);
@@ -211,7 +212,8 @@ void GMA::buildControls() {
 
 void GMA::connectHandlers() {
     auto on = [this](auto* sender, auto signal, void (GMA::*handler)()) {
-        connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
+        connect(sender, signal, this,
+                [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
     };
     on(cmdCompute, &QPushButton::clicked, &GMA::cmdCompute_Click);
     on(cmdLoad, &QPushButton::clicked, &GMA::cmdLoad_Click);
@@ -232,7 +234,8 @@ void GMA::connectHandlers() {
     on(txtHiLite, &QLineEdit::returnPressed, &GMA::txtHiLite_Close);
     on(txtHiLite, &HiLiteBox::LostFocus, &GMA::txtHiLite_Close);
     OnClick(chkAllColors, [this] {
-        if (!MSC1->isHidden()) BuildGraph(FG1->currentIndex().column());
+        if (!MSC1->isHidden())
+            BuildGraph(FG1->currentIndex().column());
     });
     connect(FG1, &QTableView::doubleClicked, this,
             [this](const QModelIndex& cell) { Handle([this, cell] { FG1_DblClick(cell); }); });
@@ -244,7 +247,8 @@ void GMA::connectHandlers() {
 
 qint16 GMA::ColorOption() const {
     for (int i = 0; i < 4; ++i)
-        if (OptColor[size_t(i)]->isChecked()) return qint16(i);
+        if (OptColor[size_t(i)]->isChecked())
+            return qint16(i);
     return 0;
 }
 
@@ -253,7 +257,8 @@ void GMA::InitFG1() {
     // Four equal columns across the grid, whatever its width.
     FG1->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     const char* const heads[] = {"Address", "Red", "Green", "Blue"};
-    for (int c = 0; c < GammaGrid::kCols; ++c) Grid().SetText(0, c, QString::fromLatin1(heads[c]));
+    for (int c = 0; c < GammaGrid::kCols; ++c)
+        Grid().SetText(0, c, QString::fromLatin1(heads[c]));
     for (int row = 1; row < GammaGrid::kRows; ++row)
         Grid().SetText(row, 0, core::FormatCode(row - 1));
 }
@@ -273,7 +278,8 @@ void GMA::closeEvent(QCloseEvent* e) {
     Handle([this] {
         bool cancel = false;
         QueryUnload(cancel);
-        if (!cancel) hide();
+        if (!cancel)
+            hide();
     });
 }
 

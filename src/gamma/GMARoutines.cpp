@@ -5,10 +5,10 @@
 #include "core/gamma/Evaluate.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/Clock.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 
 #include <QChart>
 #include <QChartView>
@@ -36,18 +36,22 @@ const QString kGammaFilter = QStringLiteral("Gamma Files (*.gma)|*.gma");
 // Where the open dialogs start: the Gamma folder when it exists, the program's folder otherwise.
 QString dialogStart(const QString& wildcard) {
     const QString folder = GMA::GammaFolder();
-    if (core::FolderExists(folder)) return folder + QDir::separator() + wildcard;
+    if (core::FolderExists(folder))
+        return folder + QDir::separator() + wildcard;
     return platform::AppPath() + QDir::separator() + wildcard;
 }
 
 double reciprocal(double v) {
-    if (v == 0) throw core::RuntimeError(core::kDivisionByZero, QStringLiteral("Division by zero"));
+    if (v == 0)
+        throw core::RuntimeError(core::kDivisionByZero, QStringLiteral("Division by zero"));
     return 1.0 / v;
 }
 
 } // namespace
 
-QString GMA::GammaFolder() { return platform::FindFileNoCase(platform::AppPath(), QStringLiteral("Gamma")); }
+QString GMA::GammaFolder() {
+    return platform::FindFileNoCase(platform::AppPath(), QStringLiteral("Gamma"));
+}
 
 void GMA::cmdCompute_Click() {
     lblBuilding->show();
@@ -59,8 +63,10 @@ void GMA::cmdCompute_Click() {
     in.sourceGamma = SourceGamma;
     txtDSPgamma->setEnabled(in.useReference);
     const core::Exponent e = core::SettleExponent(in);
-    if (txtDSPgamma->text() != in.txtDSPgamma) txtDSPgamma->setText(in.txtDSPgamma);
-    if (txtGamma->text() != in.txtGamma) txtGamma->setText(in.txtGamma);
+    if (txtDSPgamma->text() != in.txtDSPgamma)
+        txtDSPgamma->setText(in.txtDSPgamma);
+    if (txtGamma->text() != in.txtGamma)
+        txtGamma->setText(in.txtGamma);
 
     const int option = ColorOption();
     try {
@@ -109,7 +115,8 @@ void GMA::BuildGraph(int color) {
     Curve->setVisible(!all);
     for (int c = 0; c < core::kGammaColors; ++c) {
         RGBCurves[size_t(c)]->setVisible(all);
-        if (!all) continue;
+        if (!all)
+            continue;
         QList<QPointF> rgb;
         rgb.reserve(core::kGammaRows);
         for (int i = 0; i < core::kGammaRows; ++i) {
@@ -129,8 +136,7 @@ void GMA::cmdNew_Click() {
     InitFG1();
     OptColor[0]->setChecked(true);
     txtDSPgamma->setText(core::FormatTenths(reciprocal(SourceGamma)));
-    txtGamma->setText(
-        core::FormatTenths(reciprocal(core::Val(txtDSPgamma->text()) * SourceGamma)));
+    txtGamma->setText(core::FormatTenths(reciprocal(core::Val(txtDSPgamma->text()) * SourceGamma)));
     chkDSPRef->setChecked(false);
     cmdBrowse->hide();
     DSPrefFile.clear();
@@ -139,7 +145,9 @@ void GMA::cmdNew_Click() {
     cmdCompute_Click();
 }
 
-void GMA::chkDSPRef_Click() { cmdBrowse->setVisible(chkDSPRef->checkState() == Qt::Checked); }
+void GMA::chkDSPRef_Click() {
+    cmdBrowse->setVisible(chkDSPRef->checkState() == Qt::Checked);
+}
 
 void GMA::txtSG_Change() {
     SourceGamma = core::Val(txtSG->text());
@@ -151,11 +159,13 @@ void GMA::txtSG_Change() {
 void GMA::cmdOpen_Click() {
     InitFG1();
     MSC1->hide();
-    const QString path = platform::OpenFileDialog(QStringLiteral("Open"),
-                                                  dialogStart(QStringLiteral("*.gma")),
-                                                  QStringLiteral("Gamma Files (*.gma)|(*.gma)"));
-    if (path.isEmpty()) return; // cancelled
-    if (!core::FileExists(path)) return;
+    const QString path =
+        platform::OpenFileDialog(QStringLiteral("Open"), dialogStart(QStringLiteral("*.gma")),
+                                 QStringLiteral("Gamma Files (*.gma)|(*.gma)"));
+    if (path.isEmpty())
+        return; // cancelled
+    if (!core::FileExists(path))
+        return;
     GammaFileName = path;
     OpenGamma();
     BuildGraph(ColorOption());
@@ -172,12 +182,14 @@ void GMA::OpenGamma() {
         txtGamma->setText(read.txtGamma);
         txtDSPgamma->setText(read.txtDSPgamma);
         DSPrefFile = read.DSPrefFile;
-        if (read.colorOption) OptColor[size_t(*read.colorOption)]->setChecked(true);
+        if (read.colorOption)
+            OptColor[size_t(*read.colorOption)]->setChecked(true);
         if (read.useRefData) {
             const int v = *read.useRefData;
             chkDSPRef->setTristate(v == 2);
-            chkDSPRef->setCheckState(v == 0 ? Qt::Unchecked
-                                            : v == 1 ? Qt::Checked : Qt::PartiallyChecked);
+            chkDSPRef->setCheckState(v == 0   ? Qt::Unchecked
+                                     : v == 1 ? Qt::Checked
+                                              : Qt::PartiallyChecked);
             cmdBrowse->setVisible(v == 1);
         }
         Grid().Changed();
@@ -197,14 +209,17 @@ void GMA::SaveGamma() {
         if (!core::FolderExists(folder)) {
             folder = platform::AppPath() + QDir::separator() + QStringLiteral("Gamma");
             if (!QDir().mkpath(folder))
-                throw core::RuntimeError(core::kPathFileAccess, QStringLiteral("Path/File access error"));
+                throw core::RuntimeError(core::kPathFileAccess,
+                                         QStringLiteral("Path/File access error"));
         }
         QString path = platform::SaveFileDialog(
             QStringLiteral("Save As"), folder + QDir::separator() + GammaName, kGammaFilter);
-        if (path.isEmpty()) return; // cancelled
+        if (path.isEmpty())
+            return; // cancelled
         // A gamma file is a .gma file: a name typed without extension gets it, or Open's
         // filter would hide the file.
-        if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".gma");
+        if (QFileInfo(path).suffix().isEmpty())
+            path += QStringLiteral(".gma");
         if (core::FileExists(path) &&
             platform::MessageBox(path + QStringLiteral("\r\nCurrently exists, Overwrite?"),
                                  platform::vbYesNo) == platform::vbNo)
@@ -215,8 +230,9 @@ void GMA::SaveGamma() {
     h.txtGamma = txtGamma->text();
     h.txtDSPgamma = txtDSPgamma->text();
     h.colorOption = ColorOption();
-    h.useRefData = chkDSPRef->checkState() == Qt::Checked ? 1
-                   : chkDSPRef->checkState() == Qt::PartiallyChecked ? 2 : 0;
+    h.useRefData = chkDSPRef->checkState() == Qt::Checked            ? 1
+                   : chkDSPRef->checkState() == Qt::PartiallyChecked ? 2
+                                                                     : 0;
     h.DSPrefFile = DSPrefFile;
     core::WriteFileWhole(GammaFileName, core::GammaFileText(h, Grid().cells()));
     DataChanged = false;
@@ -235,14 +251,18 @@ void GMA::cmdSaveAs_Click() {
     frmGIN->show();
     frmGIN->raise();
     txtGIN->setFocus();
-    while (!frmGIN->isHidden()) platform::DoEvents();
-    if (txtGIN->text().isEmpty()) return;
+    while (!frmGIN->isHidden())
+        platform::DoEvents();
+    if (txtGIN->text().isEmpty())
+        return;
     GammaName = txtGIN->text();
     GammaFileName.clear();
     SaveGamma();
 }
 
-void GMA::cmdDir_Click() { frmGIN->hide(); }
+void GMA::cmdDir_Click() {
+    frmGIN->hide();
+}
 
 void GMA::cmdCancel_Click() {
     txtGIN->clear();
@@ -250,9 +270,11 @@ void GMA::cmdCancel_Click() {
 }
 
 void GMA::cmdBrowse_Click() {
-    QString path = platform::OpenFileDialog(QStringLiteral("Open"), dialogStart(QStringLiteral("*")),
-                                            QStringLiteral("Reference Files (*.*)|(*.*)"));
-    if (path.isEmpty() || !core::FileExists(path)) return;
+    QString path =
+        platform::OpenFileDialog(QStringLiteral("Open"), dialogStart(QStringLiteral("*")),
+                                 QStringLiteral("Reference Files (*.*)|(*.*)"));
+    if (path.isEmpty() || !core::FileExists(path))
+        return;
     DSPrefFile = path;
     OpenDSPref(path);
 }
@@ -268,16 +290,20 @@ void GMA::OpenDSPref(QString& path) {
 void GMA::exportTable(const QString& title, const QString& extension, const QString& filter,
                       bool cal) {
     QString folder = GammaFolder();
-    if (!core::FolderExists(folder)) folder = platform::AppPath();
+    if (!core::FolderExists(folder))
+        folder = platform::AppPath();
     QString name = GammaName;
-    if (name.isEmpty() && !GammaFileName.isEmpty()) name = QFileInfo(GammaFileName).completeBaseName();
-    if (name.isEmpty()) name = QStringLiteral("Gamma");
-    const QString path = platform::SaveFileDialog(
-        title, folder + QDir::separator() + name + extension, filter);
-    if (path.isEmpty()) return;
+    if (name.isEmpty() && !GammaFileName.isEmpty())
+        name = QFileInfo(GammaFileName).completeBaseName();
+    if (name.isEmpty())
+        name = QStringLiteral("Gamma");
+    const QString path =
+        platform::SaveFileDialog(title, folder + QDir::separator() + name + extension, filter);
+    if (path.isEmpty())
+        return;
     const QByteArray bytes =
-        cal ? core::ArgyllCalText(Grid().cells(),
-                                  QDateTime::currentDateTime().toString(QStringLiteral("ddd MMM d HH:mm:ss yyyy")))
+        cal ? core::ArgyllCalText(Grid().cells(), QDateTime::currentDateTime().toString(
+                                                      QStringLiteral("ddd MMM d HH:mm:ss yyyy")))
             : core::CubeLutText(Grid().cells(), name);
     core::WriteFileWhole(path, bytes);
 }
@@ -295,7 +321,8 @@ void GMA::cmdExportCube_Click() {
 // The grid ------------------------------------------------------------------------------------
 
 void GMA::FG1_DblClick(const QModelIndex& cell) {
-    if (!cell.isValid()) return;
+    if (!cell.isValid())
+        return;
     FG1->setCurrentIndex(cell);
     m_editRow = cell.row();
     m_editCol = cell.column();
@@ -308,11 +335,13 @@ void GMA::FG1_DblClick(const QModelIndex& cell) {
     txtHiLite->show();
     txtHiLite->raise();
     txtHiLite->setFocus();
-    while (!txtHiLite->isHidden()) platform::DoEvents();
+    while (!txtHiLite->isHidden())
+        platform::DoEvents();
 }
 
 void GMA::txtHiLite_Close() {
-    if (txtHiLite->isHidden()) return;
+    if (txtHiLite->isHidden())
+        return;
     const double v = core::Val(txtHiLite->text());
     if (v < 0 || v > core::kGammaMax) {
         platform::Beep();
@@ -341,7 +370,8 @@ void GMA::cmdExit_Click() {
     if (DataChanged) {
         // Yes saves and leaves the window open, so the saved table can be looked at; No hides.
         const int answer = platform::MessageBox(kChanged, platform::vbYesNoCancel);
-        if (answer == platform::vbCancel) return;
+        if (answer == platform::vbCancel)
+            return;
         if (answer == platform::vbYes)
             cmdSave_Click();
         else
@@ -349,17 +379,20 @@ void GMA::cmdExit_Click() {
     } else {
         hide();
     }
-    if (cmdExit->text() == QLatin1String("Exit")) platform::EndProgram();
+    if (cmdExit->text() == QLatin1String("Exit"))
+        platform::EndProgram();
 }
 
 void GMA::QueryUnload(bool& cancel) {
-    if (!DataChanged) platform::EndProgram();
+    if (!DataChanged)
+        platform::EndProgram();
     const int answer = platform::MessageBox(kChanged, platform::vbYesNoCancel);
     if (answer == platform::vbCancel) {
         cancel = true;
         return;
     }
-    if (answer == platform::vbNo) platform::EndProgram();
+    if (answer == platform::vbNo)
+        platform::EndProgram();
     cmdSave_Click();
 }
 

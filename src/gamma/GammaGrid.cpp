@@ -4,34 +4,44 @@ namespace telvo::ui {
 
 GammaGrid::GammaGrid() : m_address(core::kGammaRows) {}
 
-int GammaGrid::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : kRows; }
+int GammaGrid::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : kRows;
+}
 int GammaGrid::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : kCols;
 }
 
 QVariant GammaGrid::data(const QModelIndex& index, int role) const {
-    if (!index.isValid()) return {};
-    if (role == Qt::DisplayRole) return Text(index.row(), index.column());
-    if (role == Qt::TextAlignmentRole) return int(Qt::AlignCenter);
+    if (!index.isValid())
+        return {};
+    if (role == Qt::DisplayRole)
+        return Text(index.row(), index.column());
+    if (role == Qt::TextAlignmentRole)
+        return int(Qt::AlignCenter);
     return {};
 }
 
 QVariant GammaGrid::headerData(int section, Qt::Orientation o, int role) const {
     if (o == Qt::Horizontal && role == Qt::DisplayRole && section >= 0 && section < kCols)
         return m_header[size_t(section)];
-    if (o == Qt::Vertical && role == Qt::DisplayRole) return section;
+    if (o == Qt::Vertical && role == Qt::DisplayRole)
+        return section;
     return {};
 }
 
 QString GammaGrid::Text(int row, int col) const {
-    if (row < 0 || row >= kRows || col < 0 || col >= kCols) return {};
-    if (row == 0) return m_header[size_t(col)];
-    if (col == 0) return m_address[size_t(row - 1)];
+    if (row < 0 || row >= kRows || col < 0 || col >= kCols)
+        return {};
+    if (row == 0)
+        return m_header[size_t(col)];
+    if (col == 0)
+        return m_address[size_t(row - 1)];
     return m_cells.at(row - 1, col - 1);
 }
 
 void GammaGrid::SetText(int row, int col, const QString& text) {
-    if (row < 0 || row >= kRows || col < 0 || col >= kCols) return;
+    if (row < 0 || row >= kRows || col < 0 || col >= kCols)
+        return;
     if (row == 0) {
         m_header[size_t(col)] = text;
         Q_EMIT headerDataChanged(Qt::Horizontal, col, col);

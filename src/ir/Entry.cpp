@@ -17,7 +17,8 @@ std::unique_ptr<IRG>& window() {
 
 // Created (and loaded) on first use, hidden by its Done button, never destroyed.
 IRG& irg() {
-    if (!window()) window() = std::make_unique<IRG>();
+    if (!window())
+        window() = std::make_unique<IRG>();
     return *window();
 }
 

@@ -8,10 +8,10 @@
 #include "core/text/Ansi.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
-#include "platform/os/Launch.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/os/Launch.h"
 #include "settings/SCL.h"
 
 #include <QDir>
@@ -31,7 +31,8 @@ constexpr qint16 kKindCcf = 2;
 constexpr qint16 kKindLirc = 3;
 
 void writeLine(QFile* f, const QString& text) {
-    if (!f) return;
+    if (!f)
+        return;
     if (f->write(core::ToAnsi(text + kCrLf)) < 0)
         throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
 }
@@ -71,7 +72,9 @@ QString IRG::decimalCode(const QString& cmd) const {
     return QString::number(*v);
 }
 
-bool IRG::walkCancelled() const { return Ir().CancelAll; }
+bool IRG::walkCancelled() const {
+    return Ir().CancelAll;
+}
 
 // The walk's yield: events always run (Cancel, Quit); the window is repainted at most every 40 ms.
 void IRG::walkYield() {
@@ -102,8 +105,8 @@ void IRG::saveIRdata(QFile* file1, QFile* file2, const QString& title, const QSt
                                  QStringLiteral(" is IR Data For Command: ") + title);
         }
         writeLine(file1, QStringLiteral("IR Data For Command ") + title + QStringLiteral("  ") +
-                             QStringLiteral("Device Code: ") + device + QStringLiteral(" Function: ") +
-                             device + function);
+                             QStringLiteral("Device Code: ") + device +
+                             QStringLiteral(" Function: ") + device + function);
         g.ButtonCount = core::AddInt(g.ButtonCount, 1);
     }
     writeLine(file1, txtOutput->toPlainText());
@@ -117,7 +120,8 @@ void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
         txtValue->setText(QString::number(r.Values.at(i).Value));
         txtOutput->clear();
         walkYield();
-        if (walkCancelled()) return;
+        if (walkCancelled())
+            return;
         ProduceIR();
         const QString dec = decimalCode(r.Cmd);
         const QString digits = txtValue->text();
@@ -126,19 +130,24 @@ void IRG::walkValues(int row, QFile* f1, QFile* f2, qint16 kind) {
             title += QStringLiteral("  (0x") + r.Cmd + u'/' + dec + QStringLiteral("  '") + digits +
                      QStringLiteral("'/") + EditValue(digits) + u')';
         lblError->setText(title);
-        if (kind == kKindLirc) addLircButton(core::ir::LircButtonName(r.Name, r.Values.at(i).Text));
-        else saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
+        if (kind == kKindLirc)
+            addLircButton(core::ir::LircButtonName(r.Name, r.Values.at(i).Text));
+        else
+            saveIRdata(f1, f2, lblError->text(), dec, digits, kind);
     }
 }
 
 // Every remote key in Remote mode, as a click on its row: each goes into the LIRC remote.
 void IRG::walkRemoteKeys() {
-    if (optRemote->isChecked()) optRemote_Click();
-    else optRemote->setChecked(true);
+    if (optRemote->isChecked())
+        optRemote_Click();
+    else
+        optRemote->setChecked(true);
     const auto& keys = Config().RemoteCodes;
     for (qsizetype i = 1; i < keys.size(); ++i) {
         walkYield();
-        if (walkCancelled()) return;
+        if (walkCancelled())
+            return;
         {
             const QSignalBlocker block(lstRemote);
             lstRemote->setCurrentRow(int(i - 1));
@@ -152,8 +161,10 @@ void IRG::walkRemoteKeys() {
 }
 
 void IRG::addLircButton(const QString& name) {
-    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
-    if (!code) return; // nothing was generated: no button
+    const std::optional<core::ir::RawCode> code =
+        core::ir::ProntoDurations(txtOutput->toPlainText());
+    if (!code)
+        return; // nothing was generated: no button
     m_lirc.add(name, *code);
     Ir().ButtonCount = core::AddInt(Ir().ButtonCount, 1);
 }
@@ -164,22 +175,27 @@ QStringList IRG::LircHeader() const {
     const QString firmware = s.txtFirmware->text();
     QString device = QStringLiteral("IR codes of the Vorix ") +
                      (model.isEmpty() ? QStringLiteral("????") : model);
-    if (!firmware.isEmpty()) device += QStringLiteral(", firmware ") + firmware;
+    if (!firmware.isEmpty())
+        device += QStringLiteral(", firmware ") + firmware;
     return {device + QStringLiteral(", made by the Telvo Utility"),
             QStringLiteral("from ") +
-                QDir::toNativeSeparators(QFileInfo(platform::NativePath(IniFilePath())).absoluteFilePath()),
+                QDir::toNativeSeparators(
+                    QFileInfo(platform::NativePath(IniFilePath())).absoluteFilePath()),
             QStringLiteral("Send a button with: irsend SEND_ONCE ") +
                 QLatin1String(core::ir::kLircRemoteName) + QStringLiteral(" BUTTON")};
 }
 
 QString IRG::ShownMode2() const {
-    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
+    const std::optional<core::ir::RawCode> code =
+        core::ir::ProntoDurations(txtOutput->toPlainText());
     return code ? core::ir::Mode2Text(*code) : QString();
 }
 
 QString IRG::ShownLircRemote(const QString& button) const {
-    const std::optional<core::ir::RawCode> code = core::ir::ProntoDurations(txtOutput->toPlainText());
-    if (!code) return QString();
+    const std::optional<core::ir::RawCode> code =
+        core::ir::ProntoDurations(txtOutput->toPlainText());
+    if (!code)
+        return QString();
     core::ir::LircRemote remote;
     remote.add(button, *code);
     return remote.conf(LircHeader());
@@ -192,9 +208,11 @@ void IRG::walkPoint(int row, const QString& value, const QString& words, const Q
     G().settings.ValueContext = context;
     SetOption(optVAL, true);
     const QString dec = decimalCode(r.Cmd);
-    lblError->setText(r.Name + QStringLiteral("(0x") + r.Cmd + u'/' + dec + words + txtValue->text());
+    lblError->setText(r.Name + QStringLiteral("(0x") + r.Cmd + u'/' + dec + words +
+                      txtValue->text());
     walkYield();
-    if (walkCancelled()) return;
+    if (walkCancelled())
+        return;
     ProduceIR();
     saveIRdata(f1, f2, lblError->text(), dec, txtValue->text(), kind);
 }
@@ -203,7 +221,8 @@ void IRG::cmdGenAll_Click() {
     IrGlobals& g = Ir();
     g.ButtonCount = 0;
     QString name = GetSaveFileName(QString());
-    if (name.isEmpty()) return;
+    if (name.isEmpty())
+        return;
     const QString lower = name.toLower();
     const qint16 kind = lower.endsWith(QLatin1String(".hex"))    ? kKindHex
                         : lower.endsWith(QLatin1String(".ccf"))  ? kKindCcf
@@ -257,11 +276,14 @@ void IRG::cmdGenAll_Click() {
         }
     } restore{this, errorMin, errorMax};
 
-    if (kind == kKindLirc) walkRemoteKeys();
+    if (kind == kKindLirc)
+        walkRemoteKeys();
     // Selecting Discrete runs its Click, which clears the window; when it is set already
     // nothing changes value, so the Click is run here.
-    if (optDiscrete->isChecked()) optDiscrete_Click();
-    else optDiscrete->setChecked(true);
+    if (optDiscrete->isChecked())
+        optDiscrete_Click();
+    else
+        optDiscrete->setChecked(true);
     for (int row = 1; row <= rows && !walkCancelled(); ++row) {
         const core::CommandRec& r = Config().Commands.at(row);
         // A LIRC remote is what the IR window lists: a command kept out of IR ("Enter Loader")
@@ -282,14 +304,17 @@ void IRG::cmdGenAll_Click() {
             const QString min = r.MinText;
             const QString max = r.MaxText;
             const double mid = (core::Val(max) + core::Val(min)) / 2;
-            const QString middle = min.contains(u'.') ? core::CStr(mid)
-                                                      : QString::number(core::CInt(mid));
+            const QString middle =
+                min.contains(u'.') ? core::CStr(mid) : QString::number(core::CInt(mid));
             const QString range = QStringLiteral("Range");
-            walkPoint(row, min, QStringLiteral(") Minimum of Range="), range, file1.get(), file2.get(), kind);
+            walkPoint(row, min, QStringLiteral(") Minimum of Range="), range, file1.get(),
+                      file2.get(), kind);
             if (!walkCancelled())
-                walkPoint(row, middle, QStringLiteral(") Middle of Range="), range, file1.get(), file2.get(), kind);
+                walkPoint(row, middle, QStringLiteral(") Middle of Range="), range, file1.get(),
+                          file2.get(), kind);
             if (!walkCancelled())
-                walkPoint(row, max, QStringLiteral(") Maximum of Range="), range, file1.get(), file2.get(), kind);
+                walkPoint(row, max, QStringLiteral(") Maximum of Range="), range, file1.get(),
+                          file2.get(), kind);
         } else if (r.IsInteger && kind == kKindText) {
             static const std::pair<const char*, const char*> kPoints[] = {
                 {"1", "), Integer Value="},
@@ -298,7 +323,8 @@ void IRG::cmdGenAll_Click() {
                 {"1000", "), Interger Value="},
             };
             for (const auto& [value, words] : kPoints) {
-                if (walkCancelled()) break;
+                if (walkCancelled())
+                    break;
                 walkPoint(row, QString::fromLatin1(value), QString::fromLatin1(words),
                           QStringLiteral("Integer"), file1.get(), file2.get(), kind);
             }
@@ -311,14 +337,16 @@ void IRG::cmdGenAll_Click() {
         throw core::RuntimeError(75, QStringLiteral("Path/File access error"));
     m_lirc = core::ir::LircRemote();
     file1->close();
-    if (file2) file2->close();
+    if (file2)
+        file2->close();
     lblError->setText(QString());
     lblError->hide();
     txtOutput->clear();
     if (walkCancelled()) {
         // An unfinished listing is no listing: it goes, and the user is told.
         file1->remove();
-        if (file2) file2->remove();
+        if (file2)
+            file2->remove();
         platform::MessageBox(QStringLiteral("Gen ALL was cancelled; no file was written."));
         return;
     }

@@ -7,10 +7,10 @@
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
-#include "platform/os/Launch.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
+#include "platform/os/Launch.h"
 #include "settings/SCL.h"
 
 #include <QCloseEvent>
@@ -32,10 +32,14 @@ namespace {
 const QString kIllegalCode =
     QStringLiteral("Illegal function code. The function code exceeds 255 decimal");
 
-QString decimalText(qint64 v) { return QString::number(v); }
+QString decimalText(qint64 v) {
+    return QString::number(v);
+}
 
 // The classic Hex: upper-case digits, no padding.
-QString ToHex(qint64 v) { return core::HexField(v, 0).toUpper(); }
+QString ToHex(qint64 v) {
+    return core::HexField(v, 0).toUpper();
+}
 
 } // namespace
 
@@ -78,9 +82,11 @@ IRG::IRG() {
     chkAbsolute = new QCheckBox(QStringLiteral("Absolute"), frmIR);
     named(chkAbsolute, "chkAbsolute", QStringLiteral("Absolute"));
     auto* modes = new QButtonGroup(this);
-    for (QRadioButton* b : {optDiscrete, optRemote, optManual}) modes->addButton(b);
+    for (QRadioButton* b : {optDiscrete, optRemote, optManual})
+        modes->addButton(b);
     auto* modeRow = new QHBoxLayout;
-    for (QWidget* w : std::initializer_list<QWidget*>{optDiscrete, optRemote, optManual, chkAbsolute})
+    for (QWidget* w :
+         std::initializer_list<QWidget*>{optDiscrete, optRemote, optManual, chkAbsolute})
         modeRow->addWidget(w);
     modeRow->addStretch(1);
     grid->addLayout(modeRow, 0, 0, 1, 3);
@@ -92,7 +98,8 @@ IRG::IRG() {
     named(lstCmnds, "lstCmnds", QStringLiteral("Device commands"));
     named(lstValues, "lstValues", QStringLiteral("Values"));
     named(lstRemote, "lstRemote", QStringLiteral("Remote keys"));
-    for (QListWidget* l : {lstCmnds, lstValues, lstRemote}) l->setMinimumSize(180, 200);
+    for (QListWidget* l : {lstCmnds, lstValues, lstRemote})
+        l->setMinimumSize(180, 200);
     grid->addWidget(lstCmnds, 1, 0);
     grid->addWidget(lstValues, 1, 1);
     grid->addWidget(lstRemote, 1, 2);
@@ -103,7 +110,8 @@ IRG::IRG() {
     lblvalues->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     lblvalues->setAutoFillBackground(true);
     lblvalues->hide();
-    for (QListWidget* l : {lstCmnds, lstValues, lstRemote}) l->installEventFilter(this);
+    for (QListWidget* l : {lstCmnds, lstValues, lstRemote})
+        l->installEventFilter(this);
 
     // Function code and value.
     auto* codes = new QGridLayout;
@@ -198,10 +206,12 @@ IRG::IRG() {
     buttons->addStretch(1);
     buttons->addWidget(quit);
     grid->addLayout(buttons, 9, 0, 1, 3);
-    for (QPushButton* b : {cmdGen, cmdGenAll, cmdSaveAs, quit, cmdCancelAll}) b->setAutoDefault(false);
+    for (QPushButton* b : {cmdGen, cmdGenAll, cmdSaveAs, quit, cmdCancelAll})
+        b->setAutoDefault(false);
 
     auto on = [this](auto* sender, auto signal, void (IRG::*handler)()) {
-        connect(sender, signal, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
+        connect(sender, signal, this,
+                [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
     };
     OnClick(optDiscrete, [this] { optDiscrete_Click(); });
     OnClick(optRemote, [this] { optRemote_Click(); });
@@ -214,8 +224,10 @@ IRG::IRG() {
         auto act = [this, list, handler, acted](bool rowChanged) {
             const int row = list->currentRow();
             const bool chosen = row >= 0 && list->item(row)->isSelected();
-            if (row >= 0 && !chosen) return;
-            if (!rowChanged && (row < 0 || row == *acted)) return;
+            if (row >= 0 && !chosen)
+                return;
+            if (!rowChanged && (row < 0 || row == *acted))
+                return;
             *acted = row;
             Handle([this, handler] { (this->*handler)(); });
         };
@@ -234,8 +246,9 @@ IRG::IRG() {
     on(quit, &QPushButton::clicked, &IRG::quit_Click);
     on(cmdGenAll, &QPushButton::clicked, &IRG::cmdGenAll_Click);
     on(cmdSaveAs, &QPushButton::clicked, &IRG::cmdSaveAs_Click);
-    connect(txtOutput, &QPlainTextEdit::textChanged, this,
-            [this] { cmdSaveAs->setEnabled(cmdGenAll->isEnabled() && !txtOutput->toPlainText().isEmpty()); });
+    connect(txtOutput, &QPlainTextEdit::textChanged, this, [this] {
+        cmdSaveAs->setEnabled(cmdGenAll->isEnabled() && !txtOutput->toPlainText().isEmpty());
+    });
     connect(cmdCancelAll, &QPushButton::clicked, this, [] { Ir().CancelAll = true; });
 
     Form_Load();
@@ -243,7 +256,8 @@ IRG::IRG() {
 
 // Children going away emit (focus, selection); none of that may reach a window being destroyed.
 IRG::~IRG() {
-    for (QObject* child : findChildren<QObject*>()) child->blockSignals(true);
+    for (QObject* child : findChildren<QObject*>())
+        child->blockSignals(true);
 }
 
 void IRG::Form_Load() {
@@ -258,9 +272,11 @@ void IRG::Form_Load() {
     QSignalBlocker b1(lstCmnds), b2(lstRemote);
     lstCmnds->clear();
     for (qsizetype i = 1; i < c.Commands.size(); ++i)
-        if (!c.Commands.at(i).NotInIR) lstCmnds->addItem(c.Commands.at(i).Name);
+        if (!c.Commands.at(i).NotInIR)
+            lstCmnds->addItem(c.Commands.at(i).Name);
     lstRemote->clear();
-    for (qsizetype i = 1; i < c.RemoteCodes.size(); ++i) lstRemote->addItem(c.RemoteCodes.at(i).first);
+    for (qsizetype i = 1; i < c.RemoteCodes.size(); ++i)
+        lstRemote->addItem(c.RemoteCodes.at(i).first);
     lstCmnds->setCurrentRow(-1);
     lstRemote->setCurrentRow(-1);
     core::ir::InitIR(s);
@@ -278,7 +294,8 @@ void IRG::showEvent(QShowEvent* e) {
 
 void IRG::closeEvent(QCloseEvent* e) {
     // With "Quit" the window is the whole run: closing it ends the program.
-    if (quit->text() != QLatin1String("Done")) Handle([this] { quit_Click(); });
+    if (quit->text() != QLatin1String("Done"))
+        Handle([this] { quit_Click(); });
     e->accept();
 }
 
@@ -287,7 +304,8 @@ void IRG::Form_Activate() {
     const QString model = s.DeviceModel->text();
     const QString firmware = s.txtFirmware->text();
     const QString options = Config().Options;
-    lblModel->setText(model.isEmpty() ? QStringLiteral("Model=????") : QStringLiteral("Model=") + model);
+    lblModel->setText(model.isEmpty() ? QStringLiteral("Model=????")
+                                      : QStringLiteral("Model=") + model);
     lblFirmware->setText(firmware.isEmpty() ? QStringLiteral("Firmware=???")
                                             : QStringLiteral("Firmware=") + firmware);
     lblOptions->setText(options.isEmpty() ? QStringLiteral("Installed Options=None")
@@ -307,7 +325,8 @@ void IRG::SetOption(QRadioButton* b, bool on) {
 
 QString IRG::EditValue(const QString& text) {
     QStringList codes;
-    for (const QChar c : text) codes << QString::number(core::AnsiCode(c));
+    for (const QChar c : text)
+        codes << QString::number(core::AnsiCode(c));
     return codes.join(u',');
 }
 
@@ -319,9 +338,11 @@ bool IRG::IsValueAllowed(const QString& value) const {
     QListWidgetItem* item = lstCmnds->currentItem();
     const int row = FindCommand(item && lstCmnds->currentRow() >= 0 ? item->text() : QString());
     const core::CommandTable& t = Config().Commands;
-    if (row < 0 || row >= t.size()) return false;
+    if (row < 0 || row >= t.size())
+        return false;
     const core::CommandRec& r = t.at(row);
-    if (r.IsRange) return core::Val(r.MinText) <= core::Val(value) && core::Val(r.MaxText) >= core::Val(value);
+    if (r.IsRange)
+        return core::Val(r.MinText) <= core::Val(value) && core::Val(r.MaxText) >= core::Val(value);
     if (r.IsInteger)
         return !value.contains(u'+') && !value.contains(u'.') && !value.contains(u'-') &&
                core::ir::IsNumeric(value);
@@ -371,7 +392,8 @@ void IRG::GenerateIR(const QString& form) {
                 : optVAL->isChecked() ? ValueOption::VAL
                                       : ValueOption::None;
     QString out;
-    if (core::ir::GenerateIR(Ir().ir, form, in, out)) txtOutput->setPlainText(out);
+    if (core::ir::GenerateIR(Ir().ir, form, in, out))
+        txtOutput->setPlainText(out);
 }
 
 void IRG::ProduceIR() {
@@ -464,17 +486,22 @@ bool IRG::eventFilter(QObject* watched, QEvent* e) {
 }
 
 void IRG::setOptionByKind(const QString& kind) {
-    if (kind == u"A") SetOption(optAscii, true);
-    else if (kind == u"H") SetOption(optHex, true);
-    else if (kind == u"D") SetOption(optDec, true);
-    else if (kind == u"V") SetOption(optVAL, true);
+    if (kind == u"A")
+        SetOption(optAscii, true);
+    else if (kind == u"H")
+        SetOption(optHex, true);
+    else if (kind == u"D")
+        SetOption(optDec, true);
+    else if (kind == u"V")
+        SetOption(optVAL, true);
 }
 
 void IRG::lstCmnds_Click() {
     QListWidgetItem* item = lstCmnds->currentItem();
     const int row = FindCommand(item && lstCmnds->currentRow() >= 0 ? item->text() : QString());
     cmdGen->setEnabled(false);
-    if (Ir().EntryMode || row <= 0) return;
+    if (Ir().EntryMode || row <= 0)
+        return;
     const core::CommandRec& r = Config().Commands.at(row);
     {
         QSignalBlocker block(lstValues);
@@ -490,7 +517,8 @@ void IRG::lstCmnds_Click() {
     if (r.IsList || r.IsByte) {
         lstValues->setEnabled(true);
         QSignalBlocker block(lstValues);
-        for (qsizetype i = 1; i < r.Values.size(); ++i) lstValues->addItem(r.Values.at(i).Text);
+        for (qsizetype i = 1; i < r.Values.size(); ++i)
+            lstValues->addItem(r.Values.at(i).Text);
         lstValues->setCurrentRow(-1);
         setOptionByKind(r.Kind);
         G().settings.ValueContext = QStringLiteral("Value");
@@ -516,12 +544,15 @@ void IRG::lstCmnds_Click() {
 
 void IRG::lstValues_Click() {
     const int index = lstValues->currentRow();
-    if (Ir().EntryMode || index < 0) return;
+    if (Ir().EntryMode || index < 0)
+        return;
     QListWidgetItem* item = lstCmnds->currentItem();
     const int row = FindCommand(item ? item->text() : QString());
-    if (row <= 0) return;
+    if (row <= 0)
+        return;
     const core::CommandRec& r = Config().Commands.at(row);
-    if (r.Values.size() <= index + 1) return;
+    if (r.Values.size() <= index + 1)
+        return;
     txtValue->setText(decimalText(r.Values.at(index + 1).Value));
     txtOutput->clear();
     ProduceIR();
@@ -529,9 +560,11 @@ void IRG::lstValues_Click() {
 
 void IRG::lstRemote_Click() {
     const int index = lstRemote->currentRow();
-    if (Ir().EntryMode || index < 0) return;
+    if (Ir().EntryMode || index < 0)
+        return;
     const auto& codes = Config().RemoteCodes;
-    if (codes.size() <= index + 1) return;
+    if (codes.size() <= index + 1)
+        return;
     txtValue->setText(codes.at(index + 1).second);
     ProduceIR();
 }
@@ -547,7 +580,8 @@ void IRG::cmdGen_Click() {
 }
 
 void IRG::txtFCdec_Change() {
-    if (txtFCdec->text().isEmpty()) txtFChex->clear();
+    if (txtFCdec->text().isEmpty())
+        txtFChex->clear();
 }
 
 void IRG::txtFCdec_Commit() {
@@ -559,7 +593,8 @@ void IRG::txtFCdec_Commit() {
 }
 
 void IRG::txtFChex_Change() {
-    if (txtFChex->text().isEmpty()) txtFCdec->clear();
+    if (txtFChex->text().isEmpty())
+        txtFCdec->clear();
 }
 
 void IRG::txtFChex_Commit() {
@@ -573,16 +608,20 @@ void IRG::txtFChex_Commit() {
 // The code shown, to a file: Pronto hex (.txt, the line as the box shows it) or one press as
 // pulse/space lines (.ir).
 void IRG::cmdSaveAs_Click() {
-    if (txtOutput->toPlainText().isEmpty()) return;
+    if (txtOutput->toPlainText().isEmpty())
+        return;
     const QString name = platform::SaveFileDialog(
-        QStringLiteral("Save the IR code shown"), platform::NativePath(platform::AppPath() + QStringLiteral("/*.txt")),
+        QStringLiteral("Save the IR code shown"),
+        platform::NativePath(platform::AppPath() + QStringLiteral("/*.txt")),
         QStringLiteral("Pronto hex (*.txt);;Pulse/space for ir-ctl and LIRC (*.ir)"));
-    if (name.isEmpty()) return;
+    if (name.isEmpty())
+        return;
     const QByteArray bytes = name.endsWith(QLatin1String(".ir"), Qt::CaseInsensitive)
                                  ? ShownMode2().toLatin1()
                                  : core::ToAnsi(txtOutput->toPlainText() + QStringLiteral("\r\n"));
     QFile f(platform::NativePath(name));
-    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size())
+    if (bytes.isEmpty() || !f.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        f.write(bytes) != bytes.size())
         platform::MessageBox(QStringLiteral("Could not write '") + QDir::toNativeSeparators(name) +
                              QStringLiteral("'"));
 }

@@ -8,13 +8,17 @@ namespace telvo::ui {
 
 namespace {
 // Positions `text` takes in the box: the box joins a CR LF into a single line break.
-qsizetype boxLength(QStringView text) { return text.size() - text.count(u"\r\n"); }
+qsizetype boxLength(QStringView text) {
+    return text.size() - text.count(u"\r\n");
+}
 } // namespace
 
 void ConsoleBox::Sync(QPlainTextEdit* box, const core::ConsoleText& text) {
-    if (text.revision() == m_revision) return;
+    if (text.revision() == m_revision)
+        return;
     // A box fed by the line keeps no undo history: it would hold every character ever shown.
-    if (box->isUndoRedoEnabled()) box->setUndoRedoEnabled(false);
+    if (box->isUndoRedoEnabled())
+        box->setUndoRedoEnabled(false);
     const QString& now = text.text();
     qsizetype keep = 0;
     if (m_revision != ~0ull) {
@@ -35,7 +39,8 @@ void ConsoleBox::Sync(QPlainTextEdit* box, const core::ConsoleText& text) {
     }
     m_headDropped = text.headDropped();
     // A kept CR may meet an LF that follows it: the pair is redone as one.
-    if (keep > 0 && m_shown.at(keep - 1) == QLatin1Char('\r')) --keep;
+    if (keep > 0 && m_shown.at(keep - 1) == QLatin1Char('\r'))
+        --keep;
     m_revision = text.revision();
     if (keep == 0) {
         box->setPlainText(now);

@@ -1,9 +1,9 @@
 #include "link/DBG.h"
 
-#include "core/text/Classic.h"
 #include "app/Controls.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/text/Classic.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
@@ -42,7 +42,8 @@ DBG::DBG() {
     root->addLayout(row);
     txtSend->hide();
     cmdsend->hide();
-    for (QPushButton* b : {cmdDbgr, cmdsend, cmdExit}) b->setAutoDefault(false);
+    for (QPushButton* b : {cmdDbgr, cmdsend, cmdExit})
+        b->setAutoDefault(false);
 
     connect(cmdDbgr, &QPushButton::clicked, this, [this] { Handle([this] { cmdDbgr_Click(); }); });
     connect(cmdsend, &QPushButton::clicked, this, [this] { Handle([this] { cmdsend_Click(); }); });
@@ -62,7 +63,9 @@ void DBG::SyncText() {
     m_box.Sync(Text1, G().dbgText);
 }
 
-void DBG::MoveCursorToEnd() { Text1->moveCursor(QTextCursor::End); }
+void DBG::MoveCursorToEnd() {
+    Text1->moveCursor(QTextCursor::End);
+}
 
 static void clearBoxes() {
     G().dbgText.clear();
@@ -126,7 +129,8 @@ void DBG::cmdsend_Click() {
 }
 
 void DBG::cmdExit_Click() {
-    if (core::SameText(cmdDbgr->text(), QStringLiteral("OFF"))) cmdDbgr_Click();
+    if (core::SameText(cmdDbgr->text(), QStringLiteral("OFF")))
+        cmdDbgr_Click();
     hide();
 }
 

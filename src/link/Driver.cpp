@@ -1,14 +1,14 @@
 #include "link/Driver.h"
 
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "app/Tools.h"
-#include "core/text/MinorSubs.h"
 #include "config/FP.h"
 #include "config/INI.h"
-#include "firmware/LDR.h"
 #include "core/link/Protocol.h"
+#include "core/text/Classic.h"
+#include "core/text/MinorSubs.h"
+#include "firmware/LDR.h"
 #include "link/zSCL.h"
 #include "platform/dialogs/Platform.h"
 #include "platform/serial/PortMap.h"
@@ -261,7 +261,8 @@ QString ProbeRates(const QString& port, int first, int last) {
         P1->setPortOpen(true);
         // Errors are ignored here: a rate the port refuses, or an adapter pulled out, moves the
         // search on to the next rate (and so to the next port) instead of abandoning it.
-        if (!P1->PortOpen()) continue;
+        if (!P1->PortOpen())
+            continue;
         // A probe write may never hang on a line with nothing on it.
         P1->setWriteTimeout(100);
         bool answered = false;
@@ -271,7 +272,8 @@ QString ProbeRates(const QString& port, int first, int last) {
             LogLine(QStringLiteral("Port ") + port + QStringLiteral(" @ ") + rate +
                     QStringLiteral(": ") + e.description());
         }
-        if (!answered && !G().driver.Tried.isEmpty()) G().driver.Tried.last().silentAt << rate;
+        if (!answered && !G().driver.Tried.isEmpty())
+            G().driver.Tried.last().silentAt << rate;
         if (answered) {
             P1->setWriteTimeout(kept);
             P1->setPortOpen(false);

@@ -1,11 +1,11 @@
 #include "link/Navigate.h"
 
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/link/Protocol.h"
+#include "core/text/Classic.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
-#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/clock/DoEvents.h"
 #include "settings/SCL.h"

@@ -1,7 +1,7 @@
 // Changing the speed of the device and of the port together.
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/text/Classic.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"

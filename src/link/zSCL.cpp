@@ -1,20 +1,20 @@
 #include "link/zSCL.h"
 
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
+#include "core/link/LinkTiming.h"
+#include "core/link/Protocol.h"
+#include "core/link/Rfc2217.h"
+#include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 #include "firmware/LDR.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
-#include "core/link/LinkTiming.h"
-#include "core/link/Protocol.h"
-#include "core/link/Rfc2217.h"
 #include "platform/clock/Clock.h"
 #include "platform/clock/DoEvents.h"
+#include "platform/dialogs/Platform.h"
 #include "platform/serial/LinkLatency.h"
 #include "platform/serial/PortMap.h"
-#include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
 
 namespace telvo::ui {
@@ -28,10 +28,13 @@ using core::Val;
 
 namespace {
 
-bool simTicked() { return scl().chkSim->isChecked(); }
+bool simTicked() {
+    return scl().chkSim->isChecked();
+}
 
 void waitForReply() {
-    while (Link().WaitingReply) platform::DoEvents();
+    while (Link().WaitingReply)
+        platform::DoEvents();
 }
 
 // The reply carries the power state or the speed code when it answers A1 or A3.
@@ -62,7 +65,9 @@ void followDevice(const QString& code) {
     LogLine(QStringLiteral("Application Port settings changed to ") + rate);
 }
 
-qint64 nowMs() { return platform::Clock::instance().nowMs(); }
+qint64 nowMs() {
+    return platform::Clock::instance().nowMs();
+}
 
 // The time a frame and its reply spent on the serial line beyond the server, at the port's rate.
 int lineTimeOf(const QString& reply) {
@@ -95,7 +100,8 @@ public:
     void PromptSeen() override { dbg().MoveCursorToEnd(); }
     bool LateReply(const QString& reply) override {
         core::LinkState& l = Link();
-        if (l.WaitingReply || l.LateUntilMs == 0 || nowMs() > l.LateUntilMs) return false;
+        if (l.WaitingReply || l.LateUntilMs == 0 || nowMs() > l.LateUntilMs)
+            return false;
         // One frame, one reply: the wait for this one ends with it.
         l.LateUntilMs = 0;
         const int age = int(nowMs() - l.SentAtMs);
@@ -111,7 +117,8 @@ public:
 // never taken for the answer to the next frame.
 void awaitLateReply() {
     core::LinkState& l = Link();
-    if (!l.TimedOut || NetworkAddress().isEmpty()) return;
+    if (!l.TimedOut || NetworkAddress().isEmpty())
+        return;
     l.LateUntilMs = l.SentAtMs + scl().T1->Interval() + core::LateWindowMs(DeviceWaitGrowthMs());
     const qint64 waitMs = l.LateUntilMs - nowMs();
     if (waitMs <= 0) {
@@ -125,8 +132,10 @@ void awaitLateReply() {
         platform::Clock::Id id = 0;
         ~Window() { platform::Clock::instance().cancel(id); }
     } window;
-    window.id = platform::Clock::instance().scheduleIn(waitMs * 1000, [&window] { window.over = true; });
-    while (!window.over && l.LateUntilMs != 0) platform::DoEvents();
+    window.id =
+        platform::Clock::instance().scheduleIn(waitMs * 1000, [&window] { window.over = true; });
+    while (!window.over && l.LateUntilMs != 0)
+        platform::DoEvents();
     l.LateUntilMs = 0;
 }
 
@@ -136,9 +145,11 @@ QString NetworkAddress() {
     const platform::PortMap& map = platform::PortMap::instance();
     const QStringList ports = map.ports();
     const int port = scl().P1->CommPort();
-    if (map.usesDefault() || port < 1 || port > ports.size()) return QString();
+    if (map.usesDefault() || port < 1 || port > ports.size())
+        return QString();
     QString entry = ports.at(port - 1);
-    if (core::ParseNetworkAddress(entry).kind == core::NetworkAddress::None) return QString();
+    if (core::ParseNetworkAddress(entry).kind == core::NetworkAddress::None)
+        return QString();
     core::LinkState& l = Link();
     // A round trip belongs to its link: another address is measured afresh.
     if (l.RoundTripOf != entry) {
@@ -149,20 +160,27 @@ QString NetworkAddress() {
 }
 
 int DeviceWaitGrowthMs() {
-    if (NetworkAddress().isEmpty()) return 0;
+    if (NetworkAddress().isEmpty())
+        return 0;
     const int measured = qMax(Link().RoundTrip.value(), platform::LinkRoundTripMs());
     return core::WaitGrowthMs(true, Link().RoundTrip.measured() || measured > 0, measured);
 }
 
-int DeviceWaitMs(int ms) { return ms + DeviceWaitGrowthMs(); }
+int DeviceWaitMs(int ms) {
+    return ms + DeviceWaitGrowthMs();
+}
 
-void DevicePause(int ms) { Pause(DeviceWaitMs(ms)); }
+void DevicePause(int ms) {
+    Pause(DeviceWaitMs(ms));
+}
 
 QString LatencyBeyondReach() {
     const core::LinkState& l = Link();
-    if (l.RoundTripOf.isEmpty() || l.RoundTrip.value() <= core::kWorkableRoundTripMs) return QString();
-    return l.RoundTripOf + QStringLiteral(" answers after ") + QString::number(l.RoundTrip.value()) +
-           QStringLiteral(" ms, beyond the ") + QString::number(core::kWorkableRoundTripMs) +
+    if (l.RoundTripOf.isEmpty() || l.RoundTrip.value() <= core::kWorkableRoundTripMs)
+        return QString();
+    return l.RoundTripOf + QStringLiteral(" answers after ") +
+           QString::number(l.RoundTrip.value()) + QStringLiteral(" ms, beyond the ") +
+           QString::number(core::kWorkableRoundTripMs) +
            QStringLiteral(" ms round trip the program waits for");
 }
 
@@ -171,10 +189,13 @@ void Pause(int ms) {
     t->setEnabled(false);
     t->setInterval(ms);
     t->setEnabled(true);
-    while (t->Enabled()) platform::DoEvents();
+    while (t->Enabled())
+        platform::DoEvents();
 }
 
-void tmrdelay_Timer() { scl().tmrdelay->setEnabled(false); }
+void tmrdelay_Timer() {
+    scl().tmrdelay->setEnabled(false);
+}
 
 void T1_Timer() {
     scl().T1->setEnabled(false);
@@ -186,7 +207,9 @@ void chkSim_Click() {
     Link().SimNote = scl().chkSim->isChecked() ? QStringLiteral(" (Simulation Mode)") : QString();
 }
 
-void SimulatedAck() { Link().Reply = core::SimulatedAckFrame(); }
+void SimulatedAck() {
+    Link().Reply = core::SimulatedAckFrame();
+}
 
 void GordaCommSend(const QString& frame) {
     SCL& s = scl();
@@ -221,7 +244,8 @@ void GordaCommSend(const QString& frame) {
     }
     s.P1->ClearError();
     s.P1->Output(frame);
-    if (open) LogLine(sent);
+    if (open)
+        LogLine(sent);
     if (s.P1->ErrNumber() != 0)
         throw core::RuntimeError(s.P1->ErrNumber(), s.P1->ErrDescription());
 }
@@ -269,17 +293,20 @@ void SendCommand(const QString& type, const QString& data, int retries) {
             if (kind == Kind::SpeedChange) {
                 LogLine(QStringLiteral(
                     "Timeout on Speed change command, retry count= +cstr(TOretryCount)"));
-                if (K != R) continue;
+                if (K != R)
+                    continue;
                 // An acknowledgement sent at the new rate is lost at the old one.
                 followCode = Mid(data, 4, 1);
             } else if (kind == Kind::SpeedQuery) {
                 LogLine(QStringLiteral(
                     "Timeout on Speed query command, retry count= +cstr(TOretryCount)"));
-                if (K != R) continue;
+                if (K != R)
+                    continue;
                 followCode = l.SpeedCodeSent;
             } else {
                 if (K >= R) {
-                    const QString why = QStringLiteral("Transmission Timed Out.  ") + DeviceErrorText(13);
+                    const QString why =
+                        QStringLiteral("Transmission Timed Out.  ") + DeviceErrorText(13);
                     LogLine(why);
                     platform::ExchangeFailed(why);
                     Pause(100);
@@ -294,7 +321,8 @@ void SendCommand(const QString& type, const QString& data, int retries) {
             // Sent once more at the new rate. A speed query keeps its mark, and so waits here
             // for as long as the device takes to restart its port.
             R = 1;
-            if (kind == Kind::SpeedChange) kind = Kind::Ordinary;
+            if (kind == Kind::SpeedChange)
+                kind = Kind::Ordinary;
             K = 0;
             continue;
         }
@@ -343,14 +371,18 @@ bool SendVerified(const QString& type, const QString& data, int attempts) {
     while (K < N) {
         if (type == QLatin1String("30")) {
             SendCommand(type, data, 2);
-            if (simTicked()) return true;
-            if (core::Left(Link().Reply, 9) == ack) return true;
+            if (simTicked())
+                return true;
+            if (core::Left(Link().Reply, 9) == ack)
+                return true;
         } else if (type == QLatin1String("20")) {
             SendCommand(type, data, 2);
-            if (simTicked()) return true;
+            if (simTicked())
+                return true;
             // Only a whole answer goes on to be saved: noise spliced into it would be written
             // to a settings file that no restore could send back.
-            if (Mid(Link().Reply, 6, 3) == data && core::ReplyWhole(Link().Reply)) return true;
+            if (Mid(Link().Reply, 6, 3) == data && core::ReplyWhole(Link().Reply))
+                return true;
         } else {
             // No caller passes another type; the loop has no way out, as designed.
             platform::DoEvents();
@@ -392,7 +424,8 @@ bool ProbeExchange(const QString& type, const QString& data) {
             LogLine(QStringLiteral("System Returned Error (") + CStr(K) +
                     QStringLiteral("), Retrying Command"));
     }
-    if (l.TimedOut) return false;
+    if (l.TimedOut)
+        return false;
     const QString kindOfReply = core::ReplyType(l.Reply);
     if (kindOfReply == QLatin1String("02")) {
         logError(l.Reply);
@@ -416,15 +449,17 @@ void SimulateCommand(const QString& type, const QString& data) {
     if (type == QLatin1String("30")) {
         if (SameText(id, QStringLiteral("A1"))) {
             l.SimPower = Mid(data, 4, 1) == QLatin1String("1") ? QStringLiteral("ON")
-                                                              : QStringLiteral("STANDBY");
+                                                               : QStringLiteral("STANDBY");
             l.PowerState = l.SimPower;
         } else if (SameText(id, QStringLiteral("A3"))) {
             l.SimSpeedCode = Mid(data, 4, 1);
             l.ReportedSpeedCode = l.SimSpeedCode;
         }
     } else if (type == QLatin1String("20")) {
-        if (SameText(id, QStringLiteral("A1"))) l.PowerState = l.SimPower;
-        else if (SameText(id, QStringLiteral("A3"))) l.ReportedSpeedCode = l.SimSpeedCode;
+        if (SameText(id, QStringLiteral("A1")))
+            l.PowerState = l.SimPower;
+        else if (SameText(id, QStringLiteral("A3")))
+            l.ReportedSpeedCode = l.SimSpeedCode;
     }
 }
 
@@ -436,16 +471,21 @@ void P1_OnComm() {
         const QString input = s.P1->Input();
         Sink sink;
         core::RouteReceived(input, special, l, G().ldrText, G().dbgText, sink);
-        if (WindowExists("LDR")) ldr().SyncText();
-        if (WindowExists("DBG")) dbg().SyncText();
+        if (WindowExists("LDR"))
+            ldr().SyncText();
+        if (WindowExists("DBG"))
+            dbg().SyncText();
         return;
     }
     if (s.P1->CommEvent() == platform::comEvCTS) {
         const bool cts = s.P1->CTSHolding();
-        if (cts) ldr().setCTSColor(0, 255, 0);
-        else ldr().setCTSColor(255, 0, 0);
+        if (cts)
+            ldr().setCTSColor(0, 255, 0);
+        else
+            ldr().setCTSColor(255, 0, 0);
         const int pending = s.P1->OutBufferCount();
-        if (pending == 100 && App().FilePosition == 100) return;
+        if (pending == 100 && App().FilePosition == 100)
+            return;
         if (!cts && pending > 0) {
             const QString line = QStringLiteral("CTS Dropped, Fileposition= ") +
                                  CStr(App().FilePosition) + QStringLiteral(", Bytes sent =") +

@@ -5,9 +5,9 @@
 #include "app/MajorSubs.h"
 #include "app/Tools.h"
 #include "core/text/Classic.h"
-#include "platform/serial/CommControl.h"
 #include "platform/dialogs/Platform.h"
 #include "platform/os/Priority.h"
+#include "platform/serial/CommControl.h"
 #include "settings/SCL.h"
 
 #include <QGridLayout>
@@ -21,7 +21,8 @@ namespace {
 // Unchecks every button of an exclusive group: a class or rate without a button shows none.
 void clearGroup(QButtonGroup* group) {
     group->setExclusive(false);
-    for (QAbstractButton* b : group->buttons()) b->setChecked(false);
+    for (QAbstractButton* b : group->buttons())
+        b->setChecked(false);
     group->setExclusive(true);
 }
 
@@ -42,11 +43,11 @@ ADV::ADV() {
     Frame5->setObjectName(QStringLiteral("Frame5"));
     auto* classes = new QVBoxLayout(Frame5);
     m_classes = new QButtonGroup(this);
-    const std::pair<int, const char*> kClasses[] = {{platform::NORMAL_PRIORITY_CLASS, "Normal"},
-                                                    {platform::IDLE_PRIORITY_CLASS, "Low (Idle)"},
-                                                    {platform::HIGH_PRIORITY_CLASS, "High"},
-                                                    {platform::REALTIME_PRIORITY_CLASS,
-                                                     "Realtime (Dangerous)"}};
+    const std::pair<int, const char*> kClasses[] = {
+        {platform::NORMAL_PRIORITY_CLASS, "Normal"},
+        {platform::IDLE_PRIORITY_CLASS, "Low (Idle)"},
+        {platform::HIGH_PRIORITY_CLASS, "High"},
+        {platform::REALTIME_PRIORITY_CLASS, "Realtime (Dangerous)"}};
     for (const auto& [index, caption] : kClasses) {
         auto* o = new QRadioButton(QLatin1String(caption), Frame5);
         o->setObjectName(QStringLiteral("optProcessPriority_%1").arg(index));
@@ -110,15 +111,20 @@ ADV::ADV() {
     bottom->addWidget(cmdAdvDone);
     root->addLayout(bottom);
 
-    connect(cmdPriUP, &QPushButton::clicked, this, [this] { Handle([this] { cmdPriUP_Click(); }); });
-    connect(cmdPriDN, &QPushButton::clicked, this, [this] { Handle([this] { cmdPriDN_Click(); }); });
-    connect(cmdAdvDone, &QPushButton::clicked, this, [this] { Handle([this] { cmdAdvDone_Click(); }); });
+    connect(cmdPriUP, &QPushButton::clicked, this,
+            [this] { Handle([this] { cmdPriUP_Click(); }); });
+    connect(cmdPriDN, &QPushButton::clicked, this,
+            [this] { Handle([this] { cmdPriDN_Click(); }); });
+    connect(cmdAdvDone, &QPushButton::clicked, this,
+            [this] { Handle([this] { cmdAdvDone_Click(); }); });
     // The list buttons belong to the firmware loader.
     connect(cmdDelFileList, &QPushButton::clicked, this, [] { Handle(cmdDelFileList_Click); });
     connect(cmdSaveFileList, &QPushButton::clicked, this, [] { Handle(cmdSaveFileList_Click); });
 }
 
-void ADV::Form_Load() { CenterForm(this); }
+void ADV::Form_Load() {
+    CenterForm(this);
+}
 
 void ADV::Form_Activate() {
     platform::Priority& pri = platform::CurrentPriority();
@@ -126,7 +132,8 @@ void ADV::Form_Activate() {
     // user's choice, so Loading covers the class as well as the rate.
     Loading = true;
     clearGroup(m_classes);
-    if (QRadioButton* o = optProcessPriority.value(pri.GetPriorityClass())) o->setChecked(true);
+    if (QRadioButton* o = optProcessPriority.value(pri.GetPriorityClass()))
+        o->setChecked(true);
     txtThreadPriority->setText(QString::number(pri.GetThreadPriority()));
     clearGroup(m_speeds);
     const QString current = scl().txtCrntSpeed->text();
@@ -139,7 +146,8 @@ void ADV::Form_Activate() {
 }
 
 void ADV::optProcessPriority_Click(int index) {
-    if (Loading) return;
+    if (Loading)
+        return;
     platform::Priority& pri = platform::CurrentPriority();
     const int present = pri.GetPriorityClass();
     // Where the system lets a user lower the priority but not raise it again, Low (Idle) is
@@ -152,7 +160,8 @@ void ADV::optProcessPriority_Click(int index) {
             platform::vbYesNo, QStringLiteral("Advanced Options")) == platform::vbNo) {
         Loading = true;
         clearGroup(m_classes);
-        if (QRadioButton* o = optProcessPriority.value(present)) o->setChecked(true);
+        if (QRadioButton* o = optProcessPriority.value(present))
+            o->setChecked(true);
         Loading = false;
         return;
     }
@@ -171,18 +180,25 @@ void ADV::stepThreadPriority(int step) {
     txtThreadPriority->setText(core::CStr(value));
     QString error;
     // A refused value stands in the box all the same; the message says it was refused.
-    if (!platform::CurrentPriority().SetThreadPriority(core::CInt(core::Val(txtThreadPriority->text())), error))
+    if (!platform::CurrentPriority().SetThreadPriority(
+            core::CInt(core::Val(txtThreadPriority->text())), error))
         platform::MessageBox(error, 48, QStringLiteral("Advanced Options"));
 }
 
-void ADV::cmdPriUP_Click() { stepThreadPriority(+1); }
-void ADV::cmdPriDN_Click() { stepThreadPriority(-1); }
+void ADV::cmdPriUP_Click() {
+    stepThreadPriority(+1);
+}
+void ADV::cmdPriDN_Click() {
+    stepThreadPriority(-1);
+}
 
 void ADV::optSpeed_Click(int index) {
-    if (Loading) return;
+    if (Loading)
+        return;
     SCL& s = scl();
     if (!s.P1->PortOpen()) {
-        ShowAlert(QStringLiteral("The com port has not been initialized yet, Can not change speed"));
+        ShowAlert(
+            QStringLiteral("The com port has not been initialized yet, Can not change speed"));
         return;
     }
     const QString caption = optSpeed[index]->text();
@@ -196,6 +212,8 @@ void ADV::optSpeed_Click(int index) {
         }
 }
 
-void ADV::cmdAdvDone_Click() { hide(); }
+void ADV::cmdAdvDone_Click() {
+    hide();
+}
 
 } // namespace telvo::ui

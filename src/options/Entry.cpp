@@ -21,7 +21,8 @@ OptionsModule& module() {
 
 ADV& adv() {
     auto& m = module();
-    if (!m.window) m.window = std::make_unique<ADV>();
+    if (!m.window)
+        m.window = std::make_unique<ADV>();
     return *m.window;
 }
 

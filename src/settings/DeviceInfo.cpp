@@ -1,10 +1,10 @@
 // The device's state word, and what a connection reads of the device: firmware, model, options.
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/MajorSubs.h"
 #include "config/FWR.h"
 #include "config/IniLoader.h"
 #include "config/MDL.h"
+#include "core/text/Classic.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"

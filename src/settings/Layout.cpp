@@ -23,19 +23,21 @@ namespace {
 void clearArrangement(SCL& s) {
     for (QWidget* w : {static_cast<QWidget*>(s.Frame2), static_cast<QWidget*>(s.Frame3),
                        static_cast<QWidget*>(s.Frame4), static_cast<QWidget*>(s.Frame5),
-                       static_cast<QWidget*>(s.Frame6), s.panelArea, s.detailsArea,
-                       s.statusArea})
+                       static_cast<QWidget*>(s.Frame6), s.panelArea, s.detailsArea, s.statusArea})
         s.root->removeWidget(w);
     // Columns of an earlier arrangement go; their widgets stay children of the window.
     while (QLayoutItem* item = s.root->takeAt(0)) {
         if (QLayout* column = item->layout())
-            while (QLayoutItem* inner = column->takeAt(0)) delete inner;
+            while (QLayoutItem* inner = column->takeAt(0))
+                delete inner;
         delete item;
     }
     s.Frame5->setMinimumHeight(0);
     s.Frame5->setMaximumHeight(QWIDGETSIZE_MAX);
-    for (int r = 0; r < 6; ++r) s.root->setRowStretch(r, 0);
-    for (int c = 0; c < 4; ++c) s.root->setColumnStretch(c, 0);
+    for (int r = 0; r < 6; ++r)
+        s.root->setRowStretch(r, 0);
+    for (int c = 0; c < 4; ++c)
+        s.root->setColumnStretch(c, 0);
 }
 
 // The full window: communications, device settings and options across the top, the support
@@ -88,8 +90,8 @@ void ArrangeMainWindow(SCL& s, int level) {
 }
 
 void SetReadingOrder(SCL& s, int level) {
-    const QList<QWidget*> full = {s.Frame2,   s.Frame3,      s.Frame6,   s.Frame4,
-                                  s.Frame5,   s.detailsArea, s.SSTab1,   s.FrameTop,
+    const QList<QWidget*> full = {s.Frame2,   s.Frame3,      s.Frame6,    s.Frame4,
+                                  s.Frame5,   s.detailsArea, s.SSTab1,    s.FrameTop,
                                   s.FrameMid, s.FrameBtm,    s.statusArea};
     const QList<QWidget*> beginner = {s.Frame2, s.detailsArea, s.Frame6,
                                       s.Frame5, s.Frame4,      s.statusArea};
@@ -100,10 +102,10 @@ void SetUserLayout(int level) {
     SCL& s = scl();
     if (level == 0 || level == 1) {
         const bool full = level == 0;
-        for (QWidget* w : {static_cast<QWidget*>(s.chkConfirm), static_cast<QWidget*>(s.chkSim),
-                           static_cast<QWidget*>(s.chkNoFWupdate),
-                           static_cast<QWidget*>(s.cmdRefreshAll),
-                           static_cast<QWidget*>(s.Frame3), s.panelArea})
+        for (QWidget* w :
+             {static_cast<QWidget*>(s.chkConfirm), static_cast<QWidget*>(s.chkSim),
+              static_cast<QWidget*>(s.chkNoFWupdate), static_cast<QWidget*>(s.cmdRefreshAll),
+              static_cast<QWidget*>(s.Frame3), s.panelArea})
             w->setVisible(full);
         s.Frame6->show();
         s.chkSaveRestore->setEnabled(false);

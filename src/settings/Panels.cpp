@@ -22,7 +22,9 @@ using core::Val;
 
 namespace {
 
-QString replyValue() { return core::AnswerValue(Link().Reply); }
+QString replyValue() {
+    return core::AnswerValue(Link().Reply);
+}
 
 QList<SettingLabel*>& arrayOf(SCL& s, int panel) {
     return panel == 3 ? s.lblSettingBtm : panel == 2 ? s.lblSettingMid : s.lblSettingTop;
@@ -30,18 +32,22 @@ QList<SettingLabel*>& arrayOf(SCL& s, int panel) {
 QGridLayout* gridOf(SCL& s, int panel) {
     return panel == 3 ? s.gridBtm : panel == 2 ? s.gridMid : s.gridTop;
 }
-const char* panelWord(int panel) { return panel == 3 ? "Btm" : panel == 2 ? "Mid" : "top"; }
+const char* panelWord(int panel) {
+    return panel == 3 ? "Btm" : panel == 2 ? "Mid" : "top";
+}
 
 void setMap(int index, int record) {
     QList<qint16>& map = G().settings.ControlMap;
-    if (map.size() <= index) map.resize(index + 1);
+    if (map.size() <= index)
+        map.resize(index + 1);
     map[index] = qint16(record);
 }
 
 // Fills a selector list from a record's values, in order.
 void fillList(QListWidget* list, const core::CommandRec& rec) {
     list->clear();
-    for (int r = 1; r < rec.Values.size(); ++r) list->addItem(rec.Values.at(r).Text);
+    for (int r = 1; r < rec.Values.size(); ++r)
+        list->addItem(rec.Values.at(r).Text);
 }
 
 } // namespace
@@ -57,11 +63,13 @@ void BuildPanels() {
     // Labels of an earlier build go; member 0 of each array stays, hidden.
     for (int panel = 1; panel <= 3; ++panel) {
         QList<SettingLabel*>& labels = arrayOf(s, panel);
-        while (labels.size() > 1) delete labels.takeLast();
+        while (labels.size() > 1)
+            delete labels.takeLast();
         labels.at(0)->hide();
     }
     G().settings.ControlMap.clear();
-    for (int i = 1; i < commands.size(); ++i) commands[i].ControlIndex = 0;
+    for (int i = 1; i < commands.size(); ++i)
+        commands[i].ControlIndex = 0;
 
     // Rows and columns follow the twip rules; the grid keeps them when fonts or scale change.
     core::PanelMetrics m;
@@ -71,7 +79,7 @@ void BuildPanels() {
         rec.ControlIndex = qint16(p.number);
         setMap(p.mapIndex, p.record);
         QList<SettingLabel*>& labels = arrayOf(s, p.panel);
-        QWidget* frame = p.panel == 3 ? static_cast<QWidget*>(s.FrameBtm)
+        QWidget* frame = p.panel == 3   ? static_cast<QWidget*>(s.FrameBtm)
                          : p.panel == 2 ? static_cast<QWidget*>(s.FrameMid)
                                         : static_cast<QWidget*>(s.FrameTop);
         auto* label = new SettingLabel(frame);
@@ -93,9 +101,12 @@ void BuildPanels() {
     }
     for (int i = 1; i < commands.size(); ++i) {
         const core::CommandRec& rec = commands.at(i);
-        if (rec.Panel != 0) continue;
-        if (core::SameText(rec.Cmd, QStringLiteral("E1"))) fillList(s.lstPreset, rec);
-        if (core::SameText(rec.Cmd, QStringLiteral("E0"))) fillList(s.lstProfile, rec);
+        if (rec.Panel != 0)
+            continue;
+        if (core::SameText(rec.Cmd, QStringLiteral("E1")))
+            fillList(s.lstPreset, rec);
+        if (core::SameText(rec.Cmd, QStringLiteral("E0")))
+            fillList(s.lstProfile, rec);
     }
     // The new labels take their place in the reading order, before the status line.
     SetReadingOrder(s, Config().UserLevel);
@@ -105,7 +116,7 @@ QString FormatAnswer(const QString& reply) {
     SCL& s = scl();
     bool unknown = false;
     QString text = core::FormatAnswerText(Config().Commands, reply, s.DeviceModel->text(),
-                                                s.txtFirmware->text(), &unknown);
+                                          s.txtFirmware->text(), &unknown);
     if (unknown)
         ShowAlert(QStringLiteral("Device returned an un-recognized command code(1). Reply was '") +
                   core::Printable(reply) + QStringLiteral("'"));
@@ -117,15 +128,18 @@ void ShowValueOf(int record) {
     SCL& s = scl();
     const core::CommandRec& rec = Config().Commands.at(record);
     QList<SettingLabel*>& labels = arrayOf(s, rec.Panel == 3 ? 3 : rec.Panel == 2 ? 2 : 1);
-    if (rec.ControlIndex <= 0 || rec.ControlIndex >= labels.size()) return;
+    if (rec.ControlIndex <= 0 || rec.ControlIndex >= labels.size())
+        return;
     SetCaption(labels.at(rec.ControlIndex),
                rec.Name + QStringLiteral("=") + FormatAnswer(Link().Reply));
 }
 
 void RefreshPanels(int mask) {
     SCL& s = scl();
-    if (Config().UserLevel == 1) return;
-    if (Link().PowerState != QLatin1String("ON") && !ConnectDevice()) return;
+    if (Config().UserLevel == 1)
+        return;
+    if (Link().PowerState != QLatin1String("ON") && !ConnectDevice())
+        return;
     SettingsGlobals& g = G().settings;
     s.lblWait->show();
     // Whatever ends the refresh (its end, a run-time error, a pulled adapter) puts the flags and
@@ -141,7 +155,8 @@ void RefreshPanels(int mask) {
         s.SSTab1->setCurrentIndex(Link().Reply.isEmpty() ? 0 : int(Val(replyValue())) - 1);
         g.SuppressTab = false;
         QueryDevice(QStringLiteral("E1"));
-        if (s.lstPreset->count() > 0) s.lstPreset->setCurrentRow(int(Val(replyValue())));
+        if (s.lstPreset->count() > 0)
+            s.lstPreset->setCurrentRow(int(Val(replyValue())));
     }
     if (mask & 2) {
         QueryDevice(QStringLiteral("60"));
@@ -152,17 +167,21 @@ void RefreshPanels(int mask) {
             s.optDigital->setChecked(true);
         g.SuppressOutput = false;
         QueryDevice(QStringLiteral("E0"));
-        if (s.lstProfile->count() > 0) s.lstProfile->setCurrentRow(int(Val(replyValue())));
+        if (s.lstProfile->count() > 0)
+            s.lstProfile->setCurrentRow(int(Val(replyValue())));
     }
     const core::CommandTable& commands = Config().Commands;
     for (int i = 1; i < commands.size(); ++i) {
         const core::CommandRec& rec = Config().Commands.at(i);
-        if (rec.ControlIndex == 0) continue;
+        if (rec.ControlIndex == 0)
+            continue;
         const bool wanted = ((mask & 4) && rec.Panel == 3) || ((mask & 2) && rec.Panel == 2) ||
                             ((mask & 1) && rec.Panel == 1 && rec.ControlIndex < 100);
-        if (!wanted) continue;
+        if (!wanted)
+            continue;
         QList<SettingLabel*>& labels = arrayOf(s, rec.Panel);
-        if (rec.ControlIndex >= labels.size()) continue;
+        if (rec.ControlIndex >= labels.size())
+            continue;
         if (rec.WriteOnly) {
             SetCaption(labels.at(rec.ControlIndex), rec.Name);
             continue;
@@ -178,12 +197,14 @@ namespace {
 // The selectors in the order the exact put-back sets them: the preset first, while the input
 // the save ended on is selected, so that its recall never lands on the input that was found.
 const QStringList& selectorCodes() {
-    static const QStringList codes{QStringLiteral("E1"), QStringLiteral("4C"),
-                                   QStringLiteral("E0"), QStringLiteral("60")};
+    static const QStringList codes{QStringLiteral("E1"), QStringLiteral("4C"), QStringLiteral("E0"),
+                                   QStringLiteral("60")};
     return codes;
 }
 
-bool hasRecord(const QString& code) { return core::FindCommandByCode(Config().Commands, code) > 0; }
+bool hasRecord(const QString& code) {
+    return core::FindCommandByCode(Config().Commands, code) > 0;
+}
 
 QString readSelector(const QString& code) {
     QueryDevice(code);
@@ -197,7 +218,8 @@ void putBackExactly() {
     for (int i = 0; i < codes.size() && i < g.KeptSelection.size(); ++i) {
         const QString& code = codes.at(i);
         const QString& kept = g.KeptSelection.at(i);
-        if (kept.isEmpty() || readSelector(code) == kept) continue;
+        if (kept.isEmpty() || readSelector(code) == kept)
+            continue;
         SetDevice(code, kept);
         if (readSelector(code) != kept) {
             const int record = core::FindCommandByCode(Config().Commands, code);
@@ -269,38 +291,45 @@ void RestoreViewState() {
 }
 
 void SSTab1_Click() {
-    if (G().settings.SuppressTab) return;
+    if (G().settings.SuppressTab)
+        return;
     SetDevice(QStringLiteral("4C"), QString::number(scl().SSTab1->currentIndex() + 1));
     RefreshPanels(1);
 }
 
 void lstPreset_DblClick() {
     const int index = scl().lstPreset->currentRow();
-    if (index == -1) return;
+    if (index == -1)
+        return;
     SetDevice(QStringLiteral("E1"), QString::number(index));
     RefreshPanels(1);
 }
 
 void lstProfile_DblClick() {
     const int index = scl().lstProfile->currentRow();
-    if (index == -1) return;
+    if (index == -1)
+        return;
     SetDevice(QStringLiteral("E0"), QString::number(index));
     RefreshPanels(2);
 }
 
 void optAnalog_Click() {
-    if (G().settings.SuppressOutput) return;
+    if (G().settings.SuppressOutput)
+        return;
     SetDevice(QStringLiteral("60"), QStringLiteral("1"));
     RefreshPanels(2);
 }
 
 void optDigital_Click() {
-    if (G().settings.SuppressOutput) return;
+    if (G().settings.SuppressOutput)
+        return;
     SetDevice(QStringLiteral("60"), QStringLiteral("2"));
     RefreshPanels(2);
 }
 
-void cmdRefreshAll_Click() { RefreshPanels(7); }
+void cmdRefreshAll_Click() {
+    RefreshPanels(7);
+}
 
 void Frame_Click() {
     SCL& s = scl();
@@ -309,7 +338,11 @@ void Frame_Click() {
 }
 
 // The two exclude each other: a load either keeps the settings or resets them.
-void chkDefaults_Click() { scl().chkSaveRestore->setEnabled(!scl().chkDefaults->isChecked()); }
-void chkSaveRestore_Click() { scl().chkDefaults->setEnabled(!scl().chkSaveRestore->isChecked()); }
+void chkDefaults_Click() {
+    scl().chkSaveRestore->setEnabled(!scl().chkDefaults->isChecked());
+}
+void chkSaveRestore_Click() {
+    scl().chkDefaults->setEnabled(!scl().chkSaveRestore->isChecked());
+}
 
 } // namespace telvo::ui

@@ -1,18 +1,18 @@
 #include "settings/SCL.h"
 
 #include "app/Tools.h"
+#include "platform/dialogs/Platform.h"
 #include "settings/Layout.h"
 #include "settings/Panels.h"
 #include "settings/SaveRestore.h"
-#include "platform/dialogs/Platform.h"
 #include "settings/ValueEntry.h"
 
 #include "app/Controls.h"
 
-#include "core/text/Classic.h"
 #include "app/Globals.h"
 #include "app/Main.h"
 #include "app/MajorSubs.h"
+#include "core/text/Classic.h"
 #include "link/DBG.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
@@ -129,8 +129,11 @@ void SCL::build() {
         Label11 = caption(QStringLiteral("Current Vorix Speed"), txtCrntSpeed, "Label11");
         Label6 = caption(QStringLiteral("Vorix XFR Speed"), txtxfrspeed, "Label6");
         int r = 0;
-        for (auto [l, w] : {std::pair<QLabel*, QWidget*>{Label2, lstPort}, {Label4, lstRate},
-                            {Label1, txtPort}, {Label7, txtOrigSpeed}, {Label11, txtCrntSpeed},
+        for (auto [l, w] : {std::pair<QLabel*, QWidget*>{Label2, lstPort},
+                            {Label4, lstRate},
+                            {Label1, txtPort},
+                            {Label7, txtOrigSpeed},
+                            {Label11, txtCrntSpeed},
                             {Label6, txtxfrspeed}}) {
             g->addWidget(l, r, 0);
             g->addWidget(w, r++, 1);
@@ -171,7 +174,8 @@ void SCL::build() {
         // Two rows of three: the debugger's row folds away when its buttons are hidden.
         auto* g = new QGridLayout(Frame4);
         int i = 0;
-        for (QPushButton* b : {cmdStart, cmdDecodeIR, cmdSupport, cmdDebugger, cmdGamma, cmdAdvanced}) {
+        for (QPushButton* b :
+             {cmdStart, cmdDecodeIR, cmdSupport, cmdDebugger, cmdGamma, cmdAdvanced}) {
             g->addWidget(b, i / 3, i % 3);
             ++i;
         }
@@ -232,7 +236,8 @@ void SCL::build() {
     SSTab1->setObjectName(QStringLiteral("SSTab1"));
     SSTab1->setAccessibleName(QStringLiteral("Input"));
     SSTab1->setExpanding(false);
-    for (const QString& t : InputTabNames()) SSTab1->addTab(t);
+    for (const QString& t : InputTabNames())
+        SSTab1->addTab(t);
     FrameTop = frame(QStringLiteral("Input and Picture Settings"), panelArea, "FrameTop");
     FrameMid = frame(QStringLiteral("Output Settings"), panelArea, "FrameMid");
     FrameBtm = frame(QStringLiteral("Configuration Settings"), panelArea, "FrameBtm");
@@ -277,13 +282,13 @@ void SCL::build() {
         row->addLayout(gridMid, 1);
     }
     gridBtm = new QGridLayout(FrameBtm);
-    for (QGridLayout* g : {gridTop, gridMid, gridBtm}) g->setAlignment(Qt::AlignTop);
+    for (QGridLayout* g : {gridTop, gridMid, gridBtm})
+        g->setAlignment(Qt::AlignTop);
     // The design's hidden first member of each label array.
-    for (auto [list, parent, name] :
-         {std::tuple<QList<SettingLabel*>*, QWidget*, const char*>{&lblSettingTop, FrameTop,
-                                                                   "lblSettingTop"},
-          {&lblSettingMid, FrameMid, "lblSettingMid"},
-          {&lblSettingBtm, FrameBtm, "lblSettingBtm"}}) {
+    for (auto [list, parent, name] : {std::tuple<QList<SettingLabel*>*, QWidget*, const char*>{
+                                          &lblSettingTop, FrameTop, "lblSettingTop"},
+                                      {&lblSettingMid, FrameMid, "lblSettingMid"},
+                                      {&lblSettingBtm, FrameBtm, "lblSettingBtm"}}) {
         auto* first = new SettingLabel(parent);
         first->setObjectName(QLatin1String(name) + QStringLiteral("_0"));
         first->setAccessibleName(parent->accessibleName().isEmpty()
@@ -378,7 +383,8 @@ void SCL::wire() {
     connect(tmrmessage, &platform::Timer::Tick, this, [] { Handle(tmrmessage_Timer); });
     connect(T1, &platform::Timer::Tick, this, [] { Handle(T1_Timer); });
     connect(tmrdelay, &platform::Timer::Tick, this, [] { Handle(tmrdelay_Timer); });
-    connect(tmrFindGorda, &platform::Timer::Tick, this, [this] { tmrFindGorda->setEnabled(false); });
+    connect(tmrFindGorda, &platform::Timer::Tick, this,
+            [this] { tmrFindGorda->setEnabled(false); });
     connect(P1, &platform::CommControl::OnComm, this, [] { Handle(P1_OnComm); });
     connect(cmdOpen, &QPushButton::clicked, this, [] { Handle(cmdOpen_Click); });
     connect(cmdDebugger, &QPushButton::clicked, this, [] { Handle([] { dbg().show(); }); });
@@ -395,7 +401,8 @@ void SCL::wire() {
     OnClick(optAnalog, optAnalog_Click);
     OnClick(optDigital, optDigital_Click);
     connect(cmdRefreshAll, &QPushButton::clicked, this, [] { Handle(cmdRefreshAll_Click); });
-    for (QGroupBox* f : {FrameTop, FrameMid, FrameBtm}) f->installEventFilter(this);
+    for (QGroupBox* f : {FrameTop, FrameMid, FrameBtm})
+        f->installEventFilter(this);
     OnClick(chkDefaults, chkDefaults_Click);
     OnClick(chkSaveRestore, chkSaveRestore_Click);
 
@@ -404,9 +411,11 @@ void SCL::wire() {
             [] { Handle([] { txtValEnter_KeyPress(13); }); });
     connect(lstSelect, &QListWidget::itemClicked, this, [] { Handle(lstSelect_Click); });
     connect(lstSelect, &QListWidget::itemActivated, this, [this] {
-        if (!frmSelect->isHidden()) Handle(lstSelect_Click);
+        if (!frmSelect->isHidden())
+            Handle(lstSelect_Click);
     });
-    for (QGroupBox* f : {frmEnter, frmSelect}) f->installEventFilter(this);
+    for (QGroupBox* f : {frmEnter, frmSelect})
+        f->installEventFilter(this);
     txtValEnter->installEventFilter(this);
     lstSelect->installEventFilter(this);
 
@@ -423,7 +432,8 @@ void SCL::wire() {
 bool SCL::eventFilter(QObject* watched, QEvent* e) {
     // Each tab is a command to the device: only a click or the keyboard selects one, never the
     // wheel passing over the tabs (each notch would send "4C" and start a refresh of its own).
-    if (watched == SSTab1 && e->type() == QEvent::Wheel) return true;
+    if (watched == SSTab1 && e->type() == QEvent::Wheel)
+        return true;
     // A click on a panel's frame abandons a choice; so does Escape in a chooser.
     if (e->type() == QEvent::MouseButtonPress &&
         (watched == FrameTop || watched == FrameMid || watched == FrameBtm))
@@ -460,12 +470,12 @@ struct Group {
     bool disable;
 };
 const Group kGroups[] = {
-    {"OPEN", &SCL::cmdOpen, false},         {"LOAD", &SCL::cmdStart, true},
-    {"END", &SCL::cmdEnd, true},            {"SUPPORT", &SCL::cmdSupport, false},
-    {"IR", &SCL::cmdDecodeIR, false},       {"DEBUG", &SCL::cmdDebugger, false},
-    {"ADV", &SCL::cmdAdvanced, false},      {"SAVE", &SCL::cmdSave, true},
-    {"RESTORE", &SCL::cmdRestore, true},    {"REFRESH", &SCL::cmdRefreshAll, true},
-    {"SAVEAS", &SCL::cmdSaveAs, true},      {"SAVEAS2", &SCL::cmdSaveAs2, true},
+    {"OPEN", &SCL::cmdOpen, false},      {"LOAD", &SCL::cmdStart, true},
+    {"END", &SCL::cmdEnd, true},         {"SUPPORT", &SCL::cmdSupport, false},
+    {"IR", &SCL::cmdDecodeIR, false},    {"DEBUG", &SCL::cmdDebugger, false},
+    {"ADV", &SCL::cmdAdvanced, false},   {"SAVE", &SCL::cmdSave, true},
+    {"RESTORE", &SCL::cmdRestore, true}, {"REFRESH", &SCL::cmdRefreshAll, true},
+    {"SAVEAS", &SCL::cmdSaveAs, true},   {"SAVEAS2", &SCL::cmdSaveAs2, true},
 };
 bool hits(const QString& words, const char* word) {
     return core::ContainsText(words, QStringLiteral("ALL")) ||
@@ -476,16 +486,19 @@ bool hits(const QString& words, const char* word) {
 void EnableControls(const QString& words) {
     SCL& w = scl();
     for (const Group& g : kGroups) {
-        if (hits(words, g.word)) (w.*g.button)->setEnabled(true);
+        if (hits(words, g.word))
+            (w.*g.button)->setEnabled(true);
         // The beginner layout stops after the advanced button.
-        if (Config().UserLevel == 1 && QLatin1String(g.word) == QLatin1String("ADV")) break;
+        if (Config().UserLevel == 1 && QLatin1String(g.word) == QLatin1String("ADV"))
+            break;
     }
 }
 
 void DisableControls(const QString& words) {
     SCL& w = scl();
     for (const Group& g : kGroups)
-        if (g.disable && hits(words, g.word)) (w.*g.button)->setEnabled(false);
+        if (g.disable && hits(words, g.word))
+            (w.*g.button)->setEnabled(false);
 }
 
 } // namespace telvo::ui

@@ -4,14 +4,14 @@
 #include "app/Accessible.h"
 #include "app/Controls.h"
 #include "app/LogView.h"
-#include "platform/serial/CommControl.h"
 #include "platform/clock/Timer.h"
+#include "platform/serial/CommControl.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFrame>
-#include <QGroupBox>
 #include <QGridLayout>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>

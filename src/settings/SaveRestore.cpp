@@ -27,19 +27,30 @@ using core::SameText;
 
 namespace {
 
-QString model() { return scl().DeviceModel->text(); }
+QString model() {
+    return scl().DeviceModel->text();
+}
 
-QString settingsPath() { return platform::JobFile(QStringLiteral("Settings.txt")); }
+QString settingsPath() {
+    return platform::JobFile(QStringLiteral("Settings.txt"));
+}
 
-QString queryBody(const QString& cmd) { return cmd + NUL(); }
-QString setBody(const QString& cmd, const QString& value) { return cmd + NUL() + value + NUL(); }
+QString queryBody(const QString& cmd) {
+    return cmd + NUL();
+}
+QString setBody(const QString& cmd, const QString& value) {
+    return cmd + NUL() + value + NUL();
+}
 
-bool isInputSDI(const QString& name) { return SameText(name, QStringLiteral("Input SDI")); }
+bool isInputSDI(const QString& name) {
+    return SameText(name, QStringLiteral("Input SDI"));
+}
 
 // A short write marks the file as failed, so that it never replaces the whole one.
 void writeLine(QSaveFile& file, const QString& line) {
     const QByteArray bytes = (line + QStringLiteral("\r\n")).toLatin1();
-    if (file.write(bytes) != bytes.size()) file.cancelWriting();
+    if (file.write(bytes) != bytes.size())
+        file.cancelWriting();
 }
 
 // Asks the user after three beeps; true for Continue.
@@ -50,7 +61,9 @@ bool askAfterBeeps(const QString& text) {
 
 } // namespace
 
-bool SaveSettings() { return SaveSettingsTo(settingsPath()); }
+bool SaveSettings() {
+    return SaveSettingsTo(settingsPath());
+}
 
 bool SaveSettingsTo(const QString& path) {
     SCL& s = scl();
@@ -67,7 +80,8 @@ bool SaveSettingsTo(const QString& path) {
     bool cancelled = false;
     for (int r = 1; r < rows.size() && !cancelled; ++r) {
         const core::StateSettingRow& row = rows.at(r);
-        if (isInputSDI(row.Name) && G().settings.SDIFailed) continue;
+        if (isInputSDI(row.Name) && G().settings.SDIFailed)
+            continue;
         if (!row.SelectValue.isEmpty()) {
             WriteLogFile(QString());
             ShowStatus(QStringLiteral("Setting ") + model() + QStringLiteral(" to State ") +
@@ -100,8 +114,7 @@ bool SaveSettingsTo(const QString& path) {
             ShowStatus(QStringLiteral("Saving setting for ") + row.Name);
             // Plain rows are written in simulation too, unlike state rows: as designed.
             if (SendVerified(QStringLiteral("20"), queryBody(row.SelectCmd))) {
-                writeLine(file,
-                          core::PlainSettingsLine(row.Name, core::SavedAnswer(Link().Reply)));
+                writeLine(file, core::PlainSettingsLine(row.Name, core::SavedAnswer(Link().Reply)));
             } else if (!askAfterBeeps(QStringLiteral("Could not Retrieve the ") + model() +
                                       QStringLiteral(" Paramter ") + row.Name)) {
                 cancelled = true;
@@ -127,11 +140,10 @@ bool SaveSettingsTo(const QString& path) {
 
 void ApplyParameter(const QString& stateType, const QString& parameter, const QString& state,
                     const QString& item) {
-    const QString description =
-        stateType.isEmpty()
-            ? model() + QStringLiteral(" Parameter ") + parameter
-            : model() + QStringLiteral(" Parameter ") + parameter + QStringLiteral(" For State ") +
-                  state;
+    const QString description = stateType.isEmpty()
+                                    ? model() + QStringLiteral(" Parameter ") + parameter
+                                    : model() + QStringLiteral(" Parameter ") + parameter +
+                                          QStringLiteral(" For State ") + state;
     ShowStatus(QStringLiteral("Restoring ") + description);
     if (!SendVerified(QStringLiteral("30"), core::SetBody(item)))
         Breakpoint(QStringLiteral("Could not Restore the ") + description);
@@ -156,13 +168,15 @@ struct RestoreRun {
     // The stored command of a preset or display memory, sent when its lines have ended.
     Step storeMemory(const QString& body, const QString& question, bool alertFirst) {
         ShowStatus(QStringLiteral("Saving Settings as ") + prevState);
-        if (SendVerified(QStringLiteral("30"), body)) return Step::Next;
+        if (SendVerified(QStringLiteral("30"), body))
+            return Step::Next;
         // The alert beeps on its own; the plain question beeps first.
         if (alertFirst)
             ShowAlert(question);
         else
             BeepTimes(3);
-        if (!ConfirmOperation(question)) return Step::Cancel;
+        if (!ConfirmOperation(question))
+            return Step::Cancel;
         prevState.clear();
         return Step::Next;
     }
@@ -193,12 +207,14 @@ struct RestoreRun {
     Step line(const QString& text) {
         const core::SettingsLine l = core::ParseSettingsLine(text);
         if (!l.isState) {
-            if (!curType.isEmpty()) WriteLogFile(QString());
+            if (!curType.isEmpty())
+                WriteLogFile(QString());
             curType.clear();
             ApplyParameter(QString(), l.parameter, QString(), l.item);
             return Step::Next;
         }
-        if (isInputSDI(l.state) && G().settings.SDIFailed) return Step::Next;
+        if (isInputSDI(l.state) && G().settings.SDIFailed)
+            return Step::Next;
         curType = l.stateType;
         if (SameText(l.state, prevState)) {
             ApplyParameter(l.stateType, l.parameter, l.state, l.item);
@@ -206,7 +222,8 @@ struct RestoreRun {
         }
         if (prevState.isEmpty()) {
             // Preset and display states can only follow an input or output state.
-            if (!isInputOrOutput(curType)) return Step::Next;
+            if (!isInputOrOutput(curType))
+                return Step::Next;
             return enterState(l, 1, false);
         }
         if (isInputOrOutput(curType)) {
@@ -215,7 +232,8 @@ struct RestoreRun {
                 ShowStatus(QStringLiteral("Saving Settings as ") + prevState);
                 if (!SendVerified(QStringLiteral("30"), l.setBody)) {
                     BeepTimes(3);
-                    if (!ConfirmOperation(q)) return Step::Cancel;
+                    if (!ConfirmOperation(q))
+                        return Step::Cancel;
                 }
             }
             return enterState(l, 2, true);
@@ -225,7 +243,8 @@ struct RestoreRun {
                 const Step st = storeMemory(
                     l.setBody, QStringLiteral("Could not save the settings for ") + prevState,
                     false);
-                if (st != Step::Next) return st;
+                if (st != Step::Next)
+                    return st;
             }
             WriteLogFile(QString());
             prevType = curType;
@@ -238,7 +257,8 @@ struct RestoreRun {
                                         QStringLiteral("Could not set the ") + model() +
                                             QStringLiteral(" state to ") + prevState,
                                         true);
-            if (st != Step::Next) return st;
+            if (st != Step::Next)
+                return st;
         }
         ApplyParameter(l.stateType, l.parameter, l.state, l.item);
         return Step::Next;
@@ -247,7 +267,9 @@ struct RestoreRun {
 
 } // namespace
 
-void RestoreSettings() { RestoreSettingsFrom(settingsPath()); }
+void RestoreSettings() {
+    RestoreSettingsFrom(settingsPath());
+}
 
 bool RestoreSettingsFrom(const QString& path) {
     QFile file(path);
@@ -259,16 +281,19 @@ bool RestoreSettingsFrom(const QString& path) {
     bool whole = true;
     while (!file.atEnd()) {
         QByteArray raw = file.readLine();
-        while (raw.endsWith('\n') || raw.endsWith('\r')) raw.chop(1);
+        while (raw.endsWith('\n') || raw.endsWith('\r'))
+            raw.chop(1);
         const Step st = run.line(QString::fromLatin1(raw));
-        if (st == Step::EndNow) return false;
+        if (st == Step::EndNow)
+            return false;
         if (st == Step::Cancel) {
             whole = false;
             break;
         }
     }
     file.close();
-    if (whole) Breakpoint(QStringLiteral("All settings have been restored to the ") + model());
+    if (whole)
+        Breakpoint(QStringLiteral("All settings have been restored to the ") + model());
     RestoreViewState();
     return whole;
 }
@@ -277,9 +302,11 @@ namespace {
 // Connects when the device's state is not known; false with the status told when it is then
 // not powered.
 bool deviceReady() {
-    if (App().DeviceState != QLatin1String("?????")) return true;
+    if (App().DeviceState != QLatin1String("?????"))
+        return true;
     ConnectDevice();
-    if (App().DeviceState == QLatin1String("POWERED")) return true;
+    if (App().DeviceState == QLatin1String("POWERED"))
+        return true;
     ShowStatus(QStringLiteral("Unable to locate or Power UP the ") + model() +
                QStringLiteral(", ") + model() + QStringLiteral(" state = ") + App().DeviceState);
     return false;
@@ -295,7 +322,8 @@ void cmdSave_Click() {
 }
 
 void cmdRestore_Click() {
-    if (deviceReady()) RestoreSettings();
+    if (deviceReady())
+        RestoreSettings();
 }
 
 void cmdSaveAs_Click() {

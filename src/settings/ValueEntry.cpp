@@ -15,7 +15,9 @@ namespace telvo::ui {
 
 namespace {
 
-const core::CommandRec& selected() { return Config().Commands.at(G().settings.SelectedCmd); }
+const core::CommandRec& selected() {
+    return Config().Commands.at(G().settings.SelectedCmd);
+}
 
 // Places a chooser at the pointer: downward from the top panel, upward from the lower two, kept
 // inside the window so it can always be reached.
@@ -23,7 +25,8 @@ void placeChooser(QWidget* chooser, QWidget* label, int x, int y, const QString&
     SCL& s = scl();
     chooser->adjustSize();
     QPoint at = label->mapTo(&s, QPoint(x, y));
-    if (!core::SameText(panel, QStringLiteral("top"))) at.ry() -= chooser->height();
+    if (!core::SameText(panel, QStringLiteral("top")))
+        at.ry() -= chooser->height();
     at.setX(qBound(0, at.x(), qMax(0, s.width() - chooser->width())));
     at.setY(qBound(0, at.y(), qMax(0, s.height() - chooser->height())));
     chooser->move(at);
@@ -52,7 +55,8 @@ void OpenSetting(QWidget* label, int index, int x, int y, const QString& panel) 
     SCL& s = scl();
     SettingsGlobals& g = G().settings;
     const int record = ControlMapAt(index);
-    if (record <= 0 || record >= Config().Commands.size()) return;
+    if (record <= 0 || record >= Config().Commands.size())
+        return;
     const core::CommandRec& rec = Config().Commands.at(record);
     if (rec.ReadOnly) {
         platform::Beep();
@@ -63,10 +67,13 @@ void OpenSetting(QWidget* label, int index, int x, int y, const QString& panel) 
     const core::ChooserPlan plan = core::PlanChooser(rec);
     if (rec.IsList) {
         s.lstSelect->clear();
-        for (int r = 1; r < rec.Values.size(); ++r) s.lstSelect->addItem(rec.Values.at(r).Text);
+        for (int r = 1; r < rec.Values.size(); ++r)
+            s.lstSelect->addItem(rec.Values.at(r).Text);
     }
-    if (!plan.prompt.isEmpty()) s.lblEnter->setText(plan.prompt);
-    if (plan.integerContext) g.ValueContext = QStringLiteral("Integer");
+    if (!plan.prompt.isEmpty())
+        s.lblEnter->setText(plan.prompt);
+    if (plan.integerContext)
+        g.ValueContext = QStringLiteral("Integer");
     if (plan.mode == QLatin1String("Enter")) {
         placeChooser(s.frmEnter, label, x, y, panel);
         s.frmEnter->show();
@@ -83,10 +90,12 @@ void OpenSetting(QWidget* label, int index, int x, int y, const QString& panel) 
 }
 
 void txtValEnter_KeyPress(int keyAscii) {
-    if (keyAscii != 13) return;
+    if (keyAscii != 13)
+        return;
     SCL& s = scl();
     QString text = s.txtValEnter->text();
-    if (text.isEmpty()) return;
+    if (text.isEmpty())
+        return;
     const core::CommandRec& rec = selected();
     if (rec.IsRange && rec.Decimals > 0) {
         text = core::PadToDecimals(text, rec.Decimals);
@@ -102,11 +111,13 @@ void txtValEnter_KeyPress(int keyAscii) {
 void lstSelect_Click() {
     SCL& s = scl();
     const int index = s.lstSelect->currentRow();
-    if (index == -1) return;
+    if (index == -1)
+        return;
     // One selection, one send: a reboot pauses with events running, and the second click of a
     // double-click (and its activation) would otherwise send the choice again.
     static bool acting = false;
-    if (acting) return;
+    if (acting)
+        return;
     acting = true;
     const struct Done {
         ~Done() { acting = false; }

@@ -22,16 +22,23 @@ std::unique_ptr<SupportModule>& module() {
 }
 } // namespace
 
-SupportGlobals& Support() { return module()->state; }
-SupportConfig& SupportSettings() { return module()->config; }
+SupportGlobals& Support() {
+    return module()->state;
+}
+SupportConfig& SupportSettings() {
+    return module()->config;
+}
 
 SUP& sup() {
     auto& m = *module();
-    if (!m.window) m.window = std::make_unique<SUP>();
+    if (!m.window)
+        m.window = std::make_unique<SUP>();
     return *m.window;
 }
 
-bool SupExists() { return bool(module()->window); }
+bool SupExists() {
+    return bool(module()->window);
+}
 
 // The window loads on its first showing and is hidden, never unloaded; every showing
 // activates it.
@@ -43,7 +50,8 @@ void ShowSUP() {
 
 void ResetSupportWindows() {
     auto& m = module();
-    if (m && m->window) m->window->winsock->abort();
+    if (m && m->window)
+        m->window->winsock->abort();
     m = std::make_unique<SupportModule>();
 }
 

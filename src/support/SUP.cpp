@@ -11,9 +11,9 @@
 #include "core/support/url_helper.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "platform/os/AppPath.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/os/AppPath.h"
 #include "platform/os/Shell.h"
 #include "settings/SCL.h"
 
@@ -40,7 +40,9 @@ QLabel* label(const QString& caption, QWidget* parent, const char* name) {
 }
 
 // Deletes a file, ignoring any error.
-void Kill(const QString& path) { QFile::remove(path); }
+void Kill(const QString& path) {
+    QFile::remove(path);
+}
 
 } // namespace
 
@@ -155,16 +157,16 @@ SUP::SUP() {
     on(winsock, &QTcpSocket::connected, &SUP::winsock_Connect);
     on(winsock, &QTcpSocket::readyRead, &SUP::winsock_DataArrival);
     on(winsock, &QTcpSocket::disconnected, &SUP::winsock_Close);
-    connect(winsock, &QTcpSocket::errorOccurred, this, [this](QAbstractSocket::SocketError e) {
-        Handle([this, e] { winsock_Error(e); });
-    });
+    connect(winsock, &QTcpSocket::errorOccurred, this,
+            [this](QAbstractSocket::SocketError e) { Handle([this, e] { winsock_Error(e); }); });
 }
 
 void SUP::Form_Load() {
     CenterForm(this);
     lstForums->clear();
     const auto& sites = Config().WebSites;
-    for (qsizetype i = 1; i < sites.size(); ++i) lstForums->addItem(sites[i].first);
+    for (qsizetype i = 1; i < sites.size(); ++i)
+        lstForums->addItem(sites[i].first);
 }
 
 void SUP::Form_Activate() {
@@ -187,7 +189,8 @@ void SUP::Form_Activate() {
     lblNotWorking->setText(
         QStringLiteral("Please Note: Due to changes in the FRK Web Site design the capability to") +
         kCrLf +
-        QStringLiteral("download firmware files and review release notes is temporarily unavailable.") +
+        QStringLiteral(
+            "download firmware files and review release notes is temporarily unavailable.") +
         kCrLf +
         QStringLiteral("Please download the files you require manually from the Telvo web site."));
     lblNotWorking->setAccessibleName(lblNotWorking->text());
@@ -198,7 +201,8 @@ void SUP::cmdGetUPDlist_Click() {
     const QString prefix = core::ModelPrefix(scl().DeviceModel->text(), App().DebuggerMode);
     lblWWW->setText(QStringLiteral("WWW - Operation in Progress, Please wait"));
     HttpGet(Config().UpdateUrl);
-    if (st.HttpResponse.isEmpty()) return;
+    if (st.HttpResponse.isEmpty())
+        return;
     lstResponse->clear();
     st.UpdateList = {core::UpdateEntry{}};
     const QString response = st.HttpResponse;
@@ -209,7 +213,8 @@ void SUP::cmdGetUPDlist_Click() {
         lstResponse->addItem(st.UpdateList[i].FileName);
     lblWWW->clear();
     if (!list.refused.isEmpty()) {
-        for (const QString& why : list.refused) LogLine(why);
+        for (const QString& why : list.refused)
+            LogLine(why);
         platform::MessageBox(list.refused.join(kCrLf), kExclamation, QStringLiteral("ERROR"));
     }
 }
@@ -218,7 +223,8 @@ void SUP::GetFileFromWeb(const QString& extension) {
     SupportGlobals& st = Support();
     const int i = lstResponse->currentRow() + 1;
     lblWWW->clear();
-    if (st.UpdateList.size() <= 1) return;
+    if (st.UpdateList.size() <= 1)
+        return;
     if (i < 1 || i >= st.UpdateList.size())
         throw core::RuntimeError(core::kSubscript, QStringLiteral("Subscript out of range"));
     const core::UpdateEntry entry = st.UpdateList[i];
@@ -231,9 +237,10 @@ void SUP::GetFileFromWeb(const QString& extension) {
     const QString why = core::UnsafeNameReason(entry.FileName);
     if (!why.isEmpty() ||
         QFileInfo(path).absolutePath() != QFileInfo(folder + u'/').absolutePath()) {
-        const QString text = QStringLiteral("The file name '") + core::Printable(name) +
-                             QStringLiteral("' was refused: ") +
-                             (why.isEmpty() ? QStringLiteral("it leaves the firmware folder") : why);
+        const QString text =
+            QStringLiteral("The file name '") + core::Printable(name) +
+            QStringLiteral("' was refused: ") +
+            (why.isEmpty() ? QStringLiteral("it leaves the firmware folder") : why);
         LogLine(text);
         platform::MessageBox(text, kExclamation, QStringLiteral("ERROR"));
         return;
@@ -254,7 +261,8 @@ void SUP::GetFileFromWeb(const QString& extension) {
     }
     if (core::FileExists(path)) {
         Frame4->show();
-        while (!Frame4->isHidden()) platform::DoEvents();
+        while (!Frame4->isHidden())
+            platform::DoEvents();
         if (st.OverwriteAnswer == 7) {
             if (!notes) {
                 lblWWW->setText(QStringLiteral("Retrieval of file '") + name +
@@ -271,7 +279,8 @@ void SUP::GetFileFromWeb(const QString& extension) {
     platform::DoEvents();
     const qint16 rc = DownloadToFile(url, path);
     if (rc != 0) {
-        lblWWW->setText(QStringLiteral("Error downloading file, Error code=") + QString::number(rc));
+        lblWWW->setText(QStringLiteral("Error downloading file, Error code=") +
+                        QString::number(rc));
         startCaptionTimer();
         return;
     }
@@ -291,7 +300,8 @@ void SUP::ShowReleaseNotes(const QString& file) {
     const QString out = platform::AppPath() + QStringLiteral("/ReleaseNotes.html");
     bool keepOut = false;
     QFile in(file);
-    if (!in.open(QIODevice::ReadOnly)) throw core::RuntimeError(53, QStringLiteral("File not found"));
+    if (!in.open(QIODevice::ReadOnly))
+        throw core::RuntimeError(53, QStringLiteral("File not found"));
     const std::optional<QString> text = core::CutReleaseNotes(core::FirstLineOf(in.readAll()));
     in.close();
     if (!text) {
@@ -306,8 +316,8 @@ void SUP::ShowReleaseNotes(const QString& file) {
         if (program.isEmpty()) {
             const QString msg =
                 QStringLiteral("There is no associated program for files of type '") + ext +
-                QStringLiteral("'.") + kCrLf + QStringLiteral("The normal association for '") + ext +
-                QStringLiteral("' is 'Internet Explorer'") + kCrLf +
+                QStringLiteral("'.") + kCrLf + QStringLiteral("The normal association for '") +
+                ext + QStringLiteral("' is 'Internet Explorer'") + kCrLf +
                 QStringLiteral("Set up the association by opening a folder and using "
                                "tools/options/file types") +
                 kCrLf;
@@ -316,8 +326,8 @@ void SUP::ShowReleaseNotes(const QString& file) {
             Kill(out);
             return;
         }
-        LogLine(QStringLiteral("Association for file '") + out + QStringLiteral("' is '") + program +
-                u'\'');
+        LogLine(QStringLiteral("Association for file '") + out + QStringLiteral("' is '") +
+                program + u'\'');
         platform::CurrentShell().OpenUrl(QUrl::fromLocalFile(out));
         // Without a browser window to wait on, the page must outlive this call: the browser
         // reads it after we return. The next notes overwrite it.
@@ -325,24 +335,28 @@ void SUP::ShowReleaseNotes(const QString& file) {
         waitOnBrowser();
     }
     Kill(file);
-    if (!keepOut) Kill(out);
+    if (!keepOut)
+        Kill(out);
 }
 
 void SUP::waitOnBrowser() {
     platform::Shell& shell = platform::CurrentShell();
     const platform::WindowHandle w = shell.FindBrowserWindow();
-    if (w == 0) return; // the wait cannot be had here: stay visible
+    if (w == 0)
+        return; // the wait cannot be had here: stay visible
     scl().showMinimized();
     showMinimized();
     shell.BringWindowToTop(w);
-    while (shell.IsWindow(w)) platform::DoEvents();
+    while (shell.IsWindow(w))
+        platform::DoEvents();
     scl().showNormal();
     showNormal();
 }
 
 void SUP::launchWebBrowser(const QString& url) {
     const QUrl u = QUrl::fromUserInput(url);
-    if (!u.isValid() || (u.scheme() != QLatin1String("http") && u.scheme() != QLatin1String("https"))) {
+    if (!u.isValid() ||
+        (u.scheme() != QLatin1String("http") && u.scheme() != QLatin1String("https"))) {
         platform::MessageBox(QStringLiteral("Not a web address: '") + core::Printable(url) + u'\'',
                              kExclamation, QStringLiteral("ERROR"));
         return;
@@ -351,7 +365,9 @@ void SUP::launchWebBrowser(const QString& url) {
     waitOnBrowser();
 }
 
-void SUP::OpenForumThread() { launchWebBrowser(SupportSettings().ForumThread); }
+void SUP::OpenForumThread() {
+    launchWebBrowser(SupportSettings().ForumThread);
+}
 
 void SUP::noFileSelected() {
     BeepTimes(2);
@@ -378,8 +394,12 @@ void SUP::cndDnLdFrk_Click() {
         noFileSelected();
 }
 
-void SUP::lstResponse_Click() { lblWWW->clear(); }
-void SUP::lstResponse_DblClick() { GetFileFromWeb(QStringLiteral("frk")); }
+void SUP::lstResponse_Click() {
+    lblWWW->clear();
+}
+void SUP::lstResponse_DblClick() {
+    GetFileFromWeb(QStringLiteral("frk"));
+}
 
 void SUP::lstForums_DblClick() {
     const int i = lstForums->currentRow() + 1;
@@ -389,7 +409,9 @@ void SUP::lstForums_DblClick() {
     launchWebBrowser(sites[i].second);
 }
 
-void SUP::cmdTelvohome_Click() { launchWebBrowser(SupportSettings().HomePage); }
+void SUP::cmdTelvohome_Click() {
+    launchWebBrowser(SupportSettings().HomePage);
+}
 
 void SUP::cmdYes_Click() {
     Support().OverwriteAnswer = 6;
@@ -411,12 +433,15 @@ void SUP::tmrCaption_Timer() {
     lblWWW->clear();
 }
 
-void SUP::winsock_Connect() { Support().HttpConnected = true; }
+void SUP::winsock_Connect() {
+    Support().HttpConnected = true;
+}
 
 void SUP::winsock_DataArrival() {
     SupportGlobals& st = Support();
     const QByteArray data = winsock->readAll();
-    if (m_tooLarge) return;
+    if (m_tooLarge)
+        return;
     if (st.HttpResponse.size() + data.size() > SupportSettings().HttpResponseCap) {
         m_tooLarge = true;
         st.HttpResponse.clear();
@@ -430,7 +455,8 @@ void SUP::winsock_DataArrival() {
 
 void SUP::winsock_Error(QAbstractSocket::SocketError error) {
     // The peer's orderly close is the Close event, not an error.
-    if (error == QAbstractSocket::RemoteHostClosedError) return;
+    if (error == QAbstractSocket::RemoteHostClosedError)
+        return;
     const QString description = winsock->errorString();
     platform::MessageBox(description, kExclamation, QStringLiteral("ERROR"));
     winsock->close();

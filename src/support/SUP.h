@@ -43,7 +43,7 @@ public:
     QLabel* Label1;
     platform::Timer* tmrCaption;
     QTcpSocket* winsock;
-    QNetworkAccessManager* inet; // large downloads
+    QNetworkAccessManager* inet;  // large downloads
     QProgressDialog* frmDownload; // progress of a download, with Cancel
 
     void Form_Load();

@@ -21,7 +21,8 @@ namespace {
 constexpr int kCritical = 16;
 
 bool IsWebAddress(const QUrl& u) {
-    return u.isValid() && (u.scheme() == QLatin1String("http") || u.scheme() == QLatin1String("https"));
+    return u.isValid() &&
+           (u.scheme() == QLatin1String("http") || u.scheme() == QLatin1String("https"));
 }
 
 // Runs `fn` when the scope is left, however it is left (the end of the program unwinds too).
@@ -37,7 +38,8 @@ void HttpGet(const QString& url) {
     SupportGlobals& st = Support();
     const QString method = QStringLiteral("GET");
     // One fetch at a time; a second call is silently ignored.
-    if (st.HttpConnected || st.HttpBusy) return;
+    if (st.HttpConnected || st.HttpBusy)
+        return;
     SUP& w = sup();
     const core::UrlParts parts = core::SplitUrl(url);
     if (parts.Host.isEmpty()) {
@@ -47,7 +49,8 @@ void HttpGet(const QString& url) {
     }
     bool badScheme = false;
     st.RemotePort = core::RemotePortFor(parts, st.RemotePort, badScheme);
-    if (badScheme) platform::MessageBox(QStringLiteral("Invalid protocol schema"));
+    if (badScheme)
+        platform::MessageBox(QStringLiteral("Invalid protocol schema"));
     st.HttpResponse.clear();
     const QString request = core::HttpRequest(method, parts);
     st.HttpRequestText = request;
@@ -65,17 +68,20 @@ void HttpGet(const QString& url) {
 
     w.winsock->abort();
     w.winsock->connectToHost(parts.Host, quint16(st.RemotePort));
-    while (!st.HttpConnected && !expired) platform::DoEvents();
+    while (!st.HttpConnected && !expired)
+        platform::DoEvents();
     if (st.HttpConnected) {
         w.winsock->write(request.toLatin1());
-        while (st.HttpConnected && !expired) platform::DoEvents();
+        while (st.HttpConnected && !expired)
+            platform::DoEvents();
     }
     if (expired) {
         // The same outcome as an empty response.
         w.winsock->abort();
         st.HttpConnected = false;
         st.HttpResponse.clear();
-        LogLine(QStringLiteral("No complete answer from ") + parts.Host + QStringLiteral(" within ") +
+        LogLine(QStringLiteral("No complete answer from ") + parts.Host +
+                QStringLiteral(" within ") +
                 QString::number(SupportSettings().HttpTimeLimitMs / 1000.0) + QStringLiteral(" s"));
     }
     if (w.m_tooLarge) {
@@ -89,14 +95,18 @@ void HttpGet(const QString& url) {
     }
 }
 
-bool IsOnline() { return platform::CurrentShell().IsOnline(); }
+bool IsOnline() {
+    return platform::CurrentShell().IsOnline();
+}
 
 qint16 DownloadToFile(QString& url, QString& file) {
     const QUrl u(url);
-    if (!IsWebAddress(u)) return kDownloadNotWeb;
+    if (!IsWebAddress(u))
+        return kDownloadNotWeb;
     SUP& w = sup();
     QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return kDownloadFileError;
+    if (!out.open(QIODevice::WriteOnly))
+        return kDownloadFileError;
 
     QNetworkRequest request(u);
     request.setTransferTimeout(SupportSettings().DownloadStallLimitMs);
@@ -135,11 +145,13 @@ qint16 DownloadToFile(QString& url, QString& file) {
             reply->abort();
         }
     });
-    QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [dlg](qint64 got, qint64 total) {
-        // Kilobytes keep large files inside the dialog's int range.
-        if (total > 0) dlg->setMaximum(int(total / 1024) + 1);
-        dlg->setValue(int(got / 1024));
-    });
+    QObject::connect(reply, &QNetworkReply::downloadProgress, reply,
+                     [dlg](qint64 got, qint64 total) {
+                         // Kilobytes keep large files inside the dialog's int range.
+                         if (total > 0)
+                             dlg->setMaximum(int(total / 1024) + 1);
+                         dlg->setValue(int(got / 1024));
+                     });
 
     while (!reply->isFinished()) {
         platform::DoEvents();
@@ -151,17 +163,24 @@ qint16 DownloadToFile(QString& url, QString& file) {
     if (!cancelled && !tooLarge && !writeFailed && reply->bytesAvailable() > 0) {
         const QByteArray rest = reply->readAll();
         received += rest.size();
-        if (received > cap) tooLarge = true;
-        else if (out.write(rest) != rest.size()) writeFailed = true;
+        if (received > cap)
+            tooLarge = true;
+        else if (out.write(rest) != rest.size())
+            writeFailed = true;
     }
 
     qint16 rc = 0;
-    if (cancelled) rc = kDownloadCancelled;
-    else if (tooLarge) rc = kDownloadTooLarge;
-    else if (writeFailed) rc = kDownloadFileError;
+    if (cancelled)
+        rc = kDownloadCancelled;
+    else if (tooLarge)
+        rc = kDownloadTooLarge;
+    else if (writeFailed)
+        rc = kDownloadFileError;
     // The stall limit aborts the transfer too; it is told apart from the user's Cancel.
-    else if (reply->error() == QNetworkReply::OperationCanceledError) rc = QNetworkReply::TimeoutError;
-    else if (reply->error() != QNetworkReply::NoError) rc = qint16(reply->error());
+    else if (reply->error() == QNetworkReply::OperationCanceledError)
+        rc = QNetworkReply::TimeoutError;
+    else if (reply->error() != QNetworkReply::NoError)
+        rc = qint16(reply->error());
     if (rc == kDownloadTooLarge)
         LogLine(QStringLiteral("Download of ") + url + QStringLiteral(" stopped: larger than ") +
                 QString::number(cap) + QStringLiteral(" bytes"));
@@ -169,7 +188,8 @@ qint16 DownloadToFile(QString& url, QString& file) {
         out.cancelWriting();
         return rc;
     }
-    if (!out.commit()) return kDownloadFileError;
+    if (!out.commit())
+        return kDownloadFileError;
     return 0;
 }
 

@@ -12,8 +12,8 @@ namespace telvo::ui {
 void HttpGet(const QString& url);
 bool IsOnline();
 // Saves the resource at `url` into `file`; 0 on success, else an error code (a network error
-// number (4 when no byte came for the stall limit), 5 when cancelled, 75 when the file cannot be written, 299 past the size cap, 301 for
-// an address that is not http or https).
+// number (4 when no byte came for the stall limit), 5 when cancelled, 75 when the file cannot be
+// written, 299 past the size cap, 301 for an address that is not http or https).
 qint16 DownloadToFile(QString& url, QString& file);
 // Offers the resource to the user in the browser.
 void ShowDownloadDialog(const QString& url);

@@ -61,13 +61,15 @@ public:
 
     static int count(QObject* o, QAccessible::Event type) {
         int n = 0;
-        for (const Heard& h : heard()) n += h.object == o && h.type == type;
+        for (const Heard& h : heard())
+            n += h.object == o && h.type == type;
         return n;
     }
     static QStringList names(QObject* o, QAccessible::Event type) {
         QStringList out;
         for (const Heard& h : heard())
-            if (h.object == o && h.type == type) out << h.name;
+            if (h.object == o && h.type == type)
+                out << h.name;
         return out;
     }
 
@@ -78,7 +80,9 @@ private:
     QAccessible::UpdateHandler m_before;
 };
 
-QAccessibleInterface* A(QObject* o) { return QAccessible::queryAccessibleInterface(o); }
+QAccessibleInterface* A(QObject* o) {
+    return QAccessible::queryAccessibleInterface(o);
+}
 QString wholeText(QObject* o) {
     QAccessibleTextInterface* t = A(o)->textInterface();
     return t ? t->text(0, t->characterCount()) : QStringLiteral("(no text interface)");
@@ -216,7 +220,8 @@ TEST_F(Spoken, DetailsBoxReadsLineByLineWithoutAnnouncingLines) {
     EXPECT_TRUE(newest.trimmed().endsWith(QStringLiteral("  second"))) << newest.toStdString();
     const QString older = text->textAfterOffset(start, QAccessible::LineBoundary, &start, &end);
     EXPECT_TRUE(older.trimmed().endsWith(QStringLiteral("  first"))) << older.toStdString();
-    for (const Heard& h : heard()) EXPECT_NE(h.object, s().D1) << std::hex << int(h.type);
+    for (const Heard& h : heard())
+        EXPECT_NE(h.object, s().D1) << std::hex << int(h.type);
     // A line added later is read at once.
     ui::LogLine(QStringLiteral("third"));
     EXPECT_TRUE(text->textAtOffset(0, QAccessible::LineBoundary, &start, &end)
@@ -281,19 +286,22 @@ TEST_F(SpokenDevice, PanelLabelIsNamedByItsNameAndValue) {
 }
 
 TEST_F(SpokenDevice, TabFollowsTheReadingOrderOfTheFullWindow) {
-    const QList<QWidget*> regions = {s().Frame2,   s().Frame3,      s().Frame6, s().Frame4,
-                                     s().Frame5,   s().detailsArea, s().SSTab1, s().FrameTop,
+    const QList<QWidget*> regions = {s().Frame2,   s().Frame3,      s().Frame6,    s().Frame4,
+                                     s().Frame5,   s().detailsArea, s().SSTab1,    s().FrameTop,
                                      s().FrameMid, s().FrameBtm,    s().statusArea};
     auto regionOf = [&](QWidget* w) {
         for (int i = 0; i < regions.size(); ++i)
-            if (regions.at(i) == w || regions.at(i)->isAncestorOf(w)) return i;
+            if (regions.at(i) == w || regions.at(i)->isAncestorOf(w))
+                return i;
         return int(regions.size());
     };
     int last = -1, seen = 0;
     QStringList walk;
     for (QWidget* w = s().lstPort; seen < 400; w = w->nextInFocusChain(), ++seen) {
-        if (w == &s()) break;
-        if (!(w->focusPolicy() & Qt::TabFocus) || !w->isVisibleTo(&s())) continue;
+        if (w == &s())
+            break;
+        if (!(w->focusPolicy() & Qt::TabFocus) || !w->isVisibleTo(&s()))
+            continue;
         walk << w->objectName();
         EXPECT_GE(regionOf(w), last) << walk.join(QLatin1Char(' ')).toStdString();
         last = regionOf(w);

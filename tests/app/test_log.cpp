@@ -2,9 +2,9 @@
 
 #include "common/Fixture.h"
 
-#include "core/log/LogLines.h"
 #include "app/MajorSubs.h"
 #include "config/IniLoader.h"
+#include "core/log/LogLines.h"
 #include "firmware/LDR.h"
 #include "platform/dialogs/Platform.h"
 #include "settings/SCL.h"
@@ -41,7 +41,8 @@ TEST_F(Log, TimePatternGivesMinutesSecondsAndTheSecondsAgainWithoutFractions) {
     EXPECT_EQ(core::LogTimeText(QTime(9, 59, 42)), QStringLiteral("59:42.42"));
     ui::LogLine(QStringLiteral("x"));
     const QString row = s().D1->lines().row(0);
-    EXPECT_TRUE(QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d\\.\\d{1,2}  x$")).match(row).hasMatch())
+    EXPECT_TRUE(
+        QRegularExpression(QStringLiteral("^\\d\\d:\\d\\d\\.\\d{1,2}  x$")).match(row).hasMatch())
         << row.toStdString();
 }
 
@@ -88,7 +89,8 @@ TEST_F(Log, ConfirmAnsweredByContinueIsTrue) {
         QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
     });
     EXPECT_TRUE(ui::ConfirmOperation(QStringLiteral("Load now")));
-    EXPECT_EQ(shown, QStringLiteral("Confirm Operation: Load now\r\n") + QString(30, QLatin1Char(' ')) +
+    EXPECT_EQ(shown, QStringLiteral("Confirm Operation: Load now\r\n") +
+                         QString(30, QLatin1Char(' ')) +
                          QStringLiteral(" (Click 'Continue' or 'Cancel')"));
     EXPECT_TRUE(s().cmdContinue->isHidden());
     EXPECT_TRUE(s().cmdCancel->isHidden());
@@ -116,7 +118,8 @@ TEST_F(Log, BreakpointWaitsForContinueWithCancelHidden) {
     EXPECT_TRUE(cancelHidden);
     EXPECT_EQ(shown, QStringLiteral("Breakpoint: step 3\r\n") + QString(15, QLatin1Char(' ')) +
                          QStringLiteral(" (Click 'Continue') "));
-    EXPECT_EQ(readHomeFile(QStringLiteral("LogFile.txt")), QByteArray("\r\nBreakpoint: step 3\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("LogFile.txt")),
+              QByteArray("\r\nBreakpoint: step 3\r\n"));
 }
 
 TEST_F(Log, LoaderTwinsUseTheirOwnCaptions) {
@@ -265,8 +268,9 @@ TEST_F(Reports, StatusLinesAndAlertsReachThePlatformAsTheRoutineGaveThem) {
     ui::ShowStatus(QStringLiteral("Checking Com Port COM1"), 1);
     ui::ShowStatusLDR(QStringLiteral("Sending"));
     ui::ShowAlert(QStringLiteral("Could not Power up the Gorda"));
-    EXPECT_EQ(rep->statuses, (QStringList{QStringLiteral("Checking Com Port COM1"), QStringLiteral("Sending"),
-                                          QStringLiteral("alert: Could not Power up the Gorda")}));
+    EXPECT_EQ(rep->statuses,
+              (QStringList{QStringLiteral("Checking Com Port COM1"), QStringLiteral("Sending"),
+                           QStringLiteral("alert: Could not Power up the Gorda")}));
 }
 
 TEST_F(Reports, TheTransferReachesThePlatformAsNumbersAndItsEnd) {

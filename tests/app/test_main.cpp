@@ -17,7 +17,9 @@ using namespace telvo;
 
 namespace {
 
-const QByteArray kA1On = platform::DeviceFrame("21", QByteArray("A1\0" "1\0", 5));
+const QByteArray kA1On = platform::DeviceFrame("21", QByteArray("A1\0"
+                                                                "1\0",
+                                                                5));
 
 class Start : public test::RunFixture {
 protected:
@@ -26,9 +28,13 @@ protected:
         auto& peer = attachPeer(1, 19200, false);
         peer.on(test::Bytes(QStringLiteral("(STX)2003A1(NUL)(ETX)")), kA1On);
         peer.on(test::Bytes(QStringLiteral("(STX)2003A9(NUL)(ETX)")),
-                platform::DeviceFrame("21", QByteArray("A9\0" "1.24\0", 8)));
+                platform::DeviceFrame("21", QByteArray("A9\0"
+                                                       "1.24\0",
+                                                       8)));
         peer.on(test::Bytes(QStringLiteral("(STX)2003A8(NUL)(ETX)")),
-                platform::DeviceFrame("21", QByteArray("A8\0" "Gorda\0", 9)));
+                platform::DeviceFrame("21", QByteArray("A8\0"
+                                                       "Gorda\0",
+                                                       9)));
         return peer;
     }
     // Runs Main; true when the program ended inside it.
@@ -174,7 +180,8 @@ TEST_F(Start, SimulationFromTheFileConnectsWithoutTouchingTheLine) {
 }
 
 TEST_F(Start, AutoOpenFindsTheDeviceAndReadsIt) {
-    ini("Model = Gorda\r\nPort = 1\r\nBaud = 19200\r\nAuto Start = True\r\nCurrent Firmware = 1.24\r\n");
+    ini("Model = Gorda\r\nPort = 1\r\nBaud = 19200\r\nAuto Start = True\r\nCurrent Firmware = "
+        "1.24\r\n");
     auto& peer = device();
     runMain();
     ui::SCL& s = ui::scl();
@@ -190,7 +197,8 @@ TEST_F(Start, NoSerialPortEndsTheProgram) {
     ini("Model = Gorda\r\nMax Ports = 4\r\nAuto Start = False\r\n");
     platform::PortMap::instance().setPorts({QStringLiteral("/dev/telvo-none")});
     EXPECT_TRUE(runMain());
-    EXPECT_EQ(ui::fp().Label1->text(), QStringLiteral("There were no Com Ports found on this machine."));
+    EXPECT_EQ(ui::fp().Label1->text(),
+              QStringLiteral("There were no Com Ports found on this machine."));
 }
 
 TEST_F(Start, NoSerialPortWithZeroMaxPortsSaysSoInAMessageBox) {
@@ -202,7 +210,8 @@ TEST_F(Start, NoSerialPortWithZeroMaxPortsSaysSoInAMessageBox) {
 
 TEST_F(Start, BadlyFormedPanelNumberIsToldAndMalformedLinesAreSkipped) {
     ini("Model = Gorda\r\nAuto Start = False\r\nCurrent Firmware = 1.24\r\n",
-        "[COMMANDS]\r\nBrightness = 3A ; 0..9\r\nno equals sign here\r\nContrast = [1] B2 ; -50..50 ;\r\n");
+        "[COMMANDS]\r\nBrightness = 3A ; 0..9\r\nno equals sign here\r\nContrast = [1] B2 ; "
+        "-50..50 ;\r\n");
     device();
     EXPECT_FALSE(runMain());
     EXPECT_EQ(scripted->messageTexts(),
@@ -218,7 +227,8 @@ class End : public Start {
 protected:
     void SetUp() override {
         Start::SetUp();
-        ini("Model = Gorda\r\nAuto Start = False\r\nCurrent Firmware = 1.24\r\nExit Speed = 57600\r\n");
+        ini("Model = Gorda\r\nAuto Start = False\r\nCurrent Firmware = 1.24\r\nExit Speed = "
+            "57600\r\n");
         peer = &device();
         ASSERT_FALSE(runMain());
     }
@@ -247,16 +257,20 @@ TEST_F(End, EndLeavesTheDeviceAtExitSpeed) {
     s.P1->setSettings(QStringLiteral("19200,n,8,1"));
     s.P1->setRThreshold(1);
     s.P1->setPortOpen(true);
-    peer->on({}, platform::DeviceFrame("01", QByteArray("1\0" "30\0", 5)));
+    peer->on({}, platform::DeviceFrame("01", QByteArray("1\0"
+                                                        "30\0",
+                                                        5)));
     EXPECT_TRUE(press());
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
     EXPECT_EQ(peer->frames().first(), test::Bytes(QStringLiteral("(STX)3005A3(NUL)6(NUL)(ETX)")));
 }
 
 TEST_F(End, EndInSimulationRestoresNoSpeed) {
     ui::scl().chkSim->click();
     EXPECT_TRUE(press());
-    EXPECT_FALSE(logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
+    EXPECT_FALSE(
+        logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
 }
 
 TEST_F(End, EndAfterAFailedSearchWarnsOfTheClosingPort) {
@@ -274,7 +288,8 @@ TEST_F(End, EndAfterAFailedSearchWarnsOfTheClosingPort) {
 TEST_F(End, ClosingTheMainWindowEndsAtOnceWithoutRestoringSpeed) {
     ui::scl().close();
     EXPECT_TRUE(platform::ProgramEnded());
-    EXPECT_FALSE(logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
+    EXPECT_FALSE(
+        logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
 }
 
 } // namespace

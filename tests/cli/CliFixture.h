@@ -63,7 +63,8 @@ protected:
     QStringList hostFrames(SimProcess& dev) {
         QStringList out;
         for (const QString& f : dev.frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
         return out;
     }
 
@@ -78,9 +79,9 @@ protected:
     }
     QString image(const QString& name, const QString& version, qint64 size) {
         QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name),
-                              QStringLiteral("--version"), version, QStringLiteral("--size"),
-                              QString::number(size)});
+        p.start(SimBinary(),
+                {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
+                 version, QStringLiteral("--size"), QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
     }
@@ -89,7 +90,8 @@ protected:
         QElapsedTimer t;
         t.start();
         while (!cond()) {
-            if (t.elapsed() > limitMs) return false;
+            if (t.elapsed() > limitMs)
+                return false;
             QThread::msleep(20);
         }
         return true;

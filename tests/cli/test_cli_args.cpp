@@ -9,16 +9,18 @@ using namespace telvo::cli;
 
 namespace {
 
-Options parse(const QStringList& words) { return ParseArguments(words); }
+Options parse(const QStringList& words) {
+    return ParseArguments(words);
+}
 
 TEST(CliArgs, CommonOptionsAnywhereAndPortsInOrder) {
-    const Options o = parse({QStringLiteral("--port"), QStringLiteral("COM3"), QStringLiteral("get"),
-                             QStringLiteral("Brightness"), QStringLiteral("--port=/dev/ttyUSB0"),
-                             QStringLiteral("--json"), QStringLiteral("--baud"),
-                             QStringLiteral("57600"), QStringLiteral("Contrast"),
-                             QStringLiteral("--trace"), QStringLiteral("t.txt"),
-                             QStringLiteral("--quiet"), QStringLiteral("--yes"),
-                             QStringLiteral("--home"), QStringLiteral("/h")});
+    const Options o =
+        parse({QStringLiteral("--port"), QStringLiteral("COM3"), QStringLiteral("get"),
+               QStringLiteral("Brightness"), QStringLiteral("--port=/dev/ttyUSB0"),
+               QStringLiteral("--json"), QStringLiteral("--baud"), QStringLiteral("57600"),
+               QStringLiteral("Contrast"), QStringLiteral("--trace"), QStringLiteral("t.txt"),
+               QStringLiteral("--quiet"), QStringLiteral("--yes"), QStringLiteral("--home"),
+               QStringLiteral("/h")});
     EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
     EXPECT_EQ(o.command, QStringLiteral("get"));
     EXPECT_EQ(o.words, (QStringList{QStringLiteral("Brightness"), QStringLiteral("Contrast")}));
@@ -32,21 +34,24 @@ TEST(CliArgs, CommonOptionsAnywhereAndPortsInOrder) {
 TEST(CliArgs, PowerOnAndNoWaitAreOffUnlessGiven) {
     const Options plain = parse({QStringLiteral("info")});
     EXPECT_FALSE(plain.powerOn || plain.noWait);
-    const Options o = parse({QStringLiteral("--power-on"), QStringLiteral("info"), QStringLiteral("--no-wait")});
+    const Options o =
+        parse({QStringLiteral("--power-on"), QStringLiteral("info"), QStringLiteral("--no-wait")});
     EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
     EXPECT_TRUE(o.powerOn && o.noWait);
 }
 
 TEST(CliArgs, JobsTakesHowManyPortsRunAtOnce) {
     EXPECT_EQ(parse({QStringLiteral("info")}).jobs, 0);
-    const Options o = parse({QStringLiteral("--jobs"), QStringLiteral("3"), QStringLiteral("info")});
+    const Options o =
+        parse({QStringLiteral("--jobs"), QStringLiteral("3"), QStringLiteral("info")});
     EXPECT_TRUE(o.error.isEmpty()) << o.error.toStdString();
     EXPECT_EQ(o.jobs, 3);
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs=1")}).jobs, 1);
     for (const char* bad : {"0", "-2", "four", "2.5", ""})
-        EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs"), QLatin1String(bad)}).error,
-                  QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") +
-                      QLatin1String(bad))
+        EXPECT_EQ(
+            parse({QStringLiteral("info"), QStringLiteral("--jobs"), QLatin1String(bad)}).error,
+            QStringLiteral("--jobs takes how many ports run at once, such as 4, not ") +
+                QLatin1String(bad))
             << bad;
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--jobs")}).error,
               QStringLiteral("--jobs needs a value"));
@@ -63,8 +68,9 @@ TEST(CliArgs, UsageErrorsAreTold) {
     EXPECT_EQ(parse({QStringLiteral("fly")}).error, QStringLiteral("unknown command fly"));
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--port")}).error,
               QStringLiteral("--port needs a value"));
-    EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--baud"), QStringLiteral("fast")}).error,
-              QStringLiteral("--baud takes a rate such as 57600, not fast"));
+    EXPECT_EQ(
+        parse({QStringLiteral("info"), QStringLiteral("--baud"), QStringLiteral("fast")}).error,
+        QStringLiteral("--baud takes a rate such as 57600, not fast"));
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("--colour")}).error,
               QStringLiteral("unknown option --colour"));
 }
@@ -85,8 +91,9 @@ TEST(CliArgs, ShortOptionsAreTheLongOnes) {
     // A value that looks like an option is still the option's value.
     EXPECT_EQ(parse({QStringLiteral("--trace"), QStringLiteral("-"), QStringLiteral("info")}).trace,
               QStringLiteral("-"));
-    EXPECT_EQ(parse({QStringLiteral("--home"), QStringLiteral("-dir"), QStringLiteral("info")}).home,
-              QStringLiteral("-dir"));
+    EXPECT_EQ(
+        parse({QStringLiteral("--home"), QStringLiteral("-dir"), QStringLiteral("info")}).home,
+        QStringLiteral("-dir"));
     EXPECT_EQ(parse({QStringLiteral("-x"), QStringLiteral("info")}).error,
               QStringLiteral("unknown option -x"));
     EXPECT_EQ(parse({QStringLiteral("info"), QStringLiteral("-p")}).error,
@@ -97,7 +104,8 @@ TEST(CliArgs, SwitchesTakeTrueOrFalse) {
     EXPECT_FALSE(parse({QStringLiteral("--json=false"), QStringLiteral("info")}).json);
     EXPECT_TRUE(parse({QStringLiteral("--json=true"), QStringLiteral("info")}).json);
     EXPECT_TRUE(parse({QStringLiteral("--json"), QStringLiteral("info")}).json);
-    EXPECT_FALSE(parse({QStringLiteral("-j"), QStringLiteral("--json=false"), QStringLiteral("info")}).json);
+    EXPECT_FALSE(
+        parse({QStringLiteral("-j"), QStringLiteral("--json=false"), QStringLiteral("info")}).json);
     EXPECT_FALSE(parse({QStringLiteral("--yes=false"), QStringLiteral("info")}).yes);
     EXPECT_FALSE(parse({QStringLiteral("--quiet=false"), QStringLiteral("info")}).quiet);
     EXPECT_EQ(parse({QStringLiteral("--json=no"), QStringLiteral("info")}).error,
@@ -105,11 +113,13 @@ TEST(CliArgs, SwitchesTakeTrueOrFalse) {
 }
 
 TEST(CliArgs, ApplyTakesWordsOrOneFileAndCheck) {
-    const Options words = parse({QStringLiteral("apply"), QStringLiteral("Brightness = 5"),
-                                 QStringLiteral("--check"), QStringLiteral("Noise Reduction=High")});
+    const Options words =
+        parse({QStringLiteral("apply"), QStringLiteral("Brightness = 5"), QStringLiteral("--check"),
+               QStringLiteral("Noise Reduction=High")});
     EXPECT_TRUE(words.error.isEmpty()) << words.error.toStdString();
     EXPECT_TRUE(words.check);
-    EXPECT_EQ(words.words, (QStringList{QStringLiteral("Brightness = 5"), QStringLiteral("Noise Reduction=High")}));
+    EXPECT_EQ(words.words, (QStringList{QStringLiteral("Brightness = 5"),
+                                        QStringLiteral("Noise Reduction=High")}));
     for (const QStringList& file : {QStringList{QStringLiteral("-f"), QStringLiteral("a.conf")},
                                     QStringList{QStringLiteral("-fa.conf")},
                                     QStringList{QStringLiteral("--file"), QStringLiteral("a.conf")},
@@ -120,9 +130,10 @@ TEST(CliArgs, ApplyTakesWordsOrOneFileAndCheck) {
         EXPECT_EQ(NamedValue(o, QStringLiteral("--file")), QStringLiteral("a.conf"));
     }
     // A file whose name looks like an option is still the file.
-    EXPECT_EQ(NamedValue(parse({QStringLiteral("apply"), QStringLiteral("--file"), QStringLiteral("-x")}),
-                         QStringLiteral("--file")),
-              QStringLiteral("-x"));
+    EXPECT_EQ(
+        NamedValue(parse({QStringLiteral("apply"), QStringLiteral("--file"), QStringLiteral("-x")}),
+                   QStringLiteral("--file")),
+        QStringLiteral("-x"));
 }
 
 TEST(CliArgs, ApplyUsageErrors) {
@@ -130,18 +141,23 @@ TEST(CliArgs, ApplyUsageErrors) {
         return parse(QStringList{QStringLiteral("apply")} + words).error;
     };
     EXPECT_EQ(error({}), QStringLiteral("apply needs NAME=VALUE words or --file FILE"));
-    EXPECT_EQ(error({QStringLiteral("--check")}), QStringLiteral("apply needs NAME=VALUE words or --file FILE"));
-    EXPECT_EQ(error({QStringLiteral("Brightness")}), QStringLiteral("apply takes NAME=VALUE, not Brightness"));
+    EXPECT_EQ(error({QStringLiteral("--check")}),
+              QStringLiteral("apply needs NAME=VALUE words or --file FILE"));
+    EXPECT_EQ(error({QStringLiteral("Brightness")}),
+              QStringLiteral("apply takes NAME=VALUE, not Brightness"));
     EXPECT_EQ(error({QStringLiteral("=5")}), QStringLiteral("apply takes NAME=VALUE, not =5"));
     EXPECT_EQ(error({QStringLiteral("-f"), QStringLiteral("a"), QStringLiteral("Brightness=1")}),
               QStringLiteral("apply takes NAME=VALUE words or --file FILE, not both"));
-    EXPECT_EQ(error({QStringLiteral("-f"), QStringLiteral("a"), QStringLiteral("-f"), QStringLiteral("b")}),
+    EXPECT_EQ(error({QStringLiteral("-f"), QStringLiteral("a"), QStringLiteral("-f"),
+                     QStringLiteral("b")}),
               QStringLiteral("apply takes one --file"));
     EXPECT_EQ(error({QStringLiteral("--file")}), QStringLiteral("--file needs a value"));
     EXPECT_EQ(error({QStringLiteral("--file=")}), QStringLiteral("--file needs a FILE"));
     // Apply's options belong to apply.
-    EXPECT_EQ(parse({QStringLiteral("set"), QStringLiteral("--check"), QStringLiteral("Brightness=1")}).error,
-              QStringLiteral("unknown option --check"));
+    EXPECT_EQ(
+        parse({QStringLiteral("set"), QStringLiteral("--check"), QStringLiteral("Brightness=1")})
+            .error,
+        QStringLiteral("unknown option --check"));
     EXPECT_EQ(parse({QStringLiteral("diff"), QStringLiteral("-f"), QStringLiteral("a")}).error,
               QStringLiteral("unknown option --file"));
 }
@@ -155,12 +171,14 @@ TEST(CliArgs, BaudIsOneOfTheRatesGiven) {
 }
 
 TEST(CliArgs, UsageErrorIsOneLineThatSendsToHelp) {
-    EXPECT_EQ(UsageText(QStringLiteral("unknown option --x"), QStringLiteral("set")),
-              QStringLiteral("telvo-cli: unknown option --x\n"
-                             "Usage: telvo-cli [OPTIONS] set NAME=VALUE... (see telvo-cli --help)\n"));
-    EXPECT_EQ(UsageText(QStringLiteral("no command given"), QString()),
-              QStringLiteral("telvo-cli: no command given\n"
-                             "Usage: telvo-cli [OPTIONS] COMMAND [ARGS...] (see telvo-cli --help)\n"));
+    EXPECT_EQ(
+        UsageText(QStringLiteral("unknown option --x"), QStringLiteral("set")),
+        QStringLiteral("telvo-cli: unknown option --x\n"
+                       "Usage: telvo-cli [OPTIONS] set NAME=VALUE... (see telvo-cli --help)\n"));
+    EXPECT_EQ(
+        UsageText(QStringLiteral("no command given"), QString()),
+        QStringLiteral("telvo-cli: no command given\n"
+                       "Usage: telvo-cli [OPTIONS] COMMAND [ARGS...] (see telvo-cli --help)\n"));
 }
 
 telvo::core::CommandRec record(const QString& line) {
@@ -182,13 +200,16 @@ TEST(CliValues, ABadValueNamesWhatTheSettingTakes) {
               QStringLiteral("Brightness takes a number from -50 to 50, not 1e1"));
     EXPECT_EQ(ValueProblem(range, QString()),
               QStringLiteral("Brightness needs a value: a number from -50 to 50"));
-    const auto list = record(QStringLiteral("Noise Reduction = [1] B6 ; (0)Off,(1)Low,(2)Medium ;"));
+    const auto list =
+        record(QStringLiteral("Noise Reduction = [1] B6 ; (0)Off,(1)Low,(2)Medium ;"));
     EXPECT_TRUE(ValueProblem(list, QStringLiteral("medium")).isEmpty());
     EXPECT_TRUE(ValueProblem(list, QStringLiteral("2")).isEmpty());
-    EXPECT_EQ(ValueProblem(list, QStringLiteral("Ultra")),
-              QStringLiteral("Noise Reduction has no value Ultra: it takes one of Off (0), Low (1), "
-                             "Medium (2)"));
-    const auto integer = record(QStringLiteral("OSD Timeout = [3] D1 ; INTEGER ; 5 to 120 seconds"));
+    EXPECT_EQ(
+        ValueProblem(list, QStringLiteral("Ultra")),
+        QStringLiteral("Noise Reduction has no value Ultra: it takes one of Off (0), Low (1), "
+                       "Medium (2)"));
+    const auto integer =
+        record(QStringLiteral("OSD Timeout = [3] D1 ; INTEGER ; 5 to 120 seconds"));
     EXPECT_TRUE(ValueProblem(integer, QStringLiteral("120")).isEmpty());
     EXPECT_EQ(ValueProblem(integer, QStringLiteral("4")),
               QStringLiteral("OSD Timeout takes a whole number, 5 to 120 seconds, not 4"));
@@ -197,13 +218,15 @@ TEST(CliValues, ABadValueNamesWhatTheSettingTakes) {
     EXPECT_TRUE(ValueProblem(character, QStringLiteral("K")).isEmpty());
     EXPECT_EQ(ValueProblem(character, QStringLiteral("KL")),
               QStringLiteral("Device Name takes one character, not KL"));
-    const auto hex = record(QStringLiteral("IR Code Set = [3] D4 ; BYTEH ; (0)Standard,(1)Alternate ;"));
+    const auto hex =
+        record(QStringLiteral("IR Code Set = [3] D4 ; BYTEH ; (0)Standard,(1)Alternate ;"));
     EXPECT_TRUE(ValueProblem(hex, QStringLiteral("0a")).isEmpty());
     EXPECT_EQ(ValueProblem(hex, QStringLiteral("Alternate")),
               QStringLiteral("IR Code Set takes two hexadecimal digits: Standard (00), Alternate "
                              "(01), not Alternate"));
     const auto readOnly = record(QStringLiteral("Serial Number/R = [3] DA ; BYTE ;"));
-    EXPECT_EQ(ValueProblem(readOnly, QStringLiteral("1")), QStringLiteral("Serial Number cannot be set"));
+    EXPECT_EQ(ValueProblem(readOnly, QStringLiteral("1")),
+              QStringLiteral("Serial Number cannot be set"));
     const auto none = record(QStringLiteral("Odd = [3] DB ; ;"));
     EXPECT_EQ(ValueProblem(none, QStringLiteral("1")),
               QStringLiteral("Odd cannot be set: it has no value"));
@@ -244,9 +267,7 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
     for (const char* option :
          {"-p, --port COMn|PATH", "-b, --baud RATE", "--home DIR", "-j, --json[=true|false]",
           "-q, --quiet[=true|false]", "-y, --yes[=true|false]", "--power-on", "--no-wait",
-          "--jobs N",
-          "--trace FILE", "-v, --verbose",
-          "-h, --help", "-V, --version"})
+          "--jobs N", "--trace FILE", "-v, --verbose", "-h, --help", "-V, --version"})
         EXPECT_TRUE(help.contains(QStringLiteral("       ") + QLatin1String(option))) << option;
     // A terminal of 80 columns shows every line whole.
     for (const QString& line : help.split(QLatin1Char('\n')))
@@ -256,7 +277,8 @@ TEST(CliHelp, ToolHelpIsAManPageWithEveryCommandAndExitCode) {
 TEST(CliHelp, EachCommandHasItsOwnPage) {
     for (const QString& c : CommandNames()) {
         const QString help = HelpText(c);
-        EXPECT_TRUE(help.startsWith(QStringLiteral("NAME\n       telvo-cli ") + c + QLatin1Char('\n')))
+        EXPECT_TRUE(
+            help.startsWith(QStringLiteral("NAME\n       telvo-cli ") + c + QLatin1Char('\n')))
             << c.toStdString();
         EXPECT_TRUE(help.contains(QStringLiteral("SYNOPSIS\n       telvo-cli ") + c))
             << c.toStdString();

@@ -22,15 +22,14 @@ TEST_F(CliEndToEnd, InfoTellsTheDeviceAndItsJsonParsesBack) {
     ASSERT_TRUE(dev.running());
     const CliResult text = on(dev, {QStringLiteral("info")});
     ASSERT_EQ(text.exit, 0) << text.err.toStdString();
-    EXPECT_EQ(text.lines(),
-              (QStringList{QStringLiteral("Model:          Gorda"),
-                           QStringLiteral("Firmware:       1.24"),
-                           QStringLiteral("Options:        SDI"),
-                           QStringLiteral("Port:           COM1 (") + dev.path() + QLatin1Char(')'),
-                           QStringLiteral("Speed:          19200"),
-                           QStringLiteral("Original speed: 19200"),
-                           QStringLiteral("Transfer speed: 57600"),
-                           QStringLiteral("State:          Powered")}));
+    EXPECT_EQ(
+        text.lines(),
+        (QStringList{
+            QStringLiteral("Model:          Gorda"), QStringLiteral("Firmware:       1.24"),
+            QStringLiteral("Options:        SDI"),
+            QStringLiteral("Port:           COM1 (") + dev.path() + QLatin1Char(')'),
+            QStringLiteral("Speed:          19200"), QStringLiteral("Original speed: 19200"),
+            QStringLiteral("Transfer speed: 57600"), QStringLiteral("State:          Powered")}));
     const CliResult json = on(dev, {QStringLiteral("--json"), QStringLiteral("info")});
     ASSERT_EQ(json.exit, 0);
     const QList<QJsonObject> objects = json.objects();
@@ -52,9 +51,9 @@ TEST_F(CliEndToEnd, InfoTellsTheDeviceAndItsJsonParsesBack) {
 TEST_F(CliEndToEnd, SetSendsThroughTheChooserAndPrintsWhatTheDeviceAnswers) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
-    const CliResult r = on(dev, {QStringLiteral("set"), QStringLiteral("Red Gain=1.5"),
-                                 QStringLiteral("Noise Reduction=medium"),
-                                 QStringLiteral("Audio Delay=120")});
+    const CliResult r =
+        on(dev, {QStringLiteral("set"), QStringLiteral("Red Gain=1.5"),
+                 QStringLiteral("Noise Reduction=medium"), QStringLiteral("Audio Delay=120")});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     EXPECT_EQ(r.lines(), (QStringList{QStringLiteral("Red Gain=1.50"),
                                       QStringLiteral("Noise Reduction=Medium"),
@@ -65,10 +64,12 @@ TEST_F(CliEndToEnd, SetSendsThroughTheChooserAndPrintsWhatTheDeviceAnswers) {
                                  QStringLiteral("red gain"), QStringLiteral("Noise Reduction")});
     ASSERT_EQ(g.exit, 0);
     ASSERT_EQ(g.objects().size(), 2);
-    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("name")).toString(), QStringLiteral("Red Gain"));
+    EXPECT_EQ(g.objects().at(0).value(QStringLiteral("name")).toString(),
+              QStringLiteral("Red Gain"));
     EXPECT_EQ(g.objects().at(0).value(QStringLiteral("value")), QJsonValue(1.5));
     EXPECT_EQ(g.objects().at(0).value(QStringLiteral("text")).toString(), QStringLiteral("1.50"));
-    EXPECT_EQ(g.objects().at(1).value(QStringLiteral("value")).toString(), QStringLiteral("Medium"));
+    EXPECT_EQ(g.objects().at(1).value(QStringLiteral("value")).toString(),
+              QStringLiteral("Medium"));
     // A list value by its number is the same choice.
     const CliResult n = on(dev, {QStringLiteral("set"), QStringLiteral("Input=3")});
     EXPECT_EQ(n.lines(), QStringList{QStringLiteral("Input=S-Vid-1")});
@@ -152,8 +153,8 @@ TEST_F(CliEndToEnd, TwoDevicesOnTwoPortsInOneRunAndTheWorstExitCode) {
     ASSERT_TRUE(a.running() && b.running());
     const QString none = emptyPort();
     // One after another, so that the objects come in the order of the ports.
-    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--jobs"), QStringLiteral("1"),
-                             QStringLiteral("--port"), a.path(),
+    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--jobs"),
+                             QStringLiteral("1"), QStringLiteral("--port"), a.path(),
                              QStringLiteral("--port"), none, QStringLiteral("--port"), b.path(),
                              QStringLiteral("set"), QStringLiteral("Audio Delay=40")});
     EXPECT_EQ(r.exit, 3);
@@ -168,8 +169,8 @@ TEST_F(CliEndToEnd, TwoDevicesOnTwoPortsInOneRunAndTheWorstExitCode) {
     for (SimProcess* dev : {&a, &b})
         EXPECT_TRUE(hostFrames(*dev).contains(QStringLiteral("(STX)30066E(NUL)40(NUL)(ETX)")));
     // In text each line names its port (at once, in the order they come).
-    const CliResult t = cli({QStringLiteral("--port"), a.path(), QStringLiteral("--port"),
-                             b.path(), QStringLiteral("get"), QStringLiteral("Audio Delay")});
+    const CliResult t = cli({QStringLiteral("--port"), a.path(), QStringLiteral("--port"), b.path(),
+                             QStringLiteral("get"), QStringLiteral("Audio Delay")});
     EXPECT_EQ(t.exit, 0);
     QStringList got = t.lines();
     QStringList expected{a.path() + QStringLiteral(": Audio Delay=40"),
@@ -183,8 +184,8 @@ TEST_F(CliEndToEnd, TraceCopiesTheLogLinesAndQuietKeepsRemarksOff) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
     const QString trace = homeFile(QStringLiteral("trace.txt"));
-    const CliResult r = on(dev, {QStringLiteral("--trace"), trace, QStringLiteral("--quiet"),
-                                 QStringLiteral("save")});
+    const CliResult r = on(
+        dev, {QStringLiteral("--trace"), trace, QStringLiteral("--quiet"), QStringLiteral("save")});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     QFile f(trace);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
@@ -223,7 +224,8 @@ TEST_F(CliEndToEnd, SaveDiffAndRestoreRoundTrip) {
     EXPECT_EQ(d.value(QStringLiteral("deviceCode")).toString(), QStringLiteral("B133"));
     const CliResult text = on(dev, {QStringLiteral("diff"), file});
     EXPECT_EQ(text.exit, 6);
-    EXPECT_EQ(text.lines(), QStringList{QStringLiteral("Input Video 1 / Brightness: file 0, device 33")});
+    EXPECT_EQ(text.lines(),
+              QStringList{QStringLiteral("Input Video 1 / Brightness: file 0, device 33")});
     const CliResult restored = on(dev, {QStringLiteral("restore"), file});
     ASSERT_EQ(restored.exit, 0) << restored.err.toStdString();
     EXPECT_EQ(on(dev, {QStringLiteral("diff"), file}).exit, 0);
@@ -232,26 +234,28 @@ TEST_F(CliEndToEnd, SaveDiffAndRestoreRoundTrip) {
 }
 
 TEST_F(CliEndToEnd, PortsListsWhatOpensAndProbeFindsTheDevice) {
-    SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--baud"), QStringLiteral("38400")});
+    SimProcess& dev =
+        sim(QStringLiteral("dev"), {QStringLiteral("--baud"), QStringLiteral("38400")});
     ASSERT_TRUE(dev.running());
     const QString none = emptyPort();
-    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--port"), dev.path(),
-                             QStringLiteral("--port"), none, QStringLiteral("ports"),
-                             QStringLiteral("--probe")});
+    const CliResult r =
+        cli({QStringLiteral("--json"), QStringLiteral("--port"), dev.path(),
+             QStringLiteral("--port"), none, QStringLiteral("ports"), QStringLiteral("--probe")});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     QList<QJsonObject> o = r.objects();
     ASSERT_EQ(o.size(), 2);
     // The two ports are asked at once: the device's object first here.
-    if (o.at(0).value(QStringLiteral("device")).toString() != dev.path()) o.swapItemsAt(0, 1);
+    if (o.at(0).value(QStringLiteral("device")).toString() != dev.path())
+        o.swapItemsAt(0, 1);
     EXPECT_EQ(o.at(0).value(QStringLiteral("device")).toString(), dev.path());
     EXPECT_TRUE(o.at(0).value(QStringLiteral("answers")).toBool());
     EXPECT_EQ(o.at(0).value(QStringLiteral("rate")).toInt(), 38400);
     EXPECT_EQ(o.at(1).value(QStringLiteral("device")).toString(), none);
     EXPECT_FALSE(o.at(1).value(QStringLiteral("answers")).toBool());
-    EXPECT_EQ(cli({QStringLiteral("--port"), QStringLiteral("/nonexistent/tty"),
-                   QStringLiteral("ports")})
-                  .exit,
-              3);
+    EXPECT_EQ(
+        cli({QStringLiteral("--port"), QStringLiteral("/nonexistent/tty"), QStringLiteral("ports")})
+            .exit,
+        3);
 }
 
 } // namespace
@@ -269,13 +273,13 @@ TEST_F(CliEndToEnd, IrCodeOfACommandValueAndOfARemoteKey) {
     const QString pronto = list.objects().first().value(QStringLiteral("pronto")).toString();
     EXPECT_TRUE(pronto.startsWith(QStringLiteral("0000 006C "))) << pronto.toStdString();
     // The same value by its number gives the same pattern.
-    const CliResult number = on(dev, {QStringLiteral("ir"), QStringLiteral("code"),
-                                      QStringLiteral("Noise Reduction"), QStringLiteral("--value"),
-                                      QStringLiteral("2")});
+    const CliResult number =
+        on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Noise Reduction"),
+                 QStringLiteral("--value"), QStringLiteral("2")});
     EXPECT_EQ(number.lines(), QStringList{pronto});
-    const CliResult range = on(dev, {QStringLiteral("ir"), QStringLiteral("code"),
-                                     QStringLiteral("Brightness"), QStringLiteral("--value"),
-                                     QStringLiteral("12")});
+    const CliResult range =
+        on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Brightness"),
+                 QStringLiteral("--value"), QStringLiteral("12")});
     ASSERT_EQ(range.exit, 0) << range.err.toStdString();
     EXPECT_EQ(range.lines().size(), 1);
     EXPECT_NE(range.lines().value(0), pronto);
@@ -283,11 +287,13 @@ TEST_F(CliEndToEnd, IrCodeOfACommandValueAndOfARemoteKey) {
                                    QStringLiteral("--key"), QStringLiteral("Menu")});
     ASSERT_EQ(key.exit, 0) << key.err.toStdString();
     EXPECT_TRUE(key.lines().value(0).startsWith(QStringLiteral("0000 006C ")));
-    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Warp")}).exit, 2);
-    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Noise Reduction"),
-                       QStringLiteral("--value"), QStringLiteral("Extreme")})
-                  .exit,
+    EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Warp")}).exit,
               2);
+    EXPECT_EQ(
+        on(dev, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Noise Reduction"),
+                 QStringLiteral("--value"), QStringLiteral("Extreme")})
+            .exit,
+        2);
     EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("fly")}).exit, 2);
     EXPECT_EQ(on(dev, {QStringLiteral("ir"), QStringLiteral("gen-all"),
                        QStringLiteral("/nonexistent/all.txt")})
@@ -315,38 +321,47 @@ TEST_F(CliEndToEnd, ConsoleSendsEachLineAndShowsTheDebuggersAnswers) {
 
 TEST_F(CliEndToEnd, GammaMakeAndExportWriteTheToolsFiles) {
     const QString gma = homeFile(QStringLiteral("tv.gma"));
-    const CliResult made = cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
-                                QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("2.2"), gma});
+    const CliResult made =
+        cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
+             QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("2.2"), gma});
     ASSERT_EQ(made.exit, 0) << made.err.toStdString();
-    EXPECT_EQ(made.lines(), QStringList{QStringLiteral("Wrote ") + gma + QStringLiteral(" (gamma 2.2)")});
+    EXPECT_EQ(made.lines(),
+              QStringList{QStringLiteral("Wrote ") + gma + QStringLiteral(" (gamma 2.2)")});
     const QByteArray bytes = readHomeFile(QStringLiteral("tv.gma"));
     EXPECT_TRUE(bytes.startsWith("Scalar Gamma=2.2\r\n")) << bytes.left(80).toStdString();
     EXPECT_TRUE(bytes.contains("UseRefData=0"));
     const QString cube = homeFile(QStringLiteral("tv.cube"));
-    const CliResult exported = cli({QStringLiteral("--json"), QStringLiteral("gamma"),
-                                    QStringLiteral("export"), gma, cube});
+    const CliResult exported = cli(
+        {QStringLiteral("--json"), QStringLiteral("gamma"), QStringLiteral("export"), gma, cube});
     ASSERT_EQ(exported.exit, 0) << exported.err.toStdString();
     EXPECT_EQ(exported.objects().value(0).value(QStringLiteral("file")).toString(), cube);
     const QByteArray lut = readHomeFile(QStringLiteral("tv.cube"));
     EXPECT_TRUE(lut.startsWith("TITLE \"tv\"\nLUT_1D_SIZE 1024\n")) << lut.left(80).toStdString();
     EXPECT_EQ(lut.count('\n'), 4 + 1024);
     EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"), gma,
-                   homeFile(QStringLiteral("tv.cal"))}).exit, 0);
+                   homeFile(QStringLiteral("tv.cal"))})
+                  .exit,
+              0);
     EXPECT_TRUE(readHomeFile(QStringLiteral("tv.cal")).startsWith("CAL\n"));
     // A reference file of formulas.
     writeHomeFile(QStringLiteral("lcd.txt"),
                   "FunctionRED=X^2.2\r\nFunctionGreen=CopyRed\r\nFunctionBlue=CopyRed\r\n");
-    const CliResult ref = cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
-                               QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("1.0"),
-                               QStringLiteral("--reference"), homeFile(QStringLiteral("lcd.txt")),
-                               homeFile(QStringLiteral("lcd.gma"))});
+    const CliResult ref =
+        cli({QStringLiteral("gamma"), QStringLiteral("make"), QStringLiteral("--source"),
+             QStringLiteral("0.45"), QStringLiteral("--scalar"), QStringLiteral("1.0"),
+             QStringLiteral("--reference"), homeFile(QStringLiteral("lcd.txt")),
+             homeFile(QStringLiteral("lcd.gma"))});
     ASSERT_EQ(ref.exit, 0) << ref.err.toStdString();
     EXPECT_TRUE(readHomeFile(QStringLiteral("lcd.gma")).contains("UseRefData=1"));
     EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("make"), gma}).exit, 2);
     EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"), gma,
-                   homeFile(QStringLiteral("x.png"))}).exit, 2);
+                   homeFile(QStringLiteral("x.png"))})
+                  .exit,
+              2);
     EXPECT_EQ(cli({QStringLiteral("gamma"), QStringLiteral("export"),
-                   homeFile(QStringLiteral("none.gma")), cube}).exit, 4);
+                   homeFile(QStringLiteral("none.gma")), cube})
+                  .exit,
+              4);
 }
 
 using CliLoad = CliEndToEnd;
@@ -371,7 +386,8 @@ TEST_F(CliLoad, ListLoadsEachImageInTurn) {
     ASSERT_TRUE(dev.running());
     const QString a = image(QStringLiteral("a.frk"), QStringLiteral("2.91"), 4000);
     const QString b = image(QStringLiteral("b.frk"), QStringLiteral("2.92"), 4000);
-    writeHomeFile(QStringLiteral("two.frl"), (a + QStringLiteral("\r\n") + b + QStringLiteral("\r\n")).toUtf8());
+    writeHomeFile(QStringLiteral("two.frl"),
+                  (a + QStringLiteral("\r\n") + b + QStringLiteral("\r\n")).toUtf8());
     const CliResult r = on(dev, {QStringLiteral("load"), homeFile(QStringLiteral("two.frl"))});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.91")));
@@ -415,7 +431,8 @@ TEST_F(CliLoad, CtrlCMidLoadKeepsTheRestartFileAndResumeFinishesTheLoad) {
                                  "--home ") +
                   home() + QStringLiteral(" --port ") + dev.path() +
                   QStringLiteral(" load --resume\" to finish the load"));
-    EXPECT_EQ(readFile(portFile(dev, QStringLiteral("RestartLoader.txt"))), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readFile(portFile(dev, QStringLiteral("RestartLoader.txt"))),
+              QByteArray("COM1,19200,57600,0\r\n"));
     EXPECT_FALSE(dev.traceHas(QStringLiteral("Verify OK")));
 
     const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});

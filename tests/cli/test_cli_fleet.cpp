@@ -32,13 +32,15 @@ protected:
     }
     QStringList portArgs() const {
         QStringList out;
-        for (SimProcess* d : devs) out << QStringLiteral("--port") << d->path();
+        for (SimProcess* d : devs)
+            out << QStringLiteral("--port") << d->path();
         return out;
     }
     QString traceOf(SimProcess& dev) const {
         for (size_t i = 0; i < devs.size(); ++i)
             if (devs[i] == &dev)
-                return QDir(home()).filePath(QStringList{QStringLiteral("one"), QStringLiteral("two"),
+                return QDir(home()).filePath(QStringList{QStringLiteral("one"),
+                                                         QStringLiteral("two"),
                                                          QStringLiteral("three")}
                                                  .at(int(i)) +
                                              QStringLiteral("-trace.txt"));
@@ -49,21 +51,27 @@ protected:
     // change is the moment of its last line, which ties that clock to the wall clock.
     Span hostSpan(SimProcess& dev) const {
         QFile f(traceOf(dev));
-        if (!f.open(QIODevice::ReadOnly)) return {};
+        if (!f.open(QIODevice::ReadOnly))
+            return {};
         const double changed = double(QFileInfo(f).lastModified().toMSecsSinceEpoch());
-        static const QRegularExpression re(QStringLiteral("^\\s*([0-9.]+)\\s+(host|device|note)\\s"));
+        static const QRegularExpression re(
+            QStringLiteral("^\\s*([0-9.]+)\\s+(host|device|note)\\s"));
         Span s;
         double lastLine = -1;
         for (const QByteArray& raw : f.readAll().split('\n')) {
             const auto m = re.match(QString::fromUtf8(raw));
-            if (!m.hasMatch()) continue;
+            if (!m.hasMatch())
+                continue;
             const double ms = m.captured(1).toDouble() * 1000.0;
             lastLine = ms;
-            if (m.captured(2) != QLatin1String("host")) continue;
-            if (s.first < 0) s.first = ms;
+            if (m.captured(2) != QLatin1String("host"))
+                continue;
+            if (s.first < 0)
+                s.first = ms;
             s.last = ms;
         }
-        if (s.first < 0) return {};
+        if (s.first < 0)
+            return {};
         const double offset = changed - lastLine;
         return {s.first + offset, s.last + offset};
     }
@@ -74,11 +82,13 @@ protected:
         for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
             bool number = false;
             const qint64 p = entry.toLongLong(&number);
-            if (!number) continue;
+            if (!number)
+                continue;
             const QByteArray stat = readFile(QStringLiteral("/proc/%1/stat").arg(p));
             // "pid (name) state ppid ...": the name may hold spaces and parentheses.
             const QList<QByteArray> rest = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-            if (rest.size() > 1 && rest.at(1).toLongLong() == pid) out << p;
+            if (rest.size() > 1 && rest.at(1).toLongLong() == pid)
+                out << p;
         }
         return out;
     }
@@ -97,7 +107,8 @@ protected:
 
 TEST_F(CliFleet, ThreePortsSaveAtOnceEachLineUnderItsPort) {
     threeDevices();
-    const CliResult r = cli(portArgs() + QStringList{QStringLiteral("save"), homeFile(QStringLiteral("ports-{n}.txt"))});
+    const CliResult r = cli(portArgs() + QStringList{QStringLiteral("save"),
+                                                     homeFile(QStringLiteral("ports-{n}.txt"))});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     QStringList expected;
     for (int i = 0; i < 3; ++i)
@@ -108,10 +119,12 @@ TEST_F(CliFleet, ThreePortsSaveAtOnceEachLineUnderItsPort) {
     expected.sort();
     EXPECT_EQ(got, expected);
     // Standard error too: every line under the port it came from, none cut or mixed.
-    for (const QString& line : QString::fromLocal8Bit(r.err).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+    for (const QString& line :
+         QString::fromLocal8Bit(r.err).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         int under = 0;
         for (SimProcess* d : devs)
-            if (line.startsWith(d->path() + QStringLiteral(": "))) ++under;
+            if (line.startsWith(d->path() + QStringLiteral(": ")))
+                ++under;
         EXPECT_EQ(under, 1) << line.toStdString();
     }
     // They ran at the same time: every device heard the program before any had heard the last
@@ -127,8 +140,9 @@ TEST_F(CliFleet, ThreePortsSaveAtOnceEachLineUnderItsPort) {
     EXPECT_LT(latestFirst, earliestLast);
     // Each file is its own device's, in its own port's folder's sense: the JSON run saves the
     // same settings again and names each file's lines.
-    const CliResult json = cli(portArgs() + QStringList{QStringLiteral("--json"), QStringLiteral("save"),
-                                                        homeFile(QStringLiteral("json-{port}.txt"))});
+    const CliResult json =
+        cli(portArgs() + QStringList{QStringLiteral("--json"), QStringLiteral("save"),
+                                     homeFile(QStringLiteral("json-{port}.txt"))});
     ASSERT_EQ(json.exit, 0) << json.err.toStdString();
     const QList<QJsonObject> objects = json.objects();
     ASSERT_EQ(objects.size(), 3) << json.out.toStdString();
@@ -138,9 +152,11 @@ TEST_F(CliFleet, ThreePortsSaveAtOnceEachLineUnderItsPort) {
         ports << port;
         int n = 0;
         for (int i = 0; i < 3; ++i)
-            if (devs[size_t(i)]->path() == port) n = i + 1;
+            if (devs[size_t(i)]->path() == port)
+                n = i + 1;
         ASSERT_GT(n, 0) << port.toStdString();
-        const QString file = homeFile(QStringLiteral("json-") + cli::PortFolderName(port) + QStringLiteral(".txt"));
+        const QString file =
+            homeFile(QStringLiteral("json-") + cli::PortFolderName(port) + QStringLiteral(".txt"));
         EXPECT_EQ(o.value(QStringLiteral("file")).toString(), file);
         const QByteArray saved = readFile(file);
         EXPECT_EQ(o.value(QStringLiteral("lines")).toInt(), saved.count('\n'));
@@ -154,8 +170,9 @@ TEST_F(CliFleet, ThreePortsSaveAtOnceEachLineUnderItsPort) {
 
 TEST_F(CliFleet, JobsOneRunsThePortsInTurnInTheOrderGiven) {
     threeDevices();
-    const CliResult r = cli(QStringList{QStringLiteral("--jobs"), QStringLiteral("1"), QStringLiteral("--json")} +
-                            portArgs() + QStringList{QStringLiteral("info")});
+    const CliResult r =
+        cli(QStringList{QStringLiteral("--jobs"), QStringLiteral("1"), QStringLiteral("--json")} +
+            portArgs() + QStringList{QStringLiteral("info")});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     const QList<QJsonObject> objects = r.objects();
     ASSERT_EQ(objects.size(), 3) << r.out.toStdString();
@@ -177,9 +194,10 @@ TEST_F(CliFleet, APortWithNoDeviceMakesTheWorstExitAndTheOthersStillAnswer) {
     devs.push_back(&sim(QStringLiteral("one")));
     devs.push_back(&sim(QStringLiteral("two")));
     const QString empty = emptyPort();
-    const CliResult r = cli({QStringLiteral("--json"), QStringLiteral("--baud"), QStringLiteral("19200"),
-                             QStringLiteral("--port"), devs[0]->path(), QStringLiteral("--port"), empty,
-                             QStringLiteral("--port"), devs[1]->path(), QStringLiteral("info")});
+    const CliResult r =
+        cli({QStringLiteral("--json"), QStringLiteral("--baud"), QStringLiteral("19200"),
+             QStringLiteral("--port"), devs[0]->path(), QStringLiteral("--port"), empty,
+             QStringLiteral("--port"), devs[1]->path(), QStringLiteral("info")});
     EXPECT_EQ(r.exit, 3) << r.err.toStdString();
     const QList<QJsonObject> objects = r.objects();
     ASSERT_EQ(objects.size(), 3) << r.out.toStdString();
@@ -196,7 +214,8 @@ TEST_F(CliFleet, APortWithNoDeviceMakesTheWorstExitAndTheOthersStillAnswer) {
         }
     }
     EXPECT_EQ(answered, (QSet<QString>{devs[0]->path(), devs[1]->path()}));
-    EXPECT_TRUE(r.err.contains((empty + QStringLiteral(": telvo-cli: ")).toLocal8Bit())) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains((empty + QStringLiteral(": telvo-cli: ")).toLocal8Bit()))
+        << r.err.toStdString();
 }
 
 TEST_F(CliFleet, CtrlCDuringThreeLoadsKeepsEachRestartFileAndEachResumes) {
@@ -219,27 +238,35 @@ TEST_F(CliFleet, CtrlCDuringThreeLoadsKeepsEachRestartFileAndEachResumes) {
     ::kill(-group, SIGINT);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 130) << cut.err.toStdString();
-    for (qint64 child : children) EXPECT_FALSE(alive(child)) << child;
+    for (qint64 child : children)
+        EXPECT_FALSE(alive(child)) << child;
     for (SimProcess* d : devs) {
-        EXPECT_TRUE(QFile::exists(portFile(*d, QStringLiteral("RestartLoader.txt")))) << d->path().toStdString();
-        const QString line = d->path() + QStringLiteral(": telvo-cli: interrupted; RestartLoader.txt is kept: run \"telvo-cli --home ") +
-                             home() + QStringLiteral(" --port ") + d->path() +
-                             QStringLiteral(" load --resume\" to finish the load\n");
+        EXPECT_TRUE(QFile::exists(portFile(*d, QStringLiteral("RestartLoader.txt"))))
+            << d->path().toStdString();
+        const QString line =
+            d->path() +
+            QStringLiteral(
+                ": telvo-cli: interrupted; RestartLoader.txt is kept: run \"telvo-cli --home ") +
+            home() + QStringLiteral(" --port ") + d->path() +
+            QStringLiteral(" load --resume\" to finish the load\n");
         EXPECT_TRUE(cut.err.contains(line.toLocal8Bit())) << cut.err.toStdString();
     }
-    const CliResult resumed = cli(portArgs() + QStringList{QStringLiteral("load"), QStringLiteral("--resume")});
+    const CliResult resumed =
+        cli(portArgs() + QStringList{QStringLiteral("load"), QStringLiteral("--resume")});
     ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
     QStringList got = resumed.lines();
     got.sort();
     QStringList expected;
     for (SimProcess* d : devs) {
-        expected << d->path() + QStringLiteral(": Loaded the cut-off load; the firmware is now 2.80");
+        expected << d->path() +
+                        QStringLiteral(": Loaded the cut-off load; the firmware is now 2.80");
         EXPECT_FALSE(QFile::exists(portFile(*d, QStringLiteral("RestartLoader.txt"))));
     }
     expected.sort();
     EXPECT_EQ(got, expected);
     // The devices run the new version.
-    const CliResult info = cli(portArgs() + QStringList{QStringLiteral("--json"), QStringLiteral("info")});
+    const CliResult info =
+        cli(portArgs() + QStringList{QStringLiteral("--json"), QStringLiteral("info")});
     ASSERT_EQ(info.exit, 0) << info.err.toStdString();
     ASSERT_EQ(info.objects().size(), 3);
     for (const QJsonObject& o : info.objects())
@@ -254,7 +281,8 @@ TEST_F(CliFleet, SigtermToTheParentAloneStopsEveryJobAndLeavesNoProcess) {
     // Every device is being talked to.
     ASSERT_TRUE(waitFor([&] {
         for (SimProcess* d : devs)
-            if (hostFrames(*d).isEmpty()) return false;
+            if (hostFrames(*d).isEmpty())
+                return false;
         return true;
     }));
     const qint64 parent = p.processId();
@@ -264,18 +292,21 @@ TEST_F(CliFleet, SigtermToTheParentAloneStopsEveryJobAndLeavesNoProcess) {
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 143) << cut.err.toStdString();
     // The parent ended after its children: none was left to run on without it.
-    for (qint64 child : children) EXPECT_FALSE(alive(child)) << child;
+    for (qint64 child : children)
+        EXPECT_FALSE(alive(child)) << child;
     EXPECT_TRUE(childrenOf(parent).isEmpty());
     // One failure a port, each its own.
     QSet<QString> ports;
     for (const QJsonObject& o : cut.objects()) {
         EXPECT_EQ(o.value(QStringLiteral("exit")).toInt(), 143) << cut.out.toStdString();
-        EXPECT_EQ(o.value(QStringLiteral("error")).toString(), QStringLiteral("terminated (SIGTERM)"));
+        EXPECT_EQ(o.value(QStringLiteral("error")).toString(),
+                  QStringLiteral("terminated (SIGTERM)"));
         ports << o.value(QStringLiteral("port")).toString();
     }
     EXPECT_EQ(cut.objects().size(), 3) << cut.out.toStdString();
     EXPECT_EQ(ports.size(), 3);
-    for (int n = 1; n <= 3; ++n) EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("cut-%1.txt").arg(n))));
+    for (int n = 1; n <= 3; ++n)
+        EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("cut-%1.txt").arg(n))));
 }
 
 TEST_F(CliFleet, AChildKilledWithoutAWordGetsItsFailureFromTheParent) {
@@ -285,14 +316,16 @@ TEST_F(CliFleet, AChildKilledWithoutAWordGetsItsFailureFromTheParent) {
                                                 homeFile(QStringLiteral("kill-{n}.txt"))});
     ASSERT_TRUE(waitFor([&] {
         for (SimProcess* d : devs)
-            if (hostFrames(*d).isEmpty()) return false;
+            if (hostFrames(*d).isEmpty())
+                return false;
         return true;
     }));
     // The second port's process, found by what its parent told it.
     qint64 second = 0;
     for (qint64 child : childrenOf(p.processId()))
-        if (readFile(QStringLiteral("/proc/%1/environ").arg(child)).split('\0').contains(
-                QByteArray(cli::kFleetPortVariable) + "=2"))
+        if (readFile(QStringLiteral("/proc/%1/environ").arg(child))
+                .split('\0')
+                .contains(QByteArray(cli::kFleetPortVariable) + "=2"))
             second = child;
     ASSERT_GT(second, 0);
     ::kill(pid_t(second), SIGKILL);
@@ -303,14 +336,17 @@ TEST_F(CliFleet, AChildKilledWithoutAWordGetsItsFailureFromTheParent) {
     for (const QJsonObject& o : objects) {
         const QString port = o.value(QStringLiteral("port")).toString();
         if (port == devs[1]->path()) {
-            EXPECT_EQ(o.value(QStringLiteral("error")).toString(), QStringLiteral("its job ended by signal 9"));
+            EXPECT_EQ(o.value(QStringLiteral("error")).toString(),
+                      QStringLiteral("its job ended by signal 9"));
             EXPECT_EQ(o.value(QStringLiteral("exit")).toInt(), 128 + SIGKILL);
             EXPECT_EQ(o.value(QStringLiteral("command")).toString(), QStringLiteral("save"));
         } else {
             EXPECT_TRUE(o.contains(QStringLiteral("lines"))) << port.toStdString();
         }
     }
-    EXPECT_TRUE(r.err.contains((devs[1]->path() + QStringLiteral(": telvo-cli: its job ended by signal 9\n")).toLocal8Bit()))
+    EXPECT_TRUE(r.err.contains(
+        (devs[1]->path() + QStringLiteral(": telvo-cli: its job ended by signal 9\n"))
+            .toLocal8Bit()))
         << r.err.toStdString();
     EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("kill-1.txt"))));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("kill-2.txt"))));
@@ -331,7 +367,8 @@ TEST_F(CliFleet, ASignalBeforeAPortsTurnToldForThatPortToo) {
     ASSERT_EQ(objects.size(), 3) << cut.out.toStdString();
     // In turn: the first port was cut, the others never began and never heard the program.
     EXPECT_EQ(objects[0].value(QStringLiteral("port")).toString(), devs[0]->path());
-    EXPECT_EQ(objects[0].value(QStringLiteral("error")).toString(), QStringLiteral("hung up (SIGHUP)"));
+    EXPECT_EQ(objects[0].value(QStringLiteral("error")).toString(),
+              QStringLiteral("hung up (SIGHUP)"));
     for (int i = 1; i < 3; ++i) {
         EXPECT_EQ(objects[i].value(QStringLiteral("port")).toString(), devs[size_t(i)]->path());
         EXPECT_EQ(objects[i].value(QStringLiteral("error")).toString(),

@@ -3,12 +3,12 @@
 
 #include "common/Fixture.h"
 
-#include "common/CliRun.h"
 #include "app/Main.h"
 #include "cli/Session.h"
+#include "common/CliRun.h"
+#include "common/SimProcess.h"
 #include "firmware/LDR.h"
 #include "ir/IRG.h"
-#include "common/SimProcess.h"
 #include "settings/SCL.h"
 
 #include <QFile>
@@ -64,12 +64,14 @@ protected:
     // The connection alone, as telvo-cli makes it before any job.
     QStringList connectionFrames() {
         SimProcess& probe = sim(QStringLiteral("probe"));
-        if (!probe.running() || throughCli(probe, {QStringLiteral("info")}).exit != 0) return {};
+        if (!probe.running() || throughCli(probe, {QStringLiteral("info")}).exit != 0)
+            return {};
         return probe.frames();
     }
     // A file of the command line's job folder for `dev` (a port given by its path has its own).
     QString cliPortFile(SimProcess& dev, const QString& name) const {
-        return cliFile(QStringLiteral("ports/") + cli::PortFolderName(dev.path()) + QLatin1Char('/') + name);
+        return cliFile(QStringLiteral("ports/") + cli::PortFolderName(dev.path()) +
+                       QLatin1Char('/') + name);
     }
     // The walk of a save or restore: from its first set to where the command line's exact
     // put-back begins, which the windows' put-back of their view replaces by design. The
@@ -81,9 +83,11 @@ protected:
         static const QStringList selectors{QStringLiteral("E1"), QStringLiteral("4C"),
                                            QStringLiteral("E0"), QStringLiteral("60")};
         while (end > start) {
-            const QString body = frames.at(end - 1).mid(frames.at(end - 1).indexOf(QLatin1String("(STX)")));
+            const QString body =
+                frames.at(end - 1).mid(frames.at(end - 1).indexOf(QLatin1String("(STX)")));
             const QString type = body.mid(5, 2);
-            if (type != QLatin1String("01") && type != QLatin1String("02") && !selectors.contains(body.mid(9, 2)))
+            if (type != QLatin1String("01") && type != QLatin1String("02") &&
+                !selectors.contains(body.mid(9, 2)))
                 break;
             --end;
         }
@@ -91,7 +95,8 @@ protected:
     }
     static qsizetype firstSet(const QStringList& frames) {
         for (qsizetype i = 0; i < frames.size(); ++i)
-            if (frames.at(i).startsWith(QLatin1String("host  (STX)30"))) return i;
+            if (frames.at(i).startsWith(QLatin1String("host  (STX)30")))
+                return i;
         return frames.size();
     }
     static QByteArray read(const QString& path) {
@@ -129,17 +134,20 @@ TEST_F(SameJob, Restore) {
                                       QStringLiteral("Red Gain=1.25")})
                       .exit,
                   0);
-        ASSERT_EQ(throughCli(source, {QStringLiteral("save"), cliFile(QStringLiteral("source.txt"))}).exit, 0);
+        ASSERT_EQ(
+            throughCli(source, {QStringLiteral("save"), cliFile(QStringLiteral("source.txt"))})
+                .exit,
+            0);
         file = read(cliFile(QStringLiteral("source.txt")));
-        ASSERT_TRUE(
-            file.contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B112\r\n"));
+        ASSERT_TRUE(file.contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B112\r\n"));
     }
     writeHomeFile(QStringLiteral("Settings.txt"), file);
     SimProcess& w = sim(QStringLiteral("windows"));
     SimProcess& c = sim(QStringLiteral("cli"));
     ASSERT_TRUE(w.running() && c.running());
     throughWindows(w, [] { QTest::mouseClick(ui::scl().cmdRestore, Qt::LeftButton); });
-    const CliResult r = throughCli(c, {QStringLiteral("restore"), cliFile(QStringLiteral("source.txt"))});
+    const CliResult r =
+        throughCli(c, {QStringLiteral("restore"), cliFile(QStringLiteral("source.txt"))});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     const QStringList walk = walkOf(c.frames());
     EXPECT_EQ(w.frames().mid(firstSet(w.frames()), walk.size()), walk);
@@ -159,8 +167,8 @@ TEST_F(SameJob, Set) {
     throughWindows(w, [&] {
         before = int(w.frames().size());
         ui::SettingLabel* brightness = nullptr;
-        for (ui::SettingLabel* l : ui::scl().lblSettingTop + ui::scl().lblSettingMid +
-                                       ui::scl().lblSettingBtm)
+        for (ui::SettingLabel* l :
+             ui::scl().lblSettingTop + ui::scl().lblSettingMid + ui::scl().lblSettingBtm)
             if (l->accessibleName().section(QLatin1Char('='), 0, 0) == QLatin1String("Audio Delay"))
                 brightness = l;
         ASSERT_NE(brightness, nullptr);
@@ -200,8 +208,8 @@ TEST_F(SameJob, IrGenAll) {
         }
     });
     for (const char* name : {"all.txt", "all.hex"}) {
-        const CliResult r = throughCli(c, {QStringLiteral("ir"), QStringLiteral("gen-all"),
-                                           cliFile(QLatin1String(name))});
+        const CliResult r = throughCli(
+            c, {QStringLiteral("ir"), QStringLiteral("gen-all"), cliFile(QLatin1String(name))});
         ASSERT_EQ(r.exit, 0) << r.err.toStdString();
         const QByteArray windowsFile = readHomeFile(QLatin1String(name));
         EXPECT_GT(windowsFile.count('\n'), 40) << name;
@@ -216,9 +224,9 @@ TEST_F(SameJob, Load) {
     QString image = homeFile(QStringLiteral("new.frk"));
     {
         QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), image, QStringLiteral("--version"),
-                              QStringLiteral("2.84"), QStringLiteral("--size"),
-                              QStringLiteral("6000")});
+        p.start(SimBinary(),
+                {QStringLiteral("--make-firmware"), image, QStringLiteral("--version"),
+                 QStringLiteral("2.84"), QStringLiteral("--size"), QStringLiteral("6000")});
         ASSERT_TRUE(p.waitForFinished(10000));
     }
     const QStringList connection = connectionFrames();

@@ -42,7 +42,8 @@ protected:
     static QStringList hostFrames(const SimProcess& dev) {
         QStringList out;
         for (const QString& f : dev.frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
         return out;
     }
 
@@ -53,26 +54,28 @@ TEST_F(CliShell, ShortOptionsAreTheLongOnes) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
     // -p PORT, -b RATE, -j, -q and -y bundled, -v the log to standard error.
-    const CliResult r = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("-b19200"),
-                             QStringLiteral("-jqy"), QStringLiteral("-v"), QStringLiteral("get"),
-                             QStringLiteral("Brightness")});
+    const CliResult r =
+        cli({QStringLiteral("-p"), dev.path(), QStringLiteral("-b19200"), QStringLiteral("-jqy"),
+             QStringLiteral("-v"), QStringLiteral("get"), QStringLiteral("Brightness")});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
     ASSERT_EQ(r.objects().size(), 1);
-    EXPECT_EQ(r.objects().at(0).value(QStringLiteral("name")).toString(), QStringLiteral("Brightness"));
+    EXPECT_EQ(r.objects().at(0).value(QStringLiteral("name")).toString(),
+              QStringLiteral("Brightness"));
     // The trace went to standard error: the log's lines of the search.
-    EXPECT_TRUE(err(r).contains(QStringLiteral("Starting Subroutine GetProbeMode"))) << r.err.toStdString();
+    EXPECT_TRUE(err(r).contains(QStringLiteral("Starting Subroutine GetProbeMode")))
+        << r.err.toStdString();
     const CliResult version = cli({QStringLiteral("-V")});
     EXPECT_EQ(version.exit, 0);
     EXPECT_EQ(version.out, QByteArray("telvo-cli " TELVO_VERSION "\n"));
 }
 
 TEST_F(CliShell, JsonFalseLeavesJsonOff) {
-    const CliResult off = cli({QStringLiteral("--json=false"), QStringLiteral("names"),
-                               QStringLiteral("Brightness")});
+    const CliResult off = cli(
+        {QStringLiteral("--json=false"), QStringLiteral("names"), QStringLiteral("Brightness")});
     ASSERT_EQ(off.exit, 0) << off.err.toStdString();
     EXPECT_EQ(off.out, QByteArray("Brightness (B1): a number from -50 to 50\n"));
-    const CliResult on = cli({QStringLiteral("--json=true"), QStringLiteral("names"),
-                              QStringLiteral("Brightness")});
+    const CliResult on =
+        cli({QStringLiteral("--json=true"), QStringLiteral("names"), QStringLiteral("Brightness")});
     ASSERT_EQ(on.objects().size(), 1);
     EXPECT_EQ(on.objects().at(0).value(QStringLiteral("max")).toDouble(), 50.0);
     const CliResult bad = cli({QStringLiteral("--json=maybe"), QStringLiteral("names")});
@@ -118,8 +121,8 @@ TEST_F(CliShell, NamesListsTheSettingsAndOnesValues) {
     ASSERT_EQ(list.exit, 0);
     EXPECT_EQ(list.lines().first(), QStringLiteral("Noise Reduction (B6): one of"));
     EXPECT_TRUE(list.lines().contains(QStringLiteral("     2  Medium")));
-    const CliResult integer = cli({QStringLiteral("-j"), QStringLiteral("names"),
-                                   QStringLiteral("Audio Delay")});
+    const CliResult integer =
+        cli({QStringLiteral("-j"), QStringLiteral("names"), QStringLiteral("Audio Delay")});
     ASSERT_EQ(integer.objects().size(), 1);
     const QJsonObject o = integer.objects().at(0);
     EXPECT_EQ(o.value(QStringLiteral("kind")).toString(), QStringLiteral("integer"));
@@ -141,8 +144,8 @@ TEST_F(CliShell, BadValueNamesTheAllowedOnesAndNothingIsSent) {
     const CliResult word = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("set"),
                                 QStringLiteral("Brightness=abc")});
     EXPECT_EQ(word.exit, 2);
-    EXPECT_TRUE(err(word).contains(
-        QStringLiteral("Brightness takes a number from -50 to 50, not abc")))
+    EXPECT_TRUE(
+        err(word).contains(QStringLiteral("Brightness takes a number from -50 to 50, not abc")))
         << word.err.toStdString();
     const CliResult far = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("set"),
                                QStringLiteral("OSD Timeout=500")});
@@ -163,8 +166,8 @@ TEST_F(CliShell, BadValueNamesTheAllowedOnesAndNothingIsSent) {
         EXPECT_FALSE(frame.contains(QLatin1String("abc"))) << frame.toStdString();
     }
     // A good value still goes.
-    const CliResult good = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("set"),
-                                QStringLiteral("Brightness=-5")});
+    const CliResult good = cli(
+        {QStringLiteral("-p"), dev.path(), QStringLiteral("set"), QStringLiteral("Brightness=-5")});
     ASSERT_EQ(good.exit, 0) << good.err.toStdString();
     EXPECT_EQ(good.lines(), QStringList{QStringLiteral("Brightness=-5")});
 }
@@ -172,8 +175,8 @@ TEST_F(CliShell, BadValueNamesTheAllowedOnesAndNothingIsSent) {
 TEST_F(CliShell, PortsTellTheDeviceFileAndWhyAPortIsRefused) {
     SimProcess& dev = sim(QStringLiteral("dev"));
     ASSERT_TRUE(dev.running());
-    const CliResult free = cli({QStringLiteral("-j"), QStringLiteral("-p"), dev.path(),
-                                QStringLiteral("ports")});
+    const CliResult free =
+        cli({QStringLiteral("-j"), QStringLiteral("-p"), dev.path(), QStringLiteral("ports")});
     ASSERT_EQ(free.exit, 0) << free.err.toStdString();
     ASSERT_EQ(free.objects().size(), 1);
     EXPECT_TRUE(free.objects().at(0).value(QStringLiteral("opens")).toBool());
@@ -188,8 +191,8 @@ TEST_F(CliShell, PortsTellTheDeviceFileAndWhyAPortIsRefused) {
                                         QStringLiteral("  refused: busy (another program has it "
                                                        "open)")});
     holder.close();
-    const CliResult missing = cli({QStringLiteral("-p"), QStringLiteral("/nonexistent/tty"),
-                                   QStringLiteral("ports")});
+    const CliResult missing =
+        cli({QStringLiteral("-p"), QStringLiteral("/nonexistent/tty"), QStringLiteral("ports")});
     EXPECT_EQ(missing.exit, 3);
     EXPECT_EQ(missing.lines(), QStringList{QStringLiteral(
                                    "COM1  /nonexistent/tty  refused: the device file does not "
@@ -201,9 +204,9 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
     ASSERT_TRUE(dev.running());
     const QString image = homeFile(QStringLiteral("new.frk"));
     QProcess make;
-    make.start(SimBinary(), {QStringLiteral("--make-firmware"), image, QStringLiteral("--version"),
-                             QStringLiteral("2.81"), QStringLiteral("--size"),
-                             QStringLiteral("8000")});
+    make.start(SimBinary(),
+               {QStringLiteral("--make-firmware"), image, QStringLiteral("--version"),
+                QStringLiteral("2.81"), QStringLiteral("--size"), QStringLiteral("8000")});
     ASSERT_TRUE(make.waitForFinished(30000));
     const CliResult r = cli({QStringLiteral("-p"), dev.path(), QStringLiteral("load"), image});
     ASSERT_EQ(r.exit, 0) << r.err.toStdString();
@@ -211,7 +214,8 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
     // Where the first line that starts with `start` stands; -1 when none does.
     const auto at = [&lines](const QString& start) {
         for (int i = 0; i < lines.size(); ++i)
-            if (lines.at(i).startsWith(start)) return i;
+            if (lines.at(i).startsWith(start))
+                return i;
         return -1;
     };
     // Each list in the order it happened. The tenths are read from the loader's bar between
@@ -220,8 +224,8 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
         {QStringLiteral("Checking Com Port COM1"),
          QStringLiteral("Gorda Found on COM1 Operating @ 19200 baud"),
          QStringLiteral("Sending command to set Gorda baud rate to 57600"),
-         QStringLiteral("Setting Gorda into Firmware Update Mode"), QStringLiteral("Sending: 50%  "),
-         QStringLiteral("Waiting 10 seconds while Gorda reboots"),
+         QStringLiteral("Setting Gorda into Firmware Update Mode"),
+         QStringLiteral("Sending: 50%  "), QStringLiteral("Waiting 10 seconds while Gorda reboots"),
          QStringLiteral("Load complete, Ready to start search")},
         // The device's verdict, once, after the last block went.
         {QStringLiteral("Sending: 100%  "),
@@ -244,8 +248,8 @@ TEST_F(CliShell, LoadInAPipeTellsEachStageAndEveryTenth) {
     EXPECT_LT(at(QStringLiteral("Bytes processed")), 0);
     // Lines, never a bar redrawn in place.
     EXPECT_FALSE(r.err.contains('\r'));
-    const CliResult quiet = cli({QStringLiteral("-q"), QStringLiteral("-p"), dev.path(),
-                                 QStringLiteral("load"), image});
+    const CliResult quiet = cli(
+        {QStringLiteral("-q"), QStringLiteral("-p"), dev.path(), QStringLiteral("load"), image});
     ASSERT_EQ(quiet.exit, 0) << quiet.err.toStdString();
     EXPECT_FALSE(quiet.err.contains("Sending:"));
 }

@@ -8,8 +8,8 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QLockFile>
 #include <QJsonObject>
+#include <QLockFile>
 #include <QSerialPort>
 #include <QTcpServer>
 #include <csignal>
@@ -26,7 +26,8 @@ protected:
     QStringList setFrames(SimProcess& dev) {
         QStringList out;
         for (const QString& f : hostFrames(dev))
-            if (f.startsWith(QLatin1String("(STX)30"))) out << f;
+            if (f.startsWith(QLatin1String("(STX)30")))
+                out << f;
         return out;
     }
     QString text(const QByteArray& bytes) { return QString::fromLocal8Bit(bytes); }
@@ -43,9 +44,9 @@ TEST_F(CliTrust, ReadsLeaveTheSelectorsAndTheFoundInputsValuesAsFound) {
     const QStringList found{QStringLiteral("Brightness=17"), QStringLiteral("Input=S-Vid-1"),
                             QStringLiteral("Output Type=Digital"), QStringLiteral("Preset=Game"),
                             QStringLiteral("Profile=Profile 4")};
-    const QStringList ask{QStringLiteral("get"), QStringLiteral("Brightness"), QStringLiteral("Input"),
-                          QStringLiteral("Output Type"), QStringLiteral("Preset"),
-                          QStringLiteral("Profile")};
+    const QStringList ask{QStringLiteral("get"),    QStringLiteral("Brightness"),
+                          QStringLiteral("Input"),  QStringLiteral("Output Type"),
+                          QStringLiteral("Preset"), QStringLiteral("Profile")};
     ASSERT_EQ(on(dev, ask).lines(), found);
     ASSERT_EQ(on(dev, {QStringLiteral("info")}).exit, 0);
     // Neither info nor get sets anything.
@@ -62,7 +63,8 @@ TEST_F(CliTrust, ReadsLeaveTheSelectorsAndTheFoundInputsValuesAsFound) {
     const QStringList sets = setFrames(dev);
     const auto lastSet = [&sets](const QString& code) {
         for (qsizetype i = sets.size() - 1; i >= 0; --i)
-            if (sets.at(i).mid(9, 2) == code) return sets.at(i);
+            if (sets.at(i).mid(9, 2) == code)
+                return sets.at(i);
         return QString();
     };
     EXPECT_EQ(lastSet(QStringLiteral("E1")), QStringLiteral("(STX)3005E1(NUL)2(NUL)(ETX)"));
@@ -72,9 +74,9 @@ TEST_F(CliTrust, ReadsLeaveTheSelectorsAndTheFoundInputsValuesAsFound) {
 }
 
 TEST_F(CliTrust, ADeviceInStandbyIsPoweredOnlyWithPowerOn) {
-    SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--standby"),
-                                                  QStringLiteral("--power-up-after"),
-                                                  QStringLiteral("1")});
+    SimProcess& dev =
+        sim(QStringLiteral("dev"),
+            {QStringLiteral("--standby"), QStringLiteral("--power-up-after"), QStringLiteral("1")});
     ASSERT_TRUE(dev.running());
     const CliResult r = on(dev, {QStringLiteral("info")});
     EXPECT_EQ(r.exit, 3);
@@ -89,20 +91,29 @@ TEST_F(CliTrust, ADeviceInStandbyIsPoweredOnlyWithPowerOn) {
 
 // 2. Files mix between devices.
 TEST_F(CliTrust, TwoSavesAtOnceEachWriteTheirOwnDevice) {
-    SimProcess& a = sim(QStringLiteral("a"), {QStringLiteral("--settings"), QStringLiteral("D1=30")});
-    SimProcess& b = sim(QStringLiteral("b"), {QStringLiteral("--settings"), QStringLiteral("D1=90")});
+    SimProcess& a =
+        sim(QStringLiteral("a"), {QStringLiteral("--settings"), QStringLiteral("D1=30")});
+    SimProcess& b =
+        sim(QStringLiteral("b"), {QStringLiteral("--settings"), QStringLiteral("D1=90")});
     ASSERT_TRUE(a.running() && b.running());
     // A stale Settings.txt in the program's folder must end up in neither file.
     writeHomeFile(QStringLiteral("Settings.txt"), "SetParameter=OSD Timeout, D155\r\n");
     QProcess pa, pb;
-    StartCli(pa, home(), {QStringLiteral("--port"), a.path(), QStringLiteral("save"), homeFile(QStringLiteral("a1.txt"))});
-    StartCli(pb, home(), {QStringLiteral("--port"), b.path(), QStringLiteral("save"), homeFile(QStringLiteral("b1.txt"))});
+    StartCli(pa, home(),
+             {QStringLiteral("--port"), a.path(), QStringLiteral("save"),
+              homeFile(QStringLiteral("a1.txt"))});
+    StartCli(pb, home(),
+             {QStringLiteral("--port"), b.path(), QStringLiteral("save"),
+              homeFile(QStringLiteral("b1.txt"))});
     const CliResult ra = Finish(pa), rb = Finish(pb);
     ASSERT_EQ(ra.exit, 0) << ra.err.toStdString();
     ASSERT_EQ(rb.exit, 0) << rb.err.toStdString();
-    EXPECT_TRUE(readHomeFile(QStringLiteral("a1.txt")).contains("SetParameter=OSD Timeout, D130\r\n"));
-    EXPECT_TRUE(readHomeFile(QStringLiteral("b1.txt")).contains("SetParameter=OSD Timeout, D190\r\n"));
-    EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")), QByteArray("SetParameter=OSD Timeout, D155\r\n"));
+    EXPECT_TRUE(
+        readHomeFile(QStringLiteral("a1.txt")).contains("SetParameter=OSD Timeout, D130\r\n"));
+    EXPECT_TRUE(
+        readHomeFile(QStringLiteral("b1.txt")).contains("SetParameter=OSD Timeout, D190\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")),
+              QByteArray("SetParameter=OSD Timeout, D155\r\n"));
     // Each port kept its log apart, the program's folder none.
     EXPECT_TRUE(readFile(portFile(a, QStringLiteral("LogFile.txt"))).contains(a.path().toUtf8()));
     EXPECT_TRUE(readFile(portFile(b, QStringLiteral("LogFile.txt"))).contains(b.path().toUtf8()));
@@ -110,19 +121,25 @@ TEST_F(CliTrust, TwoSavesAtOnceEachWriteTheirOwnDevice) {
 }
 
 TEST_F(CliTrust, SeveralPortsSaveToAFileEachOrNotAtAll) {
-    SimProcess& a = sim(QStringLiteral("a"), {QStringLiteral("--settings"), QStringLiteral("D1=30")});
-    SimProcess& b = sim(QStringLiteral("b"), {QStringLiteral("--settings"), QStringLiteral("D1=90")});
+    SimProcess& a =
+        sim(QStringLiteral("a"), {QStringLiteral("--settings"), QStringLiteral("D1=30")});
+    SimProcess& b =
+        sim(QStringLiteral("b"), {QStringLiteral("--settings"), QStringLiteral("D1=90")});
     ASSERT_TRUE(a.running() && b.running());
     const QStringList ports{QStringLiteral("--port"), a.path(), QStringLiteral("--port"), b.path()};
-    const CliResult plain = cli(ports + QStringList{QStringLiteral("save"), homeFile(QStringLiteral("s.txt"))});
+    const CliResult plain =
+        cli(ports + QStringList{QStringLiteral("save"), homeFile(QStringLiteral("s.txt"))});
     EXPECT_EQ(plain.exit, 2);
     EXPECT_TRUE(plain.err.contains("{n} or {port}")) << plain.err.toStdString();
     EXPECT_TRUE(hostFrames(a).isEmpty());
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("s.txt"))));
-    const CliResult each = cli(ports + QStringList{QStringLiteral("save"), homeFile(QStringLiteral("rack-{n}.txt"))});
+    const CliResult each =
+        cli(ports + QStringList{QStringLiteral("save"), homeFile(QStringLiteral("rack-{n}.txt"))});
     ASSERT_EQ(each.exit, 0) << each.err.toStdString();
-    EXPECT_TRUE(readHomeFile(QStringLiteral("rack-1.txt")).contains("SetParameter=OSD Timeout, D130\r\n"));
-    EXPECT_TRUE(readHomeFile(QStringLiteral("rack-2.txt")).contains("SetParameter=OSD Timeout, D190\r\n"));
+    EXPECT_TRUE(
+        readHomeFile(QStringLiteral("rack-1.txt")).contains("SetParameter=OSD Timeout, D130\r\n"));
+    EXPECT_TRUE(
+        readHomeFile(QStringLiteral("rack-2.txt")).contains("SetParameter=OSD Timeout, D190\r\n"));
     // Without a file, each port's own Settings.txt.
     ASSERT_EQ(cli(ports + QStringList{QStringLiteral("save")}).exit, 0);
     EXPECT_TRUE(readFile(portFile(a, QStringLiteral("Settings.txt"))).contains("D130\r\n"));
@@ -147,7 +164,8 @@ TEST_F(CliTrust, SigtermMidRestoreLeavesEverySettingsFileAsItWas) {
     ASSERT_TRUE(waitFor([&] {
         const QStringList f = hostFrames(dev);
         for (qsizetype i = before; i < f.size(); ++i)
-            if (f.at(i).startsWith(QLatin1String("(STX)30")) && f.at(i).mid(9, 2) == QLatin1String("B1"))
+            if (f.at(i).startsWith(QLatin1String("(STX)30")) &&
+                f.at(i).mid(9, 2) == QLatin1String("B1"))
                 return true;
         return false;
     }));
@@ -155,7 +173,8 @@ TEST_F(CliTrust, SigtermMidRestoreLeavesEverySettingsFileAsItWas) {
     const CliResult r = Finish(p);
     EXPECT_EQ(r.exit, 143);
     EXPECT_EQ(text(r.err).trimmed().split(QLatin1Char('\n')).last(),
-              QStringLiteral("telvo-cli: ") + dev.path() + QStringLiteral(": terminated (SIGTERM)"));
+              QStringLiteral("telvo-cli: ") + dev.path() +
+                  QStringLiteral(": terminated (SIGTERM)"));
     EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")), own);
     EXPECT_EQ(readFile(portFile(dev, QStringLiteral("Settings.txt"))), own);
 }
@@ -178,7 +197,8 @@ TEST_F(CliTrust, ASecondJobOnAPortSaysWhichJobHasIt) {
     ASSERT_TRUE(QDir().mkpath(QFileInfo(portFile(dev, QStringLiteral("x"))).absolutePath()));
     QLockFile lock(portFile(dev, QStringLiteral("telvo-cli.lock")));
     ASSERT_TRUE(lock.tryLock(0));
-    const QString holder = QStringLiteral("in use by job %1").arg(QCoreApplication::applicationPid());
+    const QString holder =
+        QStringLiteral("in use by job %1").arg(QCoreApplication::applicationPid());
     const CliResult refused = on(dev, {QStringLiteral("--no-wait"), QStringLiteral("info")});
     EXPECT_EQ(refused.exit, 7);
     EXPECT_TRUE(refused.err.contains(holder.toUtf8())) << refused.err.toStdString();
@@ -192,7 +212,8 @@ TEST_F(CliTrust, ASecondJobOnAPortSaysWhichJobHasIt) {
         err += p.readAllStandardError();
         return err.contains("waiting for job");
     }));
-    EXPECT_TRUE(err.contains(QStringLiteral("waiting for job %1").arg(QCoreApplication::applicationPid()).toUtf8()))
+    EXPECT_TRUE(err.contains(
+        QStringLiteral("waiting for job %1").arg(QCoreApplication::applicationPid()).toUtf8()))
         << err.toStdString();
     EXPECT_TRUE(dev.frames().isEmpty());
     lock.unlock();
@@ -212,7 +233,8 @@ TEST_F(CliTrust, ARestoreThatCouldNotSetEverySettingIsExit1AndNamesThem) {
     ASSERT_TRUE(bytes.contains(line));
     bytes.replace(line, "SetState=Input Video 2,4C2; SetParameter=Brightness, B199\r\n");
     writeHomeFile(QStringLiteral("rack.txt"), bytes);
-    const CliResult r = on(dev, {QStringLiteral("--json"), QStringLiteral("--quiet"), QStringLiteral("restore"), rack});
+    const CliResult r = on(dev, {QStringLiteral("--json"), QStringLiteral("--quiet"),
+                                 QStringLiteral("restore"), rack});
     EXPECT_EQ(r.exit, 1);
     ASSERT_EQ(r.objects().size(), 1);
     const QJsonObject o = r.objects().first();
@@ -237,8 +259,9 @@ TEST_F(CliTrust, ASaveAsksAgainForAnAnswerThatCameWithNoiseInItAndTheFileRestore
     const QString trace = homeFile(QStringLiteral("trace.txt"));
     const QString rack = homeFile(QStringLiteral("rack.txt"));
     QProcess p;
-    StartCli(p, home(), {QStringLiteral("--port"), dev.path(), QStringLiteral("--trace"), trace,
-                         QStringLiteral("save"), rack});
+    StartCli(p, home(),
+             {QStringLiteral("--port"), dev.path(), QStringLiteral("--trace"), trace,
+              QStringLiteral("save"), rack});
     ASSERT_TRUE(waitFor([&] { return readFile(trace).contains("Setting Gorda to State"); }));
     {
         QFile fifo(control);
@@ -260,7 +283,8 @@ TEST_F(CliTrust, AFileOfTheWrongKindIsRefusedBeforeAnythingIsSentOrWritten) {
     const QString garbage = homeFile(QStringLiteral("garbage.txt"));
     const CliResult restore = on(dev, {QStringLiteral("restore"), garbage});
     EXPECT_EQ(restore.exit, 4);
-    EXPECT_TRUE(restore.err.contains("is not a settings file: line 1 is not a saved setting: hello"))
+    EXPECT_TRUE(
+        restore.err.contains("is not a settings file: line 1 is not a saved setting: hello"))
         << restore.err.toStdString();
     EXPECT_EQ(on(dev, {QStringLiteral("diff"), garbage}).exit, 4);
     const QString cube = homeFile(QStringLiteral("g.cube"));
@@ -269,7 +293,8 @@ TEST_F(CliTrust, AFileOfTheWrongKindIsRefusedBeforeAnythingIsSentOrWritten) {
     EXPECT_TRUE(gamma.err.contains("is not a gamma file")) << gamma.err.toStdString();
     EXPECT_FALSE(QFile::exists(cube));
     writeHomeFile(QStringLiteral("junk.frk"), "this is a text file, not firmware\r\n");
-    const CliResult load = on(dev, {QStringLiteral("--yes"), QStringLiteral("load"), homeFile(QStringLiteral("junk.frk"))});
+    const CliResult load = on(dev, {QStringLiteral("--yes"), QStringLiteral("load"),
+                                    homeFile(QStringLiteral("junk.frk"))});
     EXPECT_EQ(load.exit, 4);
     EXPECT_TRUE(load.err.contains("is not a firmware image")) << load.err.toStdString();
     // Nothing reached the device.
@@ -278,7 +303,8 @@ TEST_F(CliTrust, AFileOfTheWrongKindIsRefusedBeforeAnythingIsSentOrWritten) {
 
 // 4. One message for every way a connection fails.
 TEST_F(CliTrust, AFailedConnectionSaysWhyPerPort) {
-    const CliResult missing = cli({QStringLiteral("--port"), QStringLiteral("/nonexistent/ttyUSB9"), QStringLiteral("info")});
+    const CliResult missing = cli(
+        {QStringLiteral("--port"), QStringLiteral("/nonexistent/ttyUSB9"), QStringLiteral("info")});
     EXPECT_EQ(missing.exit, 3);
     EXPECT_TRUE(missing.err.contains("/nonexistent/ttyUSB9: the device file does not exist"))
         << missing.err.toStdString();
@@ -286,13 +312,16 @@ TEST_F(CliTrust, AFailedConnectionSaysWhyPerPort) {
     ASSERT_TRUE(silent.running());
     const CliResult quiet = on(silent, {QStringLiteral("info")});
     EXPECT_EQ(quiet.exit, 3);
-    EXPECT_TRUE(quiet.err.contains(": opened, but silent at 19200 baud")) << quiet.err.toStdString();
+    EXPECT_TRUE(quiet.err.contains(": opened, but silent at 19200 baud"))
+        << quiet.err.toStdString();
     // Telvo.ini says 19200; the device runs at 38400.
-    SimProcess& other = sim(QStringLiteral("other"), {QStringLiteral("--baud"), QStringLiteral("38400")});
+    SimProcess& other =
+        sim(QStringLiteral("other"), {QStringLiteral("--baud"), QStringLiteral("38400")});
     ASSERT_TRUE(other.running());
     const CliResult rate = on(other, {QStringLiteral("info")});
     EXPECT_EQ(rate.exit, 3);
-    EXPECT_TRUE(rate.err.contains(": answered at 38400 baud, not at the 19200 given")) << rate.err.toStdString();
+    EXPECT_TRUE(rate.err.contains(": answered at 38400 baud, not at the 19200 given"))
+        << rate.err.toStdString();
     // A device file another program holds (opened exclusively, as a terminal program would).
     SimProcess& held = sim(QStringLiteral("held"));
     ASSERT_TRUE(held.running());
@@ -310,11 +339,14 @@ TEST_F(CliTrust, AFailedConnectionSaysWhyPerPort) {
     closed.close();
     const CliResult refused = cli({QStringLiteral("--port"), refusedAt, QStringLiteral("info")});
     EXPECT_EQ(refused.exit, 3);
-    EXPECT_TRUE(refused.err.contains(refusedAt.toUtf8() + ": connection refused")) << refused.err.toStdString();
-    const CliResult unknown = cli({QStringLiteral("--port"), QStringLiteral("rfc2217://no-such-host.invalid:4000"),
-                                   QStringLiteral("info")});
+    EXPECT_TRUE(refused.err.contains(refusedAt.toUtf8() + ": connection refused"))
+        << refused.err.toStdString();
+    const CliResult unknown =
+        cli({QStringLiteral("--port"), QStringLiteral("rfc2217://no-such-host.invalid:4000"),
+             QStringLiteral("info")});
     EXPECT_EQ(unknown.exit, 3);
-    EXPECT_TRUE(unknown.err.contains("rfc2217://no-such-host.invalid:4000: host not found")) << unknown.err.toStdString();
+    EXPECT_TRUE(unknown.err.contains("rfc2217://no-such-host.invalid:4000: host not found"))
+        << unknown.err.toStdString();
     // Permission: a device file the user may not open (root may open anything).
     if (::geteuid() != 0) {
         SimProcess& locked = sim(QStringLiteral("locked"));
@@ -339,11 +371,13 @@ TEST_F(CliTrust, ACutLoadIsNamedByEveryJobAndAResumeStoppedAtAPromptKeepsItsFile
     ::kill(pid_t(p.processId()), SIGHUP);
     const CliResult cut = Finish(p);
     EXPECT_EQ(cut.exit, 129);
-    EXPECT_TRUE(cut.err.contains(": hung up (SIGHUP); RestartLoader.txt is kept")) << cut.err.toStdString();
+    EXPECT_TRUE(cut.err.contains(": hung up (SIGHUP); RestartLoader.txt is kept"))
+        << cut.err.toStdString();
     ASSERT_TRUE(QFile::exists(restart));
     const CliResult info = on(dev, {QStringLiteral("info")});
     EXPECT_EQ(info.exit, 1);
-    EXPECT_TRUE(info.err.contains("in its boot loader: run `telvo-cli load --resume`")) << info.err.toStdString();
+    EXPECT_TRUE(info.err.contains("in its boot loader: run `telvo-cli load --resume`"))
+        << info.err.toStdString();
     // A resume that stops at a prompt leaves the restart file for the next try.
     writeIni({QStringLiteral("Confirm Operations = True")});
     const CliResult stopped = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
@@ -352,7 +386,8 @@ TEST_F(CliTrust, ACutLoadIsNamedByEveryJobAndAResumeStoppedAtAPromptKeepsItsFile
     writeIni({});
     const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
     ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
-    EXPECT_EQ(resumed.lines(), QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.80")});
+    EXPECT_EQ(resumed.lines(),
+              QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.80")});
     EXPECT_FALSE(QFile::exists(restart));
     // No temporary file stays behind.
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("Temp$$.hex"))));
@@ -371,7 +406,8 @@ TEST_F(CliTrust, ACutAfterTheDevicesVerdictSaysSoAndTheResumeTellsTheVersionItRe
         return readFile(portFile(dev, QStringLiteral("LogFile.txt"))).contains("reboots");
     }));
     // The program logs the reboot wait when the last block has gone; the device gives its verdict
-    // only once it has checked the image, a little later, and the program tells when it has read it.
+    // only once it has checked the image, a little later, and the program tells when it has read
+    // it.
     QByteArray told;
     ASSERT_TRUE(waitFor([&] {
         p.waitForReadyRead(20);
@@ -382,12 +418,14 @@ TEST_F(CliTrust, ACutAfterTheDevicesVerdictSaysSoAndTheResumeTellsTheVersionItRe
     CliResult cut = Finish(p);
     cut.err.prepend(told);
     EXPECT_EQ(cut.exit, 130);
-    EXPECT_TRUE(cut.err.contains(": interrupted; the device had accepted the image and is rebooting into it; "
-                                 "RestartLoader.txt is kept"))
+    EXPECT_TRUE(cut.err.contains(
+        ": interrupted; the device had accepted the image and is rebooting into it; "
+        "RestartLoader.txt is kept"))
         << cut.err.toStdString();
     const CliResult resumed = on(dev, {QStringLiteral("load"), QStringLiteral("--resume")});
     ASSERT_EQ(resumed.exit, 0) << resumed.err.toStdString();
-    EXPECT_EQ(resumed.lines(), QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.85")});
+    EXPECT_EQ(resumed.lines(),
+              QStringList{QStringLiteral("Loaded the cut-off load; the firmware is now 2.85")});
     EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
 }
 

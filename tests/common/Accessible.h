@@ -16,14 +16,17 @@ namespace telvo::test {
 // timer): this returns once the button is up again.
 inline bool accessibleAction(QWidget* w, const QString& action) {
     QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(w);
-    if (!iface || !iface->actionInterface()) return false;
-    if (!iface->actionInterface()->actionNames().contains(action)) return false;
+    if (!iface || !iface->actionInterface())
+        return false;
+    if (!iface->actionInterface()->actionNames().contains(action))
+        return false;
     iface->actionInterface()->doAction(action);
     if (auto* b = qobject_cast<QAbstractButton*>(w)) {
         QDeadlineTimer limit(10000);
         while (b->isDown() && !limit.hasExpired())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-        if (b->isDown()) return false;
+        if (b->isDown())
+            return false;
     }
     return true;
 }

@@ -21,13 +21,15 @@ struct CliResult {
     QByteArray err;
     QStringList lines() const {
         QStringList l = QString::fromLocal8Bit(out).split(QLatin1Char('\n'));
-        if (!l.isEmpty() && l.last().isEmpty()) l.removeLast();
+        if (!l.isEmpty() && l.last().isEmpty())
+            l.removeLast();
         return l;
     }
     // Each line of standard output as a JSON object (an empty object for a line that is none).
     QList<QJsonObject> objects() const {
         QList<QJsonObject> out;
-        for (const QString& line : lines()) out << QJsonDocument::fromJson(line.toUtf8()).object();
+        for (const QString& line : lines())
+            out << QJsonDocument::fromJson(line.toUtf8()).object();
         return out;
     }
 };
@@ -50,7 +52,8 @@ inline void StartCli(QProcess& p, const QString& home, const QStringList& args) 
 
 inline CliResult Finish(QProcess& p) {
     CliResult r;
-    if (p.waitForFinished(240000) && p.exitStatus() == QProcess::NormalExit) r.exit = p.exitCode();
+    if (p.waitForFinished(240000) && p.exitStatus() == QProcess::NormalExit)
+        r.exit = p.exitCode();
     r.out = p.readAllStandardOutput();
     r.err = p.readAllStandardError();
     return r;

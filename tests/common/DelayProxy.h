@@ -32,18 +32,24 @@ public:
     // within roundTripMs - jitterMs and roundTripMs + jitterMs.
     DelayProxy(quint16 targetPort, int roundTripMs, int jitterMs, unsigned seed = 1)
         : m_target(targetPort), m_roundTrip(roundTripMs), m_jitter(jitterMs), m_random(seed) {
-        if (::pipe(m_wake) != 0) m_wake[0] = m_wake[1] = -1;
+        if (::pipe(m_wake) != 0)
+            m_wake[0] = m_wake[1] = -1;
         listenOn(0);
         m_thread = std::thread([this] { run(); });
     }
     ~DelayProxy() {
         m_stop = true;
         poke();
-        if (m_thread.joinable()) m_thread.join();
-        for (Pair& p : m_pairs) closePair(p);
-        if (m_listen >= 0) ::close(m_listen);
-        if (m_wake[0] >= 0) ::close(m_wake[0]);
-        if (m_wake[1] >= 0) ::close(m_wake[1]);
+        if (m_thread.joinable())
+            m_thread.join();
+        for (Pair& p : m_pairs)
+            closePair(p);
+        if (m_listen >= 0)
+            ::close(m_listen);
+        if (m_wake[0] >= 0)
+            ::close(m_wake[0]);
+        if (m_wake[1] >= 0)
+            ::close(m_wake[1]);
     }
     DelayProxy(const DelayProxy&) = delete;
     DelayProxy& operator=(const DelayProxy&) = delete;
@@ -60,12 +66,14 @@ public:
     void down() {
         m_wantDown = true;
         poke();
-        while (!m_isDown) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        while (!m_isDown)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     void up() {
         m_wantDown = false;
         poke();
-        while (m_isDown) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        while (m_isDown)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 
 private:
@@ -87,7 +95,8 @@ private:
 
     void poke() {
         const char c = 1;
-        if (m_wake[1] >= 0) (void)!::write(m_wake[1], &c, 1);
+        if (m_wake[1] >= 0)
+            (void)!::write(m_wake[1], &c, 1);
     }
     void listenOn(quint16 port) {
         m_listen = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -99,7 +108,8 @@ private:
         a.sin_port = htons(port);
         ::bind(m_listen, reinterpret_cast<sockaddr*>(&a), sizeof a);
         ::listen(m_listen, 8);
-        if (port != 0) return; // back on its own port: the number stands
+        if (port != 0)
+            return; // back on its own port: the number stands
         socklen_t len = sizeof a;
         ::getsockname(m_listen, reinterpret_cast<sockaddr*>(&a), &len);
         m_port = ntohs(a.sin_port);
@@ -122,8 +132,10 @@ private:
         return fd;
     }
     static void closePair(Pair& p) {
-        if (p.client >= 0) ::close(p.client);
-        if (p.server >= 0) ::close(p.server);
+        if (p.client >= 0)
+            ::close(p.client);
+        if (p.server >= 0)
+            ::close(p.server);
         p.client = p.server = -1;
     }
     Clock::duration oneWay() {
@@ -135,7 +147,8 @@ private:
     bool take(int from, Direction& dir, int extraMs = 0) {
         char buffer[4096];
         const ssize_t n = ::recv(from, buffer, sizeof buffer, 0);
-        if (n <= 0) return false;
+        if (n <= 0)
+            return false;
         Chunk c;
         c.due = std::max(Clock::now() + oneWay() + std::chrono::milliseconds(extraMs), dir.last);
         dir.last = c.due;
@@ -150,7 +163,8 @@ private:
             std::size_t sent = 0;
             while (sent < b.size()) {
                 const ssize_t n = ::send(to, b.data() + sent, b.size() - sent, MSG_NOSIGNAL);
-                if (n <= 0) return false;
+                if (n <= 0)
+                    return false;
                 sent += std::size_t(n);
             }
             dir.queue.pop_front();
@@ -160,7 +174,8 @@ private:
     void run() {
         while (!m_stop) {
             if (m_wantDown && !m_isDown) {
-                for (Pair& p : m_pairs) closePair(p);
+                for (Pair& p : m_pairs)
+                    closePair(p);
                 m_pairs.clear();
                 ::close(m_listen);
                 m_listen = -1;
@@ -171,16 +186,20 @@ private:
             }
             std::vector<pollfd> fds;
             fds.push_back({m_wake[0], POLLIN, 0});
-            if (m_listen >= 0) fds.push_back({m_listen, POLLIN, 0});
+            if (m_listen >= 0)
+                fds.push_back({m_listen, POLLIN, 0});
             const std::size_t firstPair = fds.size();
             auto next = Clock::now() + std::chrono::milliseconds(200);
             for (const Pair& p : m_pairs) {
                 fds.push_back({p.client, POLLIN, 0});
                 fds.push_back({p.server, POLLIN, 0});
-                if (!p.up.queue.empty()) next = std::min(next, p.up.queue.front().due);
-                if (!p.down.queue.empty()) next = std::min(next, p.down.queue.front().due);
+                if (!p.up.queue.empty())
+                    next = std::min(next, p.up.queue.front().due);
+                if (!p.down.queue.empty())
+                    next = std::min(next, p.down.queue.front().due);
             }
-            const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now());
+            const auto wait =
+                std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now());
             ::poll(fds.data(), fds.size(), int(std::max<qint64>(0, wait.count() + 1)));
             if (fds[0].revents & POLLIN) {
                 char drain[64];
@@ -194,8 +213,10 @@ private:
                     Pair p;
                     p.client = client;
                     p.server = connectTarget();
-                    if (p.server < 0) ::close(client);
-                    else m_pairs.push_back(std::move(p));
+                    if (p.server < 0)
+                        ::close(client);
+                    else
+                        m_pairs.push_back(std::move(p));
                 }
             }
             for (std::size_t i = 0; i < m_pairs.size() && firstPair + 2 * i + 1 < fds.size(); ++i) {
@@ -203,14 +224,18 @@ private:
                 const short fromClient = fds[firstPair + 2 * i].revents;
                 const short fromServer = fds[firstPair + 2 * i + 1].revents;
                 bool alive = true;
-                if (fromClient & (POLLIN | POLLHUP | POLLERR)) alive = take(p.client, p.up) && alive;
+                if (fromClient & (POLLIN | POLLHUP | POLLERR))
+                    alive = take(p.client, p.up) && alive;
                 if (fromServer & (POLLIN | POLLHUP | POLLERR))
                     alive = take(p.server, p.down, m_hold.exchange(0)) && alive;
-                if (!alive) closePair(p);
+                if (!alive)
+                    closePair(p);
             }
             for (Pair& p : m_pairs) {
-                if (p.client < 0) continue;
-                if (!deliver(p.server, p.up) || !deliver(p.client, p.down)) closePair(p);
+                if (p.client < 0)
+                    continue;
+                if (!deliver(p.server, p.up) || !deliver(p.client, p.down))
+                    closePair(p);
             }
             std::erase_if(m_pairs, [](const Pair& p) { return p.client < 0; });
         }

@@ -1,9 +1,9 @@
-#include "platform/doubles/ScriptedPlatform.h"
 #include "common/Fixture.h"
 #include "common/EmulatedDevice.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
-#include "core/text/MinorSubs.h"
 #include "config/IniLoader.h"
+#include "core/text/MinorSubs.h"
 #include "link/zSCL.h"
 #include "platform/clock/DoEvents.h"
 #include "platform/serial/SimulatedLine.h"
@@ -45,7 +45,9 @@ void RunFixture::TearDown() {
     platform::ResetProgramEnded();
 }
 
-QString RunFixture::homeFile(const QString& name) const { return QDir(home()).filePath(name); }
+QString RunFixture::homeFile(const QString& name) const {
+    return QDir(home()).filePath(name);
+}
 
 void RunFixture::writeHomeFile(const QString& name, const QByteArray& text) {
     QFile f(homeFile(name));
@@ -55,15 +57,18 @@ void RunFixture::writeHomeFile(const QString& name, const QByteArray& text) {
 
 QByteArray RunFixture::readHomeFile(const QString& name) const {
     QFile f(homeFile(name));
-    if (!f.open(QIODevice::ReadOnly)) return {};
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
     return f.readAll();
 }
 
 QStringList RunFixture::logLines() const {
     QString text = QString::fromUtf8(readHomeFile(QStringLiteral("LogFile.txt")));
-    if (text.isEmpty()) return {};
+    if (text.isEmpty())
+        return {};
     QStringList lines = text.split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.last().isEmpty()) lines.removeLast();
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
     return lines;
 }
 
@@ -92,7 +97,8 @@ platform::ScriptedPeer& RunFixture::attachPeer(int com, int baud, bool open, boo
     platform::ScriptedPeer& peer = *m_peers.back();
     platform::PortMap::instance().attachPeer(com, &peer);
     line(com)->setPacing(pacing);
-    if (open) openPort(com, baud);
+    if (open)
+        openPort(com, baud);
     return peer;
 }
 
@@ -114,7 +120,8 @@ bool RunFixture::waitUntil(const std::function<bool()>& cond, int limitMs) {
     const qint64 end = c.nowUs() + qint64(limitMs) * 1000;
     bool expired = false;
     const auto guard = c.schedule(end, [&] { expired = true; });
-    while (!cond() && !expired) platform::DoEvents();
+    while (!cond() && !expired)
+        platform::DoEvents();
     c.cancel(guard);
     return cond();
 }

@@ -7,9 +7,9 @@
 #include "app/Globals.h"
 #include "platform/clock/Clock.h"
 #include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPeer.h"
 #include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/PortMap.h"
-#include "platform/doubles/ScriptedPeer.h"
 
 #include <QApplication>
 #include <QStringList>
@@ -20,8 +20,12 @@
 #include <ostream>
 
 // Readable failures: QString printed as text.
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
-inline void PrintTo(const QByteArray& b, std::ostream* os) { *os << '"' << b.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
+inline void PrintTo(const QByteArray& b, std::ostream* os) {
+    *os << '"' << b.toStdString() << '"';
+}
 
 namespace telvo::test {
 

@@ -16,7 +16,8 @@ using FuzzEntry = int (*)(const uint8_t*, size_t);
 
 // An invariant of a fuzz entry: a broken one aborts, which libFuzzer keeps as a finding.
 inline void FuzzRequire(const char* target, bool condition, const char* what) {
-    if (condition) return;
+    if (condition)
+        return;
     std::fprintf(stderr, "%s: broken invariant: %s\n", target, what);
     std::abort();
 }
@@ -24,7 +25,8 @@ inline void FuzzRequire(const char* target, bool condition, const char* what) {
 inline int FeedCorpus(const char* name, FuzzEntry entry) {
     QString root = qEnvironmentVariable("TELVO_SOURCE_DIR");
 #ifdef TELVO_SOURCE_ROOT
-    if (root.isEmpty()) root = QStringLiteral(TELVO_SOURCE_ROOT);
+    if (root.isEmpty())
+        root = QStringLiteral(TELVO_SOURCE_ROOT);
 #endif
     const QString n = QString::fromLatin1(name);
     int runs = 0;
@@ -33,13 +35,15 @@ inline int FeedCorpus(const char* name, FuzzEntry entry) {
         const QDir d(dir);
         for (const QString& file : d.entryList(QDir::Files, QDir::Name)) {
             QFile f(d.filePath(file));
-            if (!f.open(QIODevice::ReadOnly)) continue;
+            if (!f.open(QIODevice::ReadOnly))
+                continue;
             const QByteArray bytes = f.readAll();
             entry(reinterpret_cast<const uint8_t*>(bytes.constData()), size_t(bytes.size()));
             ++runs;
         }
     }
-    if (runs == 0) std::fprintf(stderr, "fuzz_%s: no seeds found under %s\n", name, qPrintable(root));
+    if (runs == 0)
+        std::fprintf(stderr, "fuzz_%s: no seeds found under %s\n", name, qPrintable(root));
     return runs;
 }
 

@@ -10,8 +10,8 @@
 #include "firmware/Firmware.h"
 #include "firmware/LDR.h"
 #include "firmware/RS.h"
-#include "platform/os/AppPath.h"
 #include "platform/doubles/ScriptedPeer.h"
+#include "platform/os/AppPath.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
@@ -26,10 +26,15 @@ public:
     void bytesArrived(const QByteArray& bytes) override {
         heard += bytes;
         chunks << int(bytes.size());
-        if (onBytes) onBytes(bytes);
+        if (onBytes)
+            onBytes(bytes);
         // After a load the program asks for the version: the rebooted device answers.
-        if (heard.endsWith(QByteArray("\x02" "2003A9\0\x03", 8)))
-            send(platform::DeviceFrame("21", QByteArray("A9\0" "2.00\0", 8)));
+        if (heard.endsWith(QByteArray("\x02"
+                                      "2003A9\0\x03",
+                                      8)))
+            send(platform::DeviceFrame("21", QByteArray("A9\0"
+                                                        "2.00\0",
+                                                        8)));
     }
     int baud() const override { return m_baud; }
     void setBaud(int b) { m_baud = b; }
@@ -49,7 +54,8 @@ protected:
     // The working list FileList.frl, one entry a line.
     void writeList(const QStringList& entries) {
         QByteArray bytes;
-        for (const QString& e : entries) bytes += e.toUtf8() + "\r\n";
+        for (const QString& e : entries)
+            bytes += e.toUtf8() + "\r\n";
         writeHomeFile(QStringLiteral("FileList.frl"), bytes);
     }
     void SetUp() override {
@@ -76,7 +82,8 @@ protected:
     // A file of `size` bytes counting 0, 1, 2... in the program's folder; its path.
     QString firmware(const QString& name, int size) {
         QByteArray bytes(size, '\0');
-        for (int i = 0; i < size; ++i) bytes[i] = char(i % 251);
+        for (int i = 0; i < size; ++i)
+            bytes[i] = char(i % 251);
         writeHomeFile(name, bytes);
         return homeFile(name);
     }
@@ -94,8 +101,10 @@ protected:
     void answerPrompt(bool cont, QString* text = nullptr, int afterMs = 1) {
         events.in(afterMs, [this, cont, text] {
             QPushButton* b = cont ? l().cmdContinue : l().cmdCancel;
-            if (b->isHidden()) return answerPrompt(cont, text, 1);
-            if (text) *text = l().lblMessage->text();
+            if (b->isHidden())
+                return answerPrompt(cont, text, 1);
+            if (text)
+                *text = l().lblMessage->text();
             b->click();
         });
     }
@@ -103,7 +112,8 @@ protected:
     // The program is killed once `cut` holds, `afterMs` later: its waits unwind as at the end.
     void killWhen(std::function<bool()> cut, int afterMs, int pollMs) {
         events.in(pollMs, [this, cut, afterMs, pollMs] {
-            if (!cut()) return killWhen(cut, afterMs, pollMs);
+            if (!cut())
+                return killWhen(cut, afterMs, pollMs);
             events.in(afterMs, [] {
                 try {
                     platform::EndProgram();

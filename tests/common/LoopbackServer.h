@@ -30,7 +30,8 @@ public:
         QObject::connect(&m_server, &QTcpServer::newConnection, this, [this] { accept(); });
     }
     ~LoopbackServer() override {
-        for (QTcpSocket* s : m_sockets) s->abort();
+        for (QTcpSocket* s : m_sockets)
+            s->abort();
         qDeleteAll(m_sockets);
     }
 
@@ -56,11 +57,13 @@ private:
             QObject::connect(s, &QTcpSocket::readyRead, this, [this, s, buffer] {
                 *buffer += s->readAll();
                 const qsizetype end = buffer->indexOf("\r\n\r\n");
-                if (end < 0 || buffer->isEmpty()) return;
+                if (end < 0 || buffer->isEmpty())
+                    return;
                 const QByteArray request = buffer->left(end + 4);
                 buffer->clear();
                 requests << request;
-                if (onRequest) onRequest(request.left(request.indexOf("\r\n")));
+                if (onRequest)
+                    onRequest(request.left(request.indexOf("\r\n")));
                 answer(s, request);
             });
         }
@@ -71,10 +74,11 @@ private:
         const QString p = QString::fromLatin1(path);
         const bool found = m_pages.contains(p);
         const QByteArray body = m_pages.value(p, QByteArrayLiteral("not here\r\n"));
-        const QByteArray head = (found ? QByteArrayLiteral("HTTP/1.0 200 OK\r\n")
-                                       : QByteArrayLiteral("HTTP/1.0 404 Not Found\r\n")) +
-                                "Content-Type: text/plain\r\nContent-Length: " +
-                                QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n";
+        const QByteArray head =
+            (found ? QByteArrayLiteral("HTTP/1.0 200 OK\r\n")
+                   : QByteArrayLiteral("HTTP/1.0 404 Not Found\r\n")) +
+            "Content-Type: text/plain\r\nContent-Length: " + QByteArray::number(body.size()) +
+            "\r\nConnection: close\r\n\r\n";
         switch (mode) {
         case Mode::Answer:
             s->write(head + body);
@@ -84,7 +88,8 @@ private:
             s->write(head + body.left(body.size() / 2));
             s->disconnectFromHost();
             break;
-        case Mode::Silent: break;
+        case Mode::Silent:
+            break;
         case Mode::Garbage: {
             QByteArray junk(10 * 1024 * 1024, '\0');
             quint32 seed = 7;

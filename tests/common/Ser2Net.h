@@ -20,15 +20,17 @@ namespace telvo::test {
 inline QString Ser2NetBinary() {
     QString path = QStandardPaths::findExecutable(QStringLiteral("ser2net"));
     if (path.isEmpty())
-        path = QStandardPaths::findExecutable(QStringLiteral("ser2net"),
-                                              {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
+        path = QStandardPaths::findExecutable(
+            QStringLiteral("ser2net"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
     return path;
 }
 
 // The Python that has pySerial (Debian's python3-serial), or empty.
 inline QString PySerialPython() {
-    for (const QString& python : {QStringLiteral("/usr/bin/python3"), QStandardPaths::findExecutable(QStringLiteral("python3"))}) {
-        if (python.isEmpty() || !QFile::exists(python)) continue;
+    for (const QString& python : {QStringLiteral("/usr/bin/python3"),
+                                  QStandardPaths::findExecutable(QStringLiteral("python3"))}) {
+        if (python.isEmpty() || !QFile::exists(python))
+            continue;
         QProcess p;
         p.start(python, {QStringLiteral("-c"), QStringLiteral("import serial.rfc2217")});
         if (p.waitForFinished(10000) && p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0)
@@ -41,7 +43,8 @@ class Ser2Net {
 public:
     enum Kind { Rfc2217, Socket, Telnet, PySerial, PySerialNoHardwareFlow };
     // `rate`: the line settings ser2net opens the terminal with ("19200n81").
-    Ser2Net(const QString& folder, const QString& pty, Kind kind, const QString& rate = QStringLiteral("19200n81"))
+    Ser2Net(const QString& folder, const QString& pty, Kind kind,
+            const QString& rate = QStringLiteral("19200n81"))
         : m_folder(folder), m_pty(pty), m_kind(kind), m_rate(rate) {
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost, 0);
@@ -60,11 +63,13 @@ public:
 
     // Started again on the same port (after stop()).
     void start() {
-        if (m_kind == PySerial || m_kind == PySerialNoHardwareFlow) return startPySerial();
+        if (m_kind == PySerial || m_kind == PySerialNoHardwareFlow)
+            return startPySerial();
         const QString config = QDir(m_folder).filePath(QStringLiteral("ser2net.yaml"));
         QFile f(config);
         if (f.open(QIODevice::WriteOnly)) {
-            const QString accepter = m_kind == Rfc2217  ? QStringLiteral("telnet(rfc2217),tcp(nodelay)")
+            const QString accepter = m_kind == Rfc2217
+                                         ? QStringLiteral("telnet(rfc2217),tcp(nodelay)")
                                      : m_kind == Telnet ? QStringLiteral("telnet,tcp(nodelay)")
                                                         : QStringLiteral("tcp(nodelay)");
             f.write(QStringLiteral("connection: &dev\n"
@@ -79,8 +84,9 @@ public:
         }
         f.close();
         m_proc.setProgram(Ser2NetBinary());
-        m_proc.setArguments({QStringLiteral("-n"), QStringLiteral("-d"), QStringLiteral("-c"), config,
-                             QStringLiteral("-P"), QDir(m_folder).filePath(QStringLiteral("ser2net.pid"))});
+        m_proc.setArguments({QStringLiteral("-n"), QStringLiteral("-d"), QStringLiteral("-c"),
+                             config, QStringLiteral("-P"),
+                             QDir(m_folder).filePath(QStringLiteral("ser2net.pid"))});
         m_proc.setProcessChannelMode(QProcess::MergedChannels);
         m_proc.setStandardOutputFile(QDir(m_folder).filePath(QStringLiteral("ser2net.log")),
                                      QIODevice::Append);
@@ -91,9 +97,10 @@ public:
     void startPySerial() {
         const QDir here(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/tests"));
         m_proc.setProgram(PySerialPython());
-        m_proc.setArguments({here.filePath(QStringLiteral("link/rfc2217_server.py")), QStringLiteral("--port"),
-                             QString::number(m_port), QStringLiteral("--device"), m_pty,
-                             QStringLiteral("--log"), QDir(m_folder).filePath(QStringLiteral("pyserial.log"))});
+        m_proc.setArguments({here.filePath(QStringLiteral("link/rfc2217_server.py")),
+                             QStringLiteral("--port"), QString::number(m_port),
+                             QStringLiteral("--device"), m_pty, QStringLiteral("--log"),
+                             QDir(m_folder).filePath(QStringLiteral("pyserial.log"))});
         if (m_kind == PySerialNoHardwareFlow)
             m_proc.setArguments(m_proc.arguments() << QStringLiteral("--no-hardware-flow"));
         m_proc.setProcessChannelMode(QProcess::MergedChannels);
@@ -105,7 +112,8 @@ public:
     // Ready once its port takes a connection; the probe leaves at once.
     void waitListening() {
         m_listening = false;
-        if (!m_proc.waitForStarted(5000)) return;
+        if (!m_proc.waitForStarted(5000))
+            return;
         QElapsedTimer t;
         t.start();
         while (m_proc.state() == QProcess::Running && t.elapsed() < 10000) {
@@ -127,7 +135,8 @@ public:
     }
     void stop() {
         m_proc.terminate();
-        if (!m_proc.waitForFinished(3000)) m_proc.kill();
+        if (!m_proc.waitForFinished(3000))
+            m_proc.kill();
         m_proc.waitForFinished(3000);
         m_listening = false;
     }

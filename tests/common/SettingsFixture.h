@@ -46,7 +46,8 @@ protected:
         const QStringList log = logLines();
         for (int i = from; i < log.size(); ++i) {
             const QString& l = log.at(i);
-            if (!l.startsWith(QLatin1String("Sent: "))) continue;
+            if (!l.startsWith(QLatin1String("Sent: ")))
+                continue;
             out << l.mid(6, l.indexOf(QLatin1String(" on COM")) - 6);
         }
         return out;
@@ -57,8 +58,9 @@ protected:
     }
     static QString set(const char* id, const QString& value) {
         const int length = 2 + 1 + int(value.size()) + 1;
-        return QStringLiteral("(STX)30") + QStringLiteral("%1").arg(length, 2, 16, QChar(u'0')).toUpper() +
-               QLatin1String(id) + QStringLiteral("(NUL)") + value + QStringLiteral("(NUL)(ETX)");
+        return QStringLiteral("(STX)30") +
+               QStringLiteral("%1").arg(length, 2, 16, QChar(u'0')).toUpper() + QLatin1String(id) +
+               QStringLiteral("(NUL)") + value + QStringLiteral("(NUL)(ETX)");
     }
     int logSize() const { return int(logLines().size()); }
 
@@ -69,7 +71,8 @@ protected:
     ui::SettingLabel* labelNamed(const QString& name) {
         for (auto* list : {&s().lblSettingTop, &s().lblSettingMid, &s().lblSettingBtm})
             for (ui::SettingLabel* l : *list)
-                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name) return l;
+                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name)
+                    return l;
         return nullptr;
     }
 

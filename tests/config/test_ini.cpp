@@ -6,13 +6,13 @@
 
 #include "common/DeviceScript.h"
 
-#include "core/text/Classic.h"
 #include "app/Main.h"
 #include "config/FP.h"
 #include "config/FWR.h"
 #include "config/INI.h"
 #include "config/IniLoader.h"
 #include "config/MDL.h"
+#include "core/text/Classic.h"
 #include "settings/SCL.h"
 
 #include <QDir>

@@ -7,9 +7,9 @@
 
 #include "app/Main.h"
 #include "app/Tools.h"
+#include "common/DeviceScript.h"
 #include "config/FWR.h"
 #include "config/modRegistry.h"
-#include "common/DeviceScript.h"
 
 #include <string>
 #include <vector>
@@ -18,10 +18,20 @@ namespace telvo::test {
 
 constexpr qint64 kSweepImage = 64 * 1024;
 constexpr qint64 kSweepPage = 1024;
-inline QString SweepNewVersion() { return QStringLiteral("2.90"); }
+inline QString SweepNewVersion() {
+    return QStringLiteral("2.90");
+}
 
-enum class Cut { Line, KillAtByte, KillBeforeSpeed, KillAfterSpeed, KillAfterCommand, KillInReboot,
-                 KillInSearch, KillInRestore };
+enum class Cut {
+    Line,
+    KillAtByte,
+    KillBeforeSpeed,
+    KillAfterSpeed,
+    KillAfterCommand,
+    KillInReboot,
+    KillInSearch,
+    KillInRestore
+};
 
 struct Case {
     int id;
@@ -32,12 +42,17 @@ struct Case {
     bool bootLoader;
 
     std::string name() const {
-        static const char* const names[] = {"line cut at byte", "killed at byte", "killed before the speed change",
-                                            "killed after the speed change", "killed after the command, before the prompt",
-                                            "killed in the 10 s reboot wait", "killed in the search after the load",
+        static const char* const names[] = {"line cut at byte",
+                                            "killed at byte",
+                                            "killed before the speed change",
+                                            "killed after the speed change",
+                                            "killed after the command, before the prompt",
+                                            "killed in the 10 s reboot wait",
+                                            "killed in the search after the load",
                                             "killed in the restore of settings"};
         std::string n = names[int(cut)];
-        if (cut == Cut::Line || cut == Cut::KillAtByte) n += " " + std::to_string(byte);
+        if (cut == Cut::Line || cut == Cut::KillAtByte)
+            n += " " + std::to_string(byte);
         return n;
     }
     const char* way() const { return menu ? "menu" : "command"; }
@@ -47,17 +62,20 @@ struct Case {
 // Every cut point in every way (command or menu, save or not, plain or "BootLoader"); with
 // `spread`, every cut point once, the eight ways taken in turn. Line cuts at each page boundary
 // and a byte either side when `lineCuts`; kills at each page boundary and each stage.
-inline std::vector<Case> SweepCases(const std::vector<qint64>& lineBytes, const std::vector<qint64>& killBytes,
-                                    bool spread) {
+inline std::vector<Case> SweepCases(const std::vector<qint64>& lineBytes,
+                                    const std::vector<qint64>& killBytes, bool spread) {
     std::vector<Case> all;
     for (bool menu : {false, true}) {
         for (bool save : {true, false}) {
             for (bool bootLoader : {false, true}) {
-                for (qint64 b : lineBytes) all.push_back({0, Cut::Line, b, menu, save, bootLoader});
-                for (qint64 b : killBytes) all.push_back({0, Cut::KillAtByte, b, menu, save, bootLoader});
+                for (qint64 b : lineBytes)
+                    all.push_back({0, Cut::Line, b, menu, save, bootLoader});
+                for (qint64 b : killBytes)
+                    all.push_back({0, Cut::KillAtByte, b, menu, save, bootLoader});
                 for (Cut c : {Cut::KillBeforeSpeed, Cut::KillAfterSpeed, Cut::KillAfterCommand,
                               Cut::KillInReboot, Cut::KillInSearch, Cut::KillInRestore}) {
-                    if (c == Cut::KillInRestore && !save) continue;
+                    if (c == Cut::KillInRestore && !save)
+                        continue;
                     all.push_back({0, c, 0, menu, save, bootLoader});
                 }
             }
@@ -74,19 +92,22 @@ inline std::vector<Case> SweepCases(const std::vector<qint64>& lineBytes, const 
             c.menu = way & 4;
             c.save = !(way & 2);
             c.bootLoader = way & 1;
-            if (c.cut == Cut::KillInRestore && !c.save) c.save = true;
+            if (c.cut == Cut::KillInRestore && !c.save)
+                c.save = true;
             one.push_back(c);
         }
         all = one;
     }
-    for (size_t i = 0; i < all.size(); ++i) all[i].id = int(i + 1);
+    for (size_t i = 0; i < all.size(); ++i)
+        all[i].id = int(i + 1);
     return all;
 }
 
 // The page boundaries of the image, 0 included.
 inline std::vector<qint64> SweepPageBoundaries() {
     std::vector<qint64> out;
-    for (qint64 b = 0; b < kSweepImage; b += kSweepPage) out.push_back(b);
+    for (qint64 b = 0; b < kSweepImage; b += kSweepPage)
+        out.push_back(b);
     return out;
 }
 
@@ -98,11 +119,12 @@ inline std::vector<qint64> SweepPageBoundaries() {
 // the view kept says digital), so no value of input 1 or of an output survives a save for sure,
 // even without a load.
 struct UserSetting {
-    const char* key;   // as the emulator keeps it: "D3", "B1@in2"
+    const char* key; // as the emulator keeps it: "D3", "B1@in2"
     const char* value;
 };
 inline const std::vector<UserSetting>& SweepUserSettings() {
-    static const std::vector<UserSetting> s = {{"D3", "3"}, {"D1", "60"}, {"B1@in2", "17"}, {"B6@in2", "2"}};
+    static const std::vector<UserSetting> s = {
+        {"D3", "3"}, {"D1", "60"}, {"B1@in2", "17"}, {"B6@in2", "2"}};
     return s;
 }
 // The emulator's words that set them at power-on (its --settings list).
@@ -110,8 +132,7 @@ inline QString SweepUserSettingsWords() {
     return QStringLiteral("D3=3,D1=60,4C=2,B1=17,B6=2,4C=1");
 }
 // Whether every user setting is back, given how the device holds a key; `found` lists them.
-template <typename Held>
-bool SweepUserSettingsBack(Held held, QByteArray* found) {
+template <typename Held> bool SweepUserSettingsBack(Held held, QByteArray* found) {
     bool all = true;
     for (const UserSetting& u : SweepUserSettings()) {
         const QByteArray v = held(QByteArray(u.key));
@@ -148,8 +169,10 @@ protected:
         events.in(40, [this] { user(); });
         ui::SCL& s = ui::scl();
         ui::LDR& l = ui::ldr();
-        if (!m_holdAt.isEmpty() && (s.lblMessage->text().contains(m_holdAt) || l.lblMessage->text().contains(m_holdAt))) {
-            if (m_onHold) m_onHold();
+        if (!m_holdAt.isEmpty() &&
+            (s.lblMessage->text().contains(m_holdAt) || l.lblMessage->text().contains(m_holdAt))) {
+            if (m_onHold)
+                m_onHold();
             return;
         }
         // The program has said it lost the device ("?????"): what it then cannot do for want of
@@ -160,11 +183,14 @@ protected:
             s.cmdCancel->click();
             return;
         }
-        if (!s.cmdContinue->isHidden()) s.cmdContinue->click();
-        if (!l.cmdContinue->isHidden()) l.cmdContinue->click();
+        if (!s.cmdContinue->isHidden())
+            s.cmdContinue->click();
+        if (!l.cmdContinue->isHidden())
+            l.cmdContinue->click();
         // Asked for the firmware version the device did not tell: "If you do not know the
         // firmware loaded just click 'OK'".
-        if (ui::WindowExists("FWR") && !ui::fwr().isHidden()) ui::fwr().Command1->click();
+        if (ui::WindowExists("FWR") && !ui::fwr().isHidden())
+            ui::fwr().Command1->click();
         if (ui::FirmwareWindowExists("RS") && !ui::rs().isHidden() && !ui::App().RestartBusy) {
             ui::RS& w = ui::rs();
             m_restarted = true;
@@ -172,13 +198,15 @@ protected:
                 // The device shows its own picture, not the loader's prompt the window asks for.
                 w.cmdCancel->click();
             } else if (!w.Check1->isHidden()) {
-                if (!w.Check1->isChecked()) w.Check1->click();
+                if (!w.Check1->isChecked())
+                    w.Check1->click();
                 w.cmdReStart->click();
             } else {
                 scripted->paths.push_back(homeFile(QStringLiteral("new.frk")));
                 w.cmdBrowse->click();
                 for (int i = 0; i < w.List1->count(); ++i)
-                    if (w.List1->item(i)->text() == QLatin1String("COM1")) w.List1->setCurrentRow(i);
+                    if (w.List1->item(i)->text() == QLatin1String("COM1"))
+                        w.List1->setCurrentRow(i);
                 ui::RS_List1_Click();
                 w.cmdReStart->click();
             }

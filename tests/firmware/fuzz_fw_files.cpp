@@ -23,11 +23,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
 #ifndef TELVO_LIBFUZZER
 int main() {
-    const char* corpus[] = {"", "COM1,19200,57600,0\r\n", "a.frk\r\nb.frk", ",,,,,", "\xff\xfe\r\r\n",
-                            "COM9,1,2,99999999999", "x,y,z,-3e2"};
+    const char* corpus[] = {"",          "COM1,19200,57600,0\r\n", "a.frk\r\nb.frk",
+                            ",,,,,",     "\xff\xfe\r\r\n",         "COM9,1,2,99999999999",
+                            "x,y,z,-3e2"};
     for (const char* c : corpus)
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(c), strlen(c));
-    if (telvo::test::FeedCorpus("fw_files", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("fw_files", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     return 0;
 }
 #endif

@@ -37,7 +37,8 @@ std::vector<Case> Cases() {
     if (full) {
         for (qint64 b = 0; b <= kImage; b += kPage) {
             for (qint64 d : {-1, 0, 1})
-                if (b + d >= 0 && b + d < kImage) lineBytes.push_back(b + d);
+                if (b + d >= 0 && b + d < kImage)
+                    lineBytes.push_back(b + d);
         }
         killBytes = SweepPageBoundaries();
     } else {
@@ -66,15 +67,17 @@ protected:
         o.firmware = GetParam().menu ? QStringLiteral("1.10b") : QStringLiteral("1.24");
         o.baud = 19200;
         QString error;
-        vorix::sim::ParseDeviceOptions({QStringLiteral("--settings"), SweepUserSettingsWords()}, o, &error);
-        if (GetParam().cut == Cut::Line) o.faults.cutAtImageByte = GetParam().byte;
+        vorix::sim::ParseDeviceOptions({QStringLiteral("--settings"), SweepUserSettingsWords()}, o,
+                                       &error);
+        if (GetParam().cut == Cut::Line)
+            o.faults.cutAtImageByte = GetParam().byte;
         return m_device.attach(sampleIni(), o);
     }
     Device& dev() { return m_device.device(); }
     bool userSettingsBack() {
         m_found.clear();
-        return SweepUserSettingsBack([this](const QByteArray& key) { return dev().settings().heldValue(key); },
-                                     &m_found);
+        return SweepUserSettingsBack(
+            [this](const QByteArray& key) { return dev().settings().heldValue(key); }, &m_found);
     }
     QByteArray m_found;
     bool running() {
@@ -86,22 +89,27 @@ protected:
     void armCut() {
         const Case& c = GetParam();
         const auto shown = [](const QString& part) {
-            return ui::scl().lblMessage->text().contains(part) || ui::ldr().lblMessage->text().contains(part);
+            return ui::scl().lblMessage->text().contains(part) ||
+                   ui::ldr().lblMessage->text().contains(part);
         };
         switch (c.cut) {
         case Cut::Line:
             killWhen([this] { return dev().lineCut(); }, 3000, 10);
             break;
         case Cut::KillAtByte:
-            killWhen([this, c] { return dev().loader().stats().bytes >= c.byte &&
-                                        dev().loader().state() == vorix::sim::BootLoader::State::Receiving; },
-                     0, 1);
+            killWhen(
+                [this, c] {
+                    return dev().loader().stats().bytes >= c.byte &&
+                           dev().loader().state() == vorix::sim::BootLoader::State::Receiving;
+                },
+                0, 1);
             break;
         case Cut::KillBeforeSpeed:
             killWhen([shown] { return shown(QStringLiteral(" baud rate to 57600")); }, 0, 1);
             break;
         case Cut::KillAfterSpeed:
-            killWhen([shown] { return shown(QStringLiteral("Ready to load selected Firmware")); }, 0, 1);
+            killWhen([shown] { return shown(QStringLiteral("Ready to load selected Firmware")); },
+                     0, 1);
             break;
         case Cut::KillAfterCommand:
             killWhen([this] { return dev().mode() == Device::Mode::Loader; }, 0, 1);
@@ -113,11 +121,14 @@ protected:
             killWhen([] { return ui::scl().tmrFindGorda->Enabled(); }, 300, 5);
             break;
         case Cut::KillInRestore:
-            killWhen([this] {
-                for (const QString& l : logLines())
-                    if (l.startsWith(QStringLiteral("Restoring "))) return true;
-                return false;
-            }, 0, 50);
+            killWhen(
+                [this] {
+                    for (const QString& l : logLines())
+                        if (l.startsWith(QStringLiteral("Restoring ")))
+                            return true;
+                    return false;
+                },
+                0, 50);
             break;
         }
     }
@@ -132,7 +143,9 @@ TEST_P(Sweep, CutAndRecovered) {
     const Case& c = GetParam();
     attachDevice();
     start(QString(), kHangMs);
-    ASSERT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("19200")) << platform::ProgramEnded() << scripted->messageTexts().join(QLatin1Char('\n')).toStdString();
+    ASSERT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("19200"))
+        << platform::ProgramEnded()
+        << scripted->messageTexts().join(QLatin1Char('\n')).toStdString();
     armCut();
     load();
     const bool struck = platform::ProgramEnded();
@@ -144,28 +157,37 @@ TEST_P(Sweep, CutAndRecovered) {
     start(c.bootLoader ? QStringLiteral("BootLoader") : QString(), kHangMs);
     // Not found (left at the transfer speed on its old firmware): off and on, and start again.
     const QString state = ui::App().DeviceState;
-    if (!running() && (state == QLatin1String("NOT CONNECTED") || state == QLatin1String("?????"))) {
+    if (!running() &&
+        (state == QLatin1String("NOT CONNECTED") || state == QLatin1String("?????"))) {
         m_device.peer().powerCycle();
         start(QString(), kHangMs);
     }
     // The device still on its old firmware (the cut came before the loader): the user loads again.
-    if (!running()) load();
+    if (!running())
+        load();
     const qint64 tookS = (platform::Clock::instance().nowMs() - cutAtMs) / 1000;
     const bool version = running();
     const bool settings = !c.save || userSettingsBack();
     const bool recovered = struck && version && settings && !m_hung;
     std::printf("ROW|%4d|%-48s|%-7s|%-4s|%-10s|%-6s|%-9s|%-8s|%5llds|%s\n", c.id, c.name().c_str(),
-                c.way(), c.save ? "save" : "-", c.start(),
-                struck ? "cut" : "MISSED", version ? kNew.toLatin1().constData() : dev().firmwareVersion().toLatin1().constData(),
+                c.way(), c.save ? "save" : "-", c.start(), struck ? "cut" : "MISSED",
+                version ? kNew.toLatin1().constData()
+                        : dev().firmwareVersion().toLatin1().constData(),
                 c.save ? (settings ? "back" : "LOST") : "-", static_cast<long long>(tookS),
-                recovered ? "recovered" : m_hung ? "NOT RECOVERED (hung)" : "NOT RECOVERED");
+                recovered ? "recovered"
+                : m_hung  ? "NOT RECOVERED (hung)"
+                          : "NOT RECOVERED");
     std::fflush(stdout);
     EXPECT_TRUE(struck);
     EXPECT_TRUE(version) << "device at " << dev().firmwareVersion().toStdString();
     EXPECT_TRUE(settings) << m_found.toStdString();
-    if (!recovered) std::printf("DETAIL|%4d|settings: %s\n", c.id, m_found.constData());
+    if (!recovered)
+        std::printf("DETAIL|%4d|settings: %s\n", c.id, m_found.constData());
     if (!recovered && qEnvironmentVariableIsSet("SWEEP_DEBUG"))
-        std::printf("%s\n", qPrintable(logLines().mid(qMax(0, int(logLines().size()) - 80)).join(QLatin1Char('\n'))));
+        std::printf(
+            "%s\n",
+            qPrintable(
+                logLines().mid(qMax(0, int(logLines().size()) - 80)).join(QLatin1Char('\n'))));
     EXPECT_FALSE(m_hung);
 }
 

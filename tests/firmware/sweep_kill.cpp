@@ -36,19 +36,30 @@ constexpr int kPhaseLimitMs = 420 * 1000;
 std::vector<Case> Cases() {
     const QString mode = qEnvironmentVariable("SWEEP");
     const bool points = mode == QLatin1String("points");
-    if (points || mode == QLatin1String("full")) return SweepCases({}, SweepPageBoundaries(), points);
+    if (points || mode == QLatin1String("full"))
+        return SweepCases({}, SweepPageBoundaries(), points);
     // The subset of make test: mid-image with the save, and the reboot wait.
     return {{1, Cut::KillAtByte, 32 * kSweepPage, false, true, false},
             {2, Cut::KillInReboot, 0, true, true, true}};
 }
 
 QString CaseWords(const Case& c) {
-    return QStringLiteral("%1,%2,%3,%4,%5").arg(int(c.cut)).arg(c.byte).arg(int(c.menu)).arg(int(c.save)).arg(int(c.bootLoader));
+    return QStringLiteral("%1,%2,%3,%4,%5")
+        .arg(int(c.cut))
+        .arg(c.byte)
+        .arg(int(c.menu))
+        .arg(int(c.save))
+        .arg(int(c.bootLoader));
 }
 Case CaseOf(const QString& words) {
     const QStringList w = words.split(QLatin1Char(','));
-    if (w.size() != 5) return {};
-    return {0, Cut(w[0].toInt()), w[1].toLongLong(), w[2] == QLatin1String("1"), w[3] == QLatin1String("1"),
+    if (w.size() != 5)
+        return {};
+    return {0,
+            Cut(w[0].toInt()),
+            w[1].toLongLong(),
+            w[2] == QLatin1String("1"),
+            w[3] == QLatin1String("1"),
             w[4] == QLatin1String("1")};
 }
 
@@ -59,12 +70,15 @@ public:
     QStringList fresh() {
         QFile f(m_path);
         QStringList out;
-        if (!f.open(QIODevice::ReadOnly) || !f.seek(m_pos)) return out;
+        if (!f.open(QIODevice::ReadOnly) || !f.seek(m_pos))
+            return out;
         const QByteArray bytes = f.readAll();
         const qsizetype end = bytes.lastIndexOf('\n');
-        if (end < 0) return out;
+        if (end < 0)
+            return out;
         m_pos += end + 1;
-        for (const QByteArray& l : bytes.left(end).split('\n')) out << QString::fromUtf8(l);
+        for (const QByteArray& l : bytes.left(end).split('\n'))
+            out << QString::fromUtf8(l);
         return out;
     }
 
@@ -74,7 +88,9 @@ private:
 };
 
 // An event line less its time.
-QString EventText(const QString& line) { return line.section(QLatin1Char(' '), 1); }
+QString EventText(const QString& line) {
+    return line.section(QLatin1Char(' '), 1);
+}
 
 // ---- the program's side: one run of the program, in the role the harness gives ----------------
 
@@ -83,7 +99,8 @@ protected:
     void SetUp() override {
         LoaderFixture::SetUp();
         m_role = qEnvironmentVariable("SWEEP_KILL_ROLE");
-        if (m_role.isEmpty()) GTEST_SKIP() << "run by the harness only";
+        if (m_role.isEmpty())
+            GTEST_SKIP() << "run by the harness only";
         m_case = CaseOf(qEnvironmentVariable("SWEEP_KILL_CASE"));
         useHome(qEnvironmentVariable("SWEEP_KILL_HOME"));
         qputenv("TELVO_REGISTRY_FILE", homeFile(QStringLiteral("registry.ini")).toUtf8());
@@ -98,12 +115,16 @@ protected:
     // The device's screen: the last change of mode among its events.
     QByteArray deviceShows() {
         QFile f(homeFile(QStringLiteral("events.txt")));
-        if (!f.open(QIODevice::ReadOnly)) return {};
+        if (!f.open(QIODevice::ReadOnly))
+            return {};
         QByteArray shows;
         for (const QByteArray& l : f.readAll().split('\n')) {
-            if (l.contains(" boot loader at ")) shows = "loader";
-            if (l.contains(" running firmware ")) shows = "running";
-            if (l.contains(" rebooting for ")) shows = "rebooting";
+            if (l.contains(" boot loader at "))
+                shows = "loader";
+            if (l.contains(" running firmware "))
+                shows = "running";
+            if (l.contains(" rebooting for "))
+                shows = "rebooting";
         }
         return shows;
     }
@@ -137,11 +158,14 @@ protected:
 TEST_F(KillRole, Run) {
     if (m_role == QLatin1String("load")) {
         // The user waits at the prompt of the cut, where the harness ends the program.
-        if (m_case.cut == Cut::KillBeforeSpeed) m_holdAt = QStringLiteral(" baud rate to 57600");
-        if (m_case.cut == Cut::KillAfterSpeed) m_holdAt = QStringLiteral("Ready to load selected Firmware");
+        if (m_case.cut == Cut::KillBeforeSpeed)
+            m_holdAt = QStringLiteral(" baud rate to 57600");
+        if (m_case.cut == Cut::KillAfterSpeed)
+            m_holdAt = QStringLiteral("Ready to load selected Firmware");
         bool told = false;
         m_onHold = [this, &told] {
-            if (!told) stage("hold");
+            if (!told)
+                stage("hold");
             told = true;
         };
         start(QString(), 0);
@@ -153,7 +177,8 @@ TEST_F(KillRole, Run) {
     }
     start(m_case.bootLoader ? QStringLiteral("BootLoader") : QString(), 0);
     const auto notFound = [] {
-        return ui::App().DeviceState == QLatin1String("NOT CONNECTED") || ui::App().DeviceState == QLatin1String("?????");
+        return ui::App().DeviceState == QLatin1String("NOT CONNECTED") ||
+               ui::App().DeviceState == QLatin1String("?????");
     };
     // Not found (the device left at another rate): the user asks for a search at every rate, as
     // the window offers (the rate list's first entry, then Connect).
@@ -190,7 +215,8 @@ TEST_F(KillRole, Run) {
         ui::scl().cmdRestore->click();
     }
     std::printf("STAGE done state=%s firmware=%s steps=%s\n", qPrintable(ui::App().DeviceState),
-                qPrintable(ui::scl().txtFirmware->text()), qPrintable(m_steps.join(QLatin1Char('+'))));
+                qPrintable(ui::scl().txtFirmware->text()),
+                qPrintable(m_steps.join(QLatin1Char('+'))));
     std::fflush(stdout);
 }
 
@@ -209,8 +235,10 @@ class KillSweep : public SweepFixture, public ::testing::WithParamInterface<Case
 protected:
     void SetUp() override {
         LoaderFixture::SetUp();
-        if (!qEnvironmentVariable("SWEEP_KILL_ROLE").isEmpty()) GTEST_SKIP() << "the harness's own";
-        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
+        if (!qEnvironmentVariable("SWEEP_KILL_ROLE").isEmpty())
+            GTEST_SKIP() << "the harness's own";
+        if (!QFile::exists(SimBinary()))
+            GTEST_SKIP() << "vorix-sim not built";
         prepareHome();
         writeHomeFile(QStringLiteral("new.frk"), vorix::sim::MakeFirmwareImage(kNew, kSweepImage));
         // SWEEP_KEEP: the case's folder (log, events, trace) stays for a look.
@@ -234,14 +262,17 @@ protected:
 
     bool startSim() {
         m_sim.setProgram(SimBinary());
-        m_sim.setArguments({QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini")), QStringLiteral("--events"),
-                            homeFile(QStringLiteral("events.txt")), QStringLiteral("--trace"),
-                            homeFile(QStringLiteral("trace.txt")), QStringLiteral("--model"), QStringLiteral("Gorda"),
-                            QStringLiteral("--firmware"), GetParam().menu ? QStringLiteral("1.10b") : QStringLiteral("1.24"),
+        m_sim.setArguments({QStringLiteral("--ini"), homeFile(QStringLiteral("Telvo.ini")),
+                            QStringLiteral("--events"), homeFile(QStringLiteral("events.txt")),
+                            QStringLiteral("--trace"), homeFile(QStringLiteral("trace.txt")),
+                            QStringLiteral("--model"), QStringLiteral("Gorda"),
+                            QStringLiteral("--firmware"),
+                            GetParam().menu ? QStringLiteral("1.10b") : QStringLiteral("1.24"),
                             QStringLiteral("--settings"), SweepUserSettingsWords()});
         m_sim.setStandardErrorFile(homeFile(QStringLiteral("sim.err")));
         m_sim.start();
-        if (!m_sim.waitForStarted(30000)) return false;
+        if (!m_sim.waitForStarted(30000))
+            return false;
         while (!m_sim.canReadLine() && m_sim.waitForReadyRead(30000)) {
         }
         m_pty = QString::fromLocal8Bit(m_sim.readLine()).trimmed();
@@ -271,12 +302,14 @@ protected:
         m_program.waitForReadyRead(ms);
         while (m_program.canReadLine()) {
             const QString l = QString::fromLocal8Bit(m_program.readLine()).trimmed();
-            if (l.startsWith(QStringLiteral("STAGE "))) m_stages << l.mid(6);
+            if (l.startsWith(QStringLiteral("STAGE ")))
+                m_stages << l.mid(6);
         }
     }
     bool staged(const QString& name) const {
         for (const QString& s : m_stages)
-            if (s.startsWith(name)) return true;
+            if (s.startsWith(name))
+                return true;
         return false;
     }
     // The device as it stands now (SIGUSR2 writes it to the events).
@@ -288,22 +321,28 @@ protected:
         while (!d.seen && t.elapsed() < 60000 && m_sim.state() == QProcess::Running) {
             for (const QString& line : m_events.fresh()) {
                 m_seen << EventText(line);
-                if (!EventText(line).startsWith(QStringLiteral("state "))) continue;
+                if (!EventText(line).startsWith(QStringLiteral("state ")))
+                    continue;
                 d.seen = true;
                 for (const QString& f : EventText(line).split(QLatin1Char(' '))) {
                     const QString k = f.section(QLatin1Char('='), 0, 0);
                     const QString v = f.section(QLatin1Char('='), 1);
-                    if (k == QLatin1String("mode")) d.mode = v;
-                    if (k == QLatin1String("firmware")) d.firmware = v;
-                    if (k == QLatin1String("valid")) d.valid = v == QLatin1String("1");
-                    if (k == QLatin1String("image")) d.image = v.toLongLong();
+                    if (k == QLatin1String("mode"))
+                        d.mode = v;
+                    if (k == QLatin1String("firmware"))
+                        d.firmware = v;
+                    if (k == QLatin1String("valid"))
+                        d.valid = v == QLatin1String("1");
+                    if (k == QLatin1String("image"))
+                        d.image = v.toLongLong();
                     if (k == QLatin1String("changed"))
                         for (const QString& kv : v.split(QLatin1Char(','), Qt::SkipEmptyParts))
                             d.changed.insert(kv.section(QLatin1Char(':'), 0, 0).toLatin1(),
                                              kv.section(QLatin1Char(':'), 1).toLatin1());
                 }
             }
-            if (!d.seen) m_sim.waitForReadyRead(20);
+            if (!d.seen)
+                m_sim.waitForReadyRead(20);
         }
         return d;
     }
@@ -323,30 +362,40 @@ protected:
             for (const QString& line : m_events.fresh()) {
                 const QString e = EventText(line);
                 m_seen << e;
-                if (killAt >= 0) continue;
-                if (c.cut == Cut::KillAtByte && e == QStringLiteral("image %1").arg(c.byte)) killAt = t.elapsed();
-                if (c.cut == Cut::KillAfterCommand && e.startsWith(QStringLiteral("boot loader at "))) killAt = t.elapsed();
-                if (c.cut == Cut::KillInReboot && e.startsWith(QStringLiteral("rebooting for "))) killAt = t.elapsed() + 4000;
+                if (killAt >= 0)
+                    continue;
+                if (c.cut == Cut::KillAtByte && e == QStringLiteral("image %1").arg(c.byte))
+                    killAt = t.elapsed();
+                if (c.cut == Cut::KillAfterCommand &&
+                    e.startsWith(QStringLiteral("boot loader at ")))
+                    killAt = t.elapsed();
+                if (c.cut == Cut::KillInReboot && e.startsWith(QStringLiteral("rebooting for ")))
+                    killAt = t.elapsed() + 4000;
             }
             if (killAt < 0) {
-                if ((c.cut == Cut::KillBeforeSpeed || c.cut == Cut::KillAfterSpeed) && staged(QStringLiteral("hold")))
+                if ((c.cut == Cut::KillBeforeSpeed || c.cut == Cut::KillAfterSpeed) &&
+                    staged(QStringLiteral("hold")))
                     killAt = t.elapsed();
-                if (c.cut == Cut::KillInSearch && staged(QStringLiteral("search"))) killAt = t.elapsed() + 300;
-                if (c.cut == Cut::KillInRestore && staged(QStringLiteral("restore"))) killAt = t.elapsed();
+                if (c.cut == Cut::KillInSearch && staged(QStringLiteral("search")))
+                    killAt = t.elapsed() + 300;
+                if (c.cut == Cut::KillInRestore && staged(QStringLiteral("restore")))
+                    killAt = t.elapsed();
             }
             if (killAt >= 0 && t.elapsed() >= killAt) {
                 kill();
                 return true;
             }
         }
-        if (m_program.state() == QProcess::Running) kill(); // a load that never reached the point
+        if (m_program.state() == QProcess::Running)
+            kill(); // a load that never reached the point
         return false;
     }
 
     // Where the device stood: its mode, and in its loader the image byte at the kill and once the
     // bytes already on their way had arrived.
     static QString Where(const DeviceState& atKill, const DeviceState& after) {
-        if (!atKill.seen) return QStringLiteral("?");
+        if (!atKill.seen)
+            return QStringLiteral("?");
         if (atKill.mode == QLatin1String("loader"))
             return QStringLiteral("loader, byte %1/%2").arg(atKill.image).arg(after.image);
         if (atKill.mode == QLatin1String("running"))
@@ -385,37 +434,52 @@ TEST_P(KillSweep, KilledAndRecovered) {
         }
     }
     readStages(0);
-    if (hung) kill();
+    if (hung)
+        kill();
     const qint64 tookS = took.elapsed() / 1000;
     const DeviceState end = deviceState();
 
     const bool version = end.mode == QLatin1String("running") && end.valid && end.firmware == kNew;
     QByteArray found;
-    const bool settings = !c.save || SweepUserSettingsBack(
-                                         [&end](const QByteArray& key) { return end.changed.value(key, "default"); },
-                                         &found);
+    const bool settings =
+        !c.save ||
+        SweepUserSettingsBack(
+            [&end](const QByteArray& key) { return end.changed.value(key, "default"); }, &found);
     const bool recovered = struck && version && settings && !hung;
     const QString said = m_stages.isEmpty() ? QString() : m_stages.last();
-    QString steps = said.startsWith(QStringLiteral("done ")) ? said.section(QStringLiteral("steps="), 1) : QStringLiteral("?");
-    if (steps.isEmpty()) steps = QStringLiteral("as offered");
-    std::printf("ROW|%4d|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%-24s|%5llds|%s\n", c.id, c.name().c_str(),
-                c.way(), c.save ? "save" : "-", c.start(), struck ? "killed" : "MISSED",
-                qPrintable(Where(atKill, drained)),
-                qPrintable(end.mode + QLatin1Char(' ') + end.firmware + (end.valid ? "" : " (lost)")),
-                c.save ? (settings ? "back" : "LOST") : "-", qPrintable(steps), static_cast<long long>(tookS),
-                recovered ? "recovered" : hung ? "NOT RECOVERED (hung)" : "NOT RECOVERED");
+    QString steps = said.startsWith(QStringLiteral("done "))
+                        ? said.section(QStringLiteral("steps="), 1)
+                        : QStringLiteral("?");
+    if (steps.isEmpty())
+        steps = QStringLiteral("as offered");
+    std::printf(
+        "ROW|%4d|%-44s|%-7s|%-4s|%-10s|%-6s|%-26s|%-16s|%-8s|%-24s|%5llds|%s\n", c.id,
+        c.name().c_str(), c.way(), c.save ? "save" : "-", c.start(), struck ? "killed" : "MISSED",
+        qPrintable(Where(atKill, drained)),
+        qPrintable(end.mode + QLatin1Char(' ') + end.firmware + (end.valid ? "" : " (lost)")),
+        c.save ? (settings ? "back" : "LOST") : "-", qPrintable(steps),
+        static_cast<long long>(tookS),
+        recovered ? "recovered"
+        : hung    ? "NOT RECOVERED (hung)"
+                  : "NOT RECOVERED");
     std::fflush(stdout);
     if (!recovered)
-        std::printf("DETAIL|%4d|program: %s|settings: %s|device events: %s\n", c.id, qPrintable(said), found.constData(),
-                    qPrintable(m_seen.filter(QRegularExpression(QStringLiteral("^(boot|running|rebooting|rate|loader:|line)")))
+        std::printf("DETAIL|%4d|program: %s|settings: %s|device events: %s\n", c.id,
+                    qPrintable(said), found.constData(),
+                    qPrintable(m_seen
+                                   .filter(QRegularExpression(QStringLiteral(
+                                       "^(boot|running|rebooting|rate|loader:|line)")))
                                    .join(QStringLiteral("; "))));
     EXPECT_TRUE(struck);
-    EXPECT_TRUE(version) << "device: " << end.mode.toStdString() << " " << end.firmware.toStdString();
+    EXPECT_TRUE(version) << "device: " << end.mode.toStdString() << " "
+                         << end.firmware.toStdString();
     EXPECT_TRUE(settings) << found.toStdString();
     EXPECT_FALSE(hung);
 }
 
-std::string caseName(const ::testing::TestParamInfo<Case>& info) { return "c" + std::to_string(info.index); }
+std::string caseName(const ::testing::TestParamInfo<Case>& info) {
+    return "c" + std::to_string(info.index);
+}
 
 INSTANTIATE_TEST_SUITE_P(Points, KillSweep, ::testing::ValuesIn(Cases()), caseName);
 

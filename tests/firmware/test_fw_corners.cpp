@@ -4,10 +4,10 @@
 #include "common/LoaderFixture.h"
 
 #include "app/Tools.h"
+#include "common/DeviceScript.h"
 #include "core/config/IniFile.h"
 #include "core/firmware/FirmwareFiles.h"
 #include "core/text/Classic.h"
-#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 #include "settings/SaveRestore.h"
@@ -29,7 +29,8 @@ protected:
     void watchEntries() {
         QObject::connect(l().txtFileName, &QLineEdit::textChanged, l().txtFileName,
                          [this](const QString& t) {
-                             if (!t.isEmpty()) entries << t;
+                             if (!t.isEmpty())
+                                 entries << t;
                          });
     }
     // Restart from RestartLoader.txt through the window's own box and button.
@@ -40,7 +41,9 @@ protected:
         w.Check1->click();
         w.cmdReStart->click();
     }
-    bool restartFileExists() const { return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))); }
+    bool restartFileExists() const {
+        return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt")));
+    }
     QStringList entries;
 };
 
@@ -119,7 +122,8 @@ TEST_P(NoPort, RestartSendsNothingAndEndsWithTheFailureMessages) {
     EXPECT_TRUE(logLines().contains(
         QStringLiteral("Could not set up the file transfer, Problems opening file(s)") + kFive));
     QStringList expected{kCritical};
-    if (row < 0) expected.prepend(QStringLiteral("You must select a COM port and a File to load"));
+    if (row < 0)
+        expected.prepend(QStringLiteral("You must select a COM port and a File to load"));
     EXPECT_EQ(scripted->messageTexts(), expected);
     EXPECT_EQ(l().cmdStart->text(), QStringLiteral("Start"));
     EXPECT_FALSE(l().cmdReStart->isHidden());
@@ -138,7 +142,8 @@ TEST_F(Corners, RunTimeErrorInALoadPutsTheWindowBackAndIsTheCriticalSituation) {
     ui::Link().DeviceTalking = false;
     // Raised in one of the load's yields, once blocks have gone.
     std::function<void()> raise = [&] {
-        if (peer.heard.size() < 300) return events.in(1, raise);
+        if (peer.heard.size() < 300)
+            return events.in(1, raise);
         throw core::RuntimeError(core::kOverflow, QStringLiteral("Overflow"));
     };
     events.in(1, raise);
@@ -234,7 +239,8 @@ TEST_F(Corners, SaveThatCouldNotRunStopsTheLoadBeforeAnythingIsSent) {
     EXPECT_FALSE(ui::CheckDeviceReady());
     EXPECT_EQ(l().lblMessage->text(),
               QStringLiteral("The settings could not be saved whole: the load is stopped, "
-                             "nothing was sent to the Gorda") + kFive);
+                             "nothing was sent to the Gorda") +
+                  kFive);
     EXPECT_TRUE(line(1)->wire().isEmpty());
     EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
     EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")), QByteArray("Old=1\r\n"));
@@ -251,7 +257,8 @@ TEST_F(Corners, CheckedBoxAfterALoadThatSavedNothingRestoresNothing) {
     EXPECT_TRUE(logLines().contains(
         QStringLiteral("No settings were saved before this load, so none are restored      "
                        "(Simulation Mode),  Data=")));
-    for (const QString& line : logLines()) EXPECT_FALSE(line.startsWith(QStringLiteral("Restoring ")));
+    for (const QString& line : logLines())
+        EXPECT_FALSE(line.startsWith(QStringLiteral("Restoring ")));
 }
 
 // --- what the review found weak
@@ -262,11 +269,15 @@ TEST_F(Corners, EmptyListRunsTheRecoveryAndAFailedSearchEndsAfterThirtySeconds) 
     const qint64 start = platform::Clock::instance().nowMs();
     ui::FinishFirmwareLoad(ui::StartFirmwareLoad(true));
     EXPECT_TRUE(logLines().contains(
-        QStringLiteral("Load complete, Ready to start search for Gorda after reboot, speed should be 57600") + kFive));
+        QStringLiteral(
+            "Load complete, Ready to start search for Gorda after reboot, speed should be 57600") +
+        kFive));
     EXPECT_GE(platform::Clock::instance().nowMs() - start, 30000);
-    EXPECT_EQ(s().lblMessage->text(), QStringLiteral("Communications was not re-established with the Gorda") + kFive);
+    EXPECT_EQ(s().lblMessage->text(),
+              QStringLiteral("Communications was not re-established with the Gorda") + kFive);
     EXPECT_EQ(s().txtState->text(), QStringLiteral("?????"));
-    EXPECT_FALSE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+    EXPECT_FALSE(
+        logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
 
 TEST_F(Corners, FailureWordsStopTheTransferAtTheEndOfTheBlockTheyArriveIn) {

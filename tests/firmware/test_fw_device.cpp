@@ -9,10 +9,10 @@
 #include "Firmware.h"
 
 #include "app/Tools.h"
+#include "common/DeviceScript.h"
 #include "config/IniLoader.h"
 #include "core/config/IniFile.h"
 #include "firmware/RS.h"
-#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "platform/clock/DoEvents.h"
 
@@ -20,7 +20,6 @@ using namespace telvo;
 using namespace telvo::test;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
-
 
 namespace {
 
@@ -32,7 +31,8 @@ protected:
     }
     bool logHasPrefix(const QString& prefix) const {
         for (const QString& l : logLines())
-            if (l.startsWith(prefix)) return true;
+            if (l.startsWith(prefix))
+                return true;
         return false;
     }
     // Save and restore end at a breakpoint each: go on at each.
@@ -57,11 +57,13 @@ protected:
 
 TEST_F(DeviceLoad, CommandIntoTheLoaderPagesWithCtsAndTheNewVersionAfterTheReboot) {
     Device& d = attachDevice({});
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 12000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 12000) + "\r\n").toUtf8());
     int ctsDrops = 0;
     QObject::connect(line(1), &platform::SimulatedLine::ctsChanged, [&] {
-        if (!line(1)->cts()) ++ctsDrops;
+        if (!line(1)->cts())
+            ++ctsDrops;
     });
     EXPECT_EQ(ui::LoadTheFiles(false), 0);
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.50"));
@@ -92,15 +94,17 @@ TEST_F(DeviceLoad, SettingsAreSavedBeforeTheLoadAndRestoredAfterIt) {
     s.chkSaveRestore->setChecked(true);
     // Both routines end at a breakpoint: go on at each.
     std::function<void()> goOn = [&] {
-        if (!s.cmdContinue->isHidden() && s.cmdCancel->isHidden()) s.cmdContinue->click();
+        if (!s.cmdContinue->isHidden() && s.cmdCancel->isHidden())
+            s.cmdContinue->click();
         events.in(5, goOn);
     };
     events.in(5, goOn);
     ASSERT_TRUE(ui::CheckDeviceReady());
     EXPECT_TRUE(readHomeFile(QStringLiteral("Settings.txt"))
                     .contains("SetState=Input Video 1,4C1; SetParameter=Brightness, B117\r\n"));
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
     const qint16 code = ui::LoadTheFiles(false);
     EXPECT_EQ(code, 0);
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("2.50"));
@@ -110,7 +114,8 @@ TEST_F(DeviceLoad, SettingsAreSavedBeforeTheLoadAndRestoredAfterIt) {
     ui::FinishFirmwareLoad(code);
     // The saved values go back to the device after the load, state by state.
     const QStringList after = logLines().mid(before);
-    const int input1 = int(after.indexOf(QStringLiteral("Sent: (STX)30054C(NUL)1(NUL)(ETX) on COM1 @ 57600")));
+    const int input1 =
+        int(after.indexOf(QStringLiteral("Sent: (STX)30054C(NUL)1(NUL)(ETX) on COM1 @ 57600")));
     ASSERT_GE(input1, 0);
     EXPECT_EQ(after.mid(input1 + 1).filter(QStringLiteral("Sent: ")).value(0),
               QStringLiteral("Sent: (STX)3006B1(NUL)17(NUL)(ETX) on COM1 @ 57600"));
@@ -123,8 +128,9 @@ TEST_F(DeviceLoad, FailureMidImageAsksAndTheRestartLoadsTheWholeFile) {
     DeviceOptions o;
     o.faults.failAtImageByte = 3000;
     Device& d = attachDevice(o);
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("2.60"), 9000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("2.60"), 9000) + "\r\n").toUtf8());
     // Without confirmation the question answers itself; the user then confirms the prompt.
     answerPrompt(true);
     EXPECT_EQ(ui::LoadTheFiles(false), 0);
@@ -143,7 +149,8 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     killWhen([&d] { return d.lineCut(); }, 2000, 10);
     EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
     EXPECT_FALSE(d.firmwareValid());
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,0\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,57600,57600,0\r\n"));
 
     // The next start: a fresh run; the device was switched off and on and waits in its loader.
     nextStartAfterPowerCycle();
@@ -156,7 +163,8 @@ TEST_F(DeviceLoad, CutOffLoadIsTakenUpFromTheRestartFileAtTheNextStart) {
     EXPECT_TRUE(line(1)->wire().startsWith(readHomeFile(QStringLiteral("new.frk")).left(100)));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Using Restart file to restart the loader")));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
 
 const QString kBrightness17 = QStringLiteral("Sent: (STX)3006B1(NUL)17(NUL)(ETX) on COM1 @ 57600");
@@ -169,13 +177,15 @@ TEST_F(DeviceLoad, RestoreAfterTheLoadUsesOnlyTheFileThisLoadWrote) {
     QByteArray other = readHomeFile(QStringLiteral("Settings.txt"));
     other.replace("B117", "B142");
     writeHomeFile(QStringLiteral("Settings.txt"), other);
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
     const qint16 code = ui::LoadTheFiles(false);
     ASSERT_EQ(code, 0);
     ui::FinishFirmwareLoad(code);
     EXPECT_TRUE(logLines().contains(kBrightness17));
-    EXPECT_FALSE(logLines().contains(QStringLiteral("Sent: (STX)3006B1(NUL)42(NUL)(ETX) on COM1 @ 57600")));
+    EXPECT_FALSE(
+        logLines().contains(QStringLiteral("Sent: (STX)3006B1(NUL)42(NUL)(ETX) on COM1 @ 57600")));
     EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
 }
 
@@ -188,7 +198,8 @@ TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) 
     QString question;
     std::function<void()> user = [&] {
         events.in(5, user);
-        if (s.cmdCancel->isHidden() || s.cmdContinue->isHidden()) return;
+        if (s.cmdCancel->isHidden() || s.cmdContinue->isHidden())
+            return;
         if (s.lblMessage->text().contains(QStringLiteral("Could not set the "))) {
             question = s.lblMessage->text();
             s.cmdCancel->click();
@@ -201,17 +212,20 @@ TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) 
     ASSERT_TRUE(ui::CheckDeviceReady());
     const QByteArray saved = readHomeFile(QStringLiteral("LoadSettings.txt"));
     ASSERT_TRUE(saved.contains("B117"));
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("2.50"), 3000) + "\r\n").toUtf8());
     const qint16 code = ui::LoadTheFiles(false);
     ASSERT_EQ(code, 0);
     // The new firmware refuses the input: the user cancels the restore at its question.
     d.options().faults.errorFor.insert("4C", 4);
     s.chkConfirm->setChecked(true);
     ui::FinishFirmwareLoad(code);
-    EXPECT_TRUE(question.startsWith(QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Video 1")))
+    EXPECT_TRUE(question.startsWith(
+        QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Video 1")))
         << qPrintable(question);
-    EXPECT_FALSE(logLines().contains(QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
+    EXPECT_FALSE(logLines().contains(
+        QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
     // Not put back whole: the load's copy stays, unchanged, for the offer of the next start.
     EXPECT_EQ(readHomeFile(QStringLiteral("LoadSettings.txt")), saved);
 
@@ -221,7 +235,8 @@ TEST_F(DeviceLoad, RestoreCancelledAfterTheLoadKeepsItsSettingsForTheNextOffer) 
     ui::RestoreSettingsOfCutOffLoad();
     const QStringList after = logLines().mid(from);
     EXPECT_TRUE(after.contains(kBrightness17));
-    EXPECT_TRUE(after.contains(QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
+    EXPECT_TRUE(
+        after.contains(QStringLiteral("Breakpoint: All settings have been restored to the Gorda")));
     EXPECT_FALSE(QFile::exists(ui::LoadSettingsPath()));
 }
 
@@ -231,8 +246,9 @@ TEST_F(DeviceLoad, ResumedLoadBringsBackTheSettingsTheCutOffLoadSaved) {
     Device& d = userDevice(o);
     goOnAtEachStop();
     ASSERT_TRUE(ui::CheckDeviceReady());
-    writeHomeFile(QStringLiteral("FileList.frl"),
-                  (image(QStringLiteral("new.frk"), QStringLiteral("3.10"), 6000) + "\r\n").toUtf8());
+    writeHomeFile(
+        QStringLiteral("FileList.frl"),
+        (image(QStringLiteral("new.frk"), QStringLiteral("3.10"), 6000) + "\r\n").toUtf8());
     killWhen([&d] { return d.lineCut(); }, 2000, 10);
     EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
     const QByteArray restartLine = readHomeFile(QStringLiteral("RestartLoader.txt"));

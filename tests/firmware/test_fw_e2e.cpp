@@ -6,11 +6,11 @@
 
 #include "app/Main.h"
 #include "app/Tools.h"
-#include "config/modRegistry.h"
-#include "firmware/RS.h"
 #include "common/DeviceScript.h"
 #include "common/Ser2Net.h"
 #include "common/SimProcess.h"
+#include "config/modRegistry.h"
+#include "firmware/RS.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -26,7 +26,8 @@ protected:
     void SetUp() override {
         LoaderFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
-        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
+        if (!QFile::exists(SimBinary()))
+            GTEST_SKIP() << "vorix-sim not built";
         ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
                      QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
     }
@@ -51,8 +52,9 @@ protected:
     }
     QString image(const QString& name, const QString& version, qint64 size) {
         QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
-                              version, QStringLiteral("--size"), QString::number(size)});
+        p.start(SimBinary(),
+                {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
+                 version, QStringLiteral("--size"), QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
     }
@@ -87,12 +89,15 @@ TEST_F(LoadEndToEnd, ThreeImagesLoadAtTheTransferSpeedAndTheDeviceRunsTheLast) {
     QStringList verdicts;
     int commands = 0;
     for (const QString& l : dev.trace()) {
-        if (l.contains(QStringLiteral("Verify OK, version "))) verdicts << l.section(QStringLiteral("version "), 1).left(4);
+        if (l.contains(QStringLiteral("Verify OK, version ")))
+            verdicts << l.section(QStringLiteral("version "), 1).left(4);
         commands += l.contains(QStringLiteral("host  (STX)3005AD(NUL)1(NUL)(ETX)"));
     }
-    EXPECT_EQ(verdicts, (QStringList{QStringLiteral("2.71"), QStringLiteral("2.72"), QStringLiteral("2.73")}));
+    EXPECT_EQ(verdicts, (QStringList{QStringLiteral("2.71"), QStringLiteral("2.72"),
+                                     QStringLiteral("2.73")}));
     EXPECT_EQ(commands, 3);
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
     // Each drain followed the line: 8000 bytes at 5760 bytes a second take at least 1.38 s,
     // and each image is followed by the 10 s of the reboot.
     EXPECT_GE(wall.elapsed(), 3 * (1380 + 10000));
@@ -115,7 +120,8 @@ TEST_F(LoadEndToEnd, FailureWordsMidImageThenTheRestartSucceeds) {
     EXPECT_TRUE(dev.traceHas(QStringLiteral("Failure")));
     EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.75")));
     bool asked = false;
-    for (const QString& l : logLines()) asked |= l.startsWith(QStringLiteral("Transfer Failed, "));
+    for (const QString& l : logLines())
+        asked |= l.startsWith(QStringLiteral("Transfer Failed, "));
     EXPECT_TRUE(asked);
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 }
@@ -132,7 +138,8 @@ TEST_F(LoadEndToEnd, CutOffLoadKilledAndResumedAtTheNextStartWithBootLoader) {
     // The cable is cut mid-image: the program hangs in its drain wait and is killed.
     killWhen([&] { return dev.traceHas(QStringLiteral("line cut")); }, 1500, 100);
     EXPECT_THROW(ui::cmdStartLDR_Click(), platform::ProgramEnd);
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,19200,57600,0\r\n"));
 
     // The device is switched off and on; the program starts again with "BootLoader".
     events.cancelAll();
@@ -153,7 +160,8 @@ class NetLoadEndToEnd : public LoadEndToEnd {
 protected:
     void SetUp() override {
         LoadEndToEnd::SetUp();
-        if (!IsSkipped() && Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+        if (!IsSkipped() && Ser2NetBinary().isEmpty())
+            GTEST_SKIP() << "ser2net not installed";
     }
     void TearDown() override {
         m_server.reset();
@@ -185,7 +193,8 @@ TEST_F(NetLoadEndToEnd, SixtyFourKilobyteImageLoadsAndTheDeviceRunsIt) {
     EXPECT_TRUE(dev.traceHas(QStringLiteral("Verify OK, version 2.76")));
     EXPECT_FALSE(dev.traceHas(QStringLiteral("Failure")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
 
 TEST_F(NetLoadEndToEnd, ServerGoneMidLoadFailsItAndTheNextStartResumesThroughTheSameAddress) {
@@ -203,7 +212,8 @@ TEST_F(NetLoadEndToEnd, ServerGoneMidLoadFailsItAndTheNextStartResumesThroughThe
     // on) and answered Cancel.
     QString question;
     std::function<void()> watch = [&] {
-        if (ui::App().FilePosition < 5000) return events.in(20, watch);
+        if (ui::App().FilePosition < 5000)
+            return events.in(20, watch);
         s.chkConfirm->setChecked(true);
         m_server->kill();
         answerPrompt(false, &question);
@@ -213,12 +223,15 @@ TEST_F(NetLoadEndToEnd, ServerGoneMidLoadFailsItAndTheNextStartResumesThroughThe
     EXPECT_TRUE(question.startsWith(
         QStringLiteral("Confirm Operation: Gorda Boot Loader timed out and aborted, ")))
         << qPrintable(question);
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Load process timed out during the Firmware load "
-                                                   "process, possible line problem or currupt file     ")));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("XFRoneFile attempted to send a file block, Port is closed")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Load process timed out during the Firmware load "
+                                           "process, possible line problem or currupt file     ")));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("XFRoneFile attempted to send a file block, Port is closed")));
     EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() +
                                     QStringLiteral(": connection lost")));
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,19200,57600,0\r\n"));
 
     // The server is back, the device switched off and on; the program starts again.
     m_server->start();

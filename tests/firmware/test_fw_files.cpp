@@ -42,11 +42,11 @@ TEST(FolderOfChoice, EverythingBeforeTheLastBackslash) {
 }
 
 TEST(RestartRecord, OneLineFourFieldsCrLf) {
-    EXPECT_EQ(FormatRestartRecord({QStringLiteral("COM1"), QStringLiteral("19200"),
-                                   QStringLiteral("57600"), 0}),
+    EXPECT_EQ(FormatRestartRecord(
+                  {QStringLiteral("COM1"), QStringLiteral("19200"), QStringLiteral("57600"), 0}),
               QByteArray("COM1,19200,57600,0\r\n"));
-    EXPECT_EQ(FormatRestartRecord({QStringLiteral("COM3"), QStringLiteral("9600"),
-                                   QStringLiteral("115200"), -2}),
+    EXPECT_EQ(FormatRestartRecord(
+                  {QStringLiteral("COM3"), QStringLiteral("9600"), QStringLiteral("115200"), -2}),
               QByteArray("COM3,9600,115200,-2\r\n"));
 }
 
@@ -110,9 +110,9 @@ TEST(Progress, ARateOfZeroIsADivisionByZero) {
 }
 
 TEST(FaultTexts, AsTheUserReadsThem) {
-    EXPECT_EQ(TransferFailedText(300),
-              QStringLiteral("Transfer Failed, 300 Bytes processed.\r\n") + QString(15, ' ') +
-                  QStringLiteral("Click 'Continue' to restart transfer"));
+    EXPECT_EQ(TransferFailedText(300), QStringLiteral("Transfer Failed, 300 Bytes processed.\r\n") +
+                                           QString(15, ' ') +
+                                           QStringLiteral("Click 'Continue' to restart transfer"));
     EXPECT_EQ(UserAbortedText(200),
               QStringLiteral("User aborted the transfer, 200 Bytes processed.\r\n") +
                   QString(30, ' ') + QStringLiteral("Click 'Continue' to restart transfer"));
@@ -123,7 +123,8 @@ TEST(FaultTexts, AsTheUserReadsThem) {
 
 TEST(FirmwareImageCheck, AnImageIsNeverEmptyOrText) {
     EXPECT_EQ(FirmwareImageProblem(QByteArray()), QStringLiteral("it is empty"));
-    EXPECT_EQ(FirmwareImageProblem("this is a text file\r\n\tand more\r\n"), QStringLiteral("it is text"));
+    EXPECT_EQ(FirmwareImageProblem("this is a text file\r\n\tand more\r\n"),
+              QStringLiteral("it is text"));
     EXPECT_EQ(FirmwareImageProblem(QByteArray("VXFK\x10\0\0\0", 8)), QString());
     EXPECT_EQ(FirmwareImageProblem("caf\xc3\xa9"), QString());
 }

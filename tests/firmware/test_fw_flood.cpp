@@ -34,10 +34,12 @@ constexpr bool kSanitized = false;
 // A field of /proc/self/status in kB ("VmHWM", "VmRSS"); -1 when it cannot be read.
 qint64 statusKb(const char* field) {
     QFile f(QStringLiteral("/proc/self/status"));
-    if (!f.open(QIODevice::ReadOnly)) return -1;
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
     const QByteArray key = QByteArray(field) + ':';
     for (const QByteArray& line : f.readAll().split('\n'))
-        if (line.startsWith(key)) return line.mid(key.size()).trimmed().split(' ').value(0).toLongLong();
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').value(0).toLongLong();
     return -1;
 }
 
@@ -69,7 +71,8 @@ protected:
     // Keeps the device's side of the line full while the image is going out, until 64 MB went.
     void startFloodMidImage() {
         QObject::connect(line(1), &platform::SimulatedLine::received, line(1), [this] {
-            if (m_sent >= kFlood || ui::App().FilePosition <= 0) return;
+            if (m_sent >= kFlood || ui::App().FilePosition <= 0)
+                return;
             if (m_sent == 0) {
                 m_baseKb = statusKb("VmRSS");
                 m_peakReset = resetPeak();
@@ -79,7 +82,8 @@ protected:
                 line(1)->peerSend(m_piece);
                 m_sent += m_piece.size();
             }
-            if (m_halfKb < 0 && m_sent >= kFlood / 2) m_halfKb = statusKb("VmHWM");
+            if (m_halfKb < 0 && m_sent >= kFlood / 2)
+                m_halfKb = statusKb("VmHWM");
         });
     }
 
@@ -97,7 +101,8 @@ TEST_F(Flood, SixtyFourMegabytesMidImageHoldMemoryAndTheLoadEndsAsALoadEnds) {
     line(1)->setPacing(false); // the flood comes at whatever rate the program takes it
     writeHomeFile(QStringLiteral("FileList.frl"),
                   (homeFile(QStringLiteral("new.frk")) + QStringLiteral("\r\n")).toUtf8());
-    writeHomeFile(QStringLiteral("new.frk"), vorix::sim::MakeFirmwareImage(QStringLiteral("2.70"), 30000));
+    writeHomeFile(QStringLiteral("new.frk"),
+                  vorix::sim::MakeFirmwareImage(QStringLiteral("2.70"), 30000));
     startFloodMidImage();
     answerPrompt(true); // a failure asks whether to restart: the user says Continue
     const qint16 code = ui::LoadTheFiles(false);
@@ -109,7 +114,8 @@ TEST_F(Flood, SixtyFourMegabytesMidImageHoldMemoryAndTheLoadEndsAsALoadEnds) {
     std::printf("flood of %lld MB from file position %d: peak resident %lld kB (%lld kB at its "
                 "start, %s; %lld kB at half the flood)\n",
                 static_cast<long long>(m_sent >> 20), m_startedAt, static_cast<long long>(peakKb),
-                static_cast<long long>(m_baseKb), m_peakReset ? "peak reset then" : "peak of the run",
+                static_cast<long long>(m_baseKb),
+                m_peakReset ? "peak reset then" : "peak of the run",
                 static_cast<long long>(m_halfKb));
     if (kSanitized) {
         // The sanitizer's shadow and quarantine sit on top of the program's own memory: what
@@ -129,7 +135,8 @@ TEST_F(Flood, SixtyFourMegabytesMidImageHoldMemoryAndTheLoadEndsAsALoadEnds) {
         EXPECT_TRUE(d.firmwareValid());
         EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
     } else {
-        EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt")))) << "code " << code;
+        EXPECT_TRUE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))))
+            << "code " << code;
     }
     EXPECT_EQ(scripted->messageTexts(), QStringList());
 }

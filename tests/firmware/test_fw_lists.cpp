@@ -20,13 +20,15 @@ protected:
     int workingListFiles() const {
         int n = 0;
         for (const QString& e : QDir(home()).entryList(QDir::Files))
-            if (e.compare(QStringLiteral("filelist.frl"), Qt::CaseInsensitive) == 0) ++n;
+            if (e.compare(QStringLiteral("filelist.frl"), Qt::CaseInsensitive) == 0)
+                ++n;
         return n;
     }
     QStringList titles() const {
         QStringList out;
         for (const auto& s : scripted->shown)
-            if (s.kind != QLatin1String("MessageBox")) out << s.kind + QStringLiteral(":") + s.text;
+            if (s.kind != QLatin1String("MessageBox"))
+                out << s.kind + QStringLiteral(":") + s.text;
         return out;
     }
 };
@@ -115,8 +117,8 @@ TEST_F(Lists, SelectionEmptiesTheLoadersStatusAndTitlesByMode) {
     EXPECT_EQ(ui::ldr().lblMessage->text(), QString());
     ui::SelectFirmwareFile(QStringLiteral("C:\\"), QString(), 0);
     ui::SelectFirmwareFile(QStringLiteral("C:\\"), QStringLiteral("T"), 2);
-    EXPECT_EQ(titles(), (QStringList{QStringLiteral("Open:Select file to load"), QStringLiteral("Open:"),
-                                     QStringLiteral("Save:T")}));
+    EXPECT_EQ(titles(), (QStringList{QStringLiteral("Open:Select file to load"),
+                                     QStringLiteral("Open:"), QStringLiteral("Save:T")}));
 }
 
 TEST_F(Lists, SaveWithoutAWorkingListReportsAndLeavesTheTargetAlone) {
@@ -124,7 +126,8 @@ TEST_F(Lists, SaveWithoutAWorkingListReportsAndLeavesTheTargetAlone) {
     scripted->paths = {homeFile(QStringLiteral("target.frl"))};
     ui::cmdSaveFileList_Click();
     EXPECT_EQ(titles(), QStringList{QStringLiteral("Save:Save File As...")});
-    EXPECT_TRUE(ui::App().AlertText.startsWith(QStringLiteral("There is no current file list to save")));
+    EXPECT_TRUE(
+        ui::App().AlertText.startsWith(QStringLiteral("There is no current file list to save")));
     EXPECT_EQ(readHomeFile(QStringLiteral("target.frl")), QByteArray("keep\r\n"));
 }
 
@@ -141,7 +144,8 @@ TEST_F(Lists, SaveIntoAFolderThatIsNotThereIsOnlyLogged) {
     scripted->paths = {homeFile(QStringLiteral("no/such/folder/t.frl"))};
     ui::cmdSaveFileList_Click();
     EXPECT_TRUE(scripted->messageTexts().isEmpty());
-    EXPECT_TRUE(logLines().last().startsWith(QStringLiteral("The file list could not be copied to ")));
+    EXPECT_TRUE(
+        logLines().last().startsWith(QStringLiteral("The file list could not be copied to ")));
 }
 
 TEST_F(Lists, DeleteRemovesTheChosenFileWithoutAsking) {

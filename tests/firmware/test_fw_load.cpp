@@ -21,7 +21,8 @@ protected:
     void watchEntries() {
         QObject::connect(l().txtFileName, &QLineEdit::textChanged, l().txtFileName,
                          [this](const QString& t) {
-                             if (t.isEmpty()) return;
+                             if (t.isEmpty())
+                                 return;
                              entries << t;
                              restartLines << QString::fromUtf8(
                                  readHomeFile(QStringLiteral("RestartLoader.txt")));
@@ -92,7 +93,8 @@ TEST_F(Load, AMissingFirmwareFileIsMinusOneAndTheRestartFileStays) {
     EXPECT_EQ(ui::LoadTheFiles(true), -1);
     EXPECT_TRUE(l().lblMessage->text().startsWith(
         QStringLiteral("Could not set up the file transfer, Problems opening file(s)")));
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,19200,57600,0\r\n"));
     EXPECT_EQ(s().txtState->text(), QStringLiteral("Invalid"));
 }
 
@@ -106,7 +108,8 @@ TEST_F(Load, TestBoxTakesTheCommandAsDoneAndOnlyTheLoadersTextEndsTheWait) {
     events.in(3000, [&peer] { peer.send("\r\nVorix FRK Boot Loader 2.10\r\nLoad frk File now."); });
     EXPECT_EQ(ui::LoadTheFiles(false), 0);
     // No update command went out, no byte of the file either; after the 10 s the version is read.
-    for (const QByteArray& f : peer.frames()) EXPECT_FALSE(f.contains("AD"));
+    for (const QByteArray& f : peer.frames())
+        EXPECT_FALSE(f.contains("AD"));
     EXPECT_FALSE(peer.heard().contains(fileBytes(QStringLiteral("a.frk")).left(50)));
     EXPECT_GE(platform::Clock::instance().nowMs(), 13000);
     EXPECT_EQ(s().txtFirmware->text(), QStringLiteral("2.00"));
@@ -121,8 +124,12 @@ TEST_F(Load, RestartFileCountsOneAfterEachSuccess) {
     ui::SetState(QStringLiteral("Idle"));
     QStringList during;
     // Read in each reboot wait.
-    events.in(5000, [&] { during << QString::fromUtf8(readHomeFile(QStringLiteral("RestartLoader.txt"))); });
-    events.in(16000, [&] { during << QString::fromUtf8(readHomeFile(QStringLiteral("RestartLoader.txt"))); });
+    events.in(5000, [&] {
+        during << QString::fromUtf8(readHomeFile(QStringLiteral("RestartLoader.txt")));
+    });
+    events.in(16000, [&] {
+        during << QString::fromUtf8(readHomeFile(QStringLiteral("RestartLoader.txt")));
+    });
     EXPECT_EQ(ui::LoadTheFiles(true), 0);
     EXPECT_EQ(during, QStringList(2, QStringLiteral("COM1,19200,57600,1\r\n")));
     EXPECT_TRUE(ui::Link().DeviceTalking);
@@ -134,11 +141,14 @@ TEST_F(Load, FailedLoadWithTalkingDeviceIsOnlyALogLine) {
     ui::FinishFirmwareLoad(-2);
     EXPECT_TRUE(scripted->shown.empty());
     EXPECT_TRUE(logLines().contains(
-        QStringLiteral("The Load failed, but the firmware in the device still may be valid.") + kFive));
+        QStringLiteral("The Load failed, but the firmware in the device still may be valid.") +
+        kFive));
     ui::FinishFirmwareLoad(-1);
     EXPECT_TRUE(scripted->shown.empty());
-    EXPECT_TRUE(logLines().contains(QStringLiteral(
-        "Load could not start, file problems. The Gorda may have to be power cycled") + kFive));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral(
+            "Load could not start, file problems. The Gorda may have to be power cycled") +
+        kFive));
 }
 
 TEST_F(Load, FailedLoadWithoutFirmwareIsTheCriticalSituation) {
@@ -207,8 +217,10 @@ TEST_P(WaysIn, IntoTheLoaderByCommandOrByMenu) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, WaysIn,
-                         ::testing::Values(WayIn{"Gorda", "1.10b", false}, WayIn{"Gorda", "1.11", true},
-                                           WayIn{"Gorda", "1.11Beta", true}, WayIn{"Hesta", "0.10", true},
+                         ::testing::Values(WayIn{"Gorda", "1.10b", false},
+                                           WayIn{"Gorda", "1.11", true},
+                                           WayIn{"Gorda", "1.11Beta", true},
+                                           WayIn{"Hesta", "0.10", true},
                                            WayIn{"Hesta", "9.99", true}));
 
 } // namespace

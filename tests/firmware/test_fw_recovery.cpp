@@ -9,9 +9,9 @@
 #include "Firmware.h"
 
 #include "app/Tools.h"
+#include "common/DeviceScript.h"
 #include "config/FWR.h"
 #include "core/config/IniFile.h"
-#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "platform/doubles/ScriptedPlatform.h"
 
@@ -20,7 +20,6 @@ using namespace telvo::test;
 using vorix::sim::Device;
 using vorix::sim::DeviceOptions;
 
-
 namespace {
 
 const QString kLoadAgain = QStringLiteral(
@@ -28,18 +27,24 @@ const QString kLoadAgain = QStringLiteral(
     "If it shows 'Load frk File now.' (switch it off and on first if it shows nothing), it did not "
     "take the firmware: click 'Yes' to load the file(s) again from the first.\r\n"
     "If it runs its firmware, click 'No'.");
-const QString kNotFound = QStringLiteral("Communications was not re-established with the Gorda     ");
+const QString kNotFound =
+    QStringLiteral("Communications was not re-established with the Gorda     ");
 
 class Recovery : public DeviceFixture {
 protected:
     QByteArray image(const QString& version, qint64 size) {
         writeHomeFile(QStringLiteral("new.frk"), vorix::sim::MakeFirmwareImage(version, size));
-        writeHomeFile(QStringLiteral("FileList.frl"), (homeFile(QStringLiteral("new.frk")) + "\r\n").toUtf8());
+        writeHomeFile(QStringLiteral("FileList.frl"),
+                      (homeFile(QStringLiteral("new.frk")) + "\r\n").toUtf8());
         return readHomeFile(QStringLiteral("new.frk"));
     }
     // The frames sent from the log line `from` on, as the log prints them.
-    QStringList sentFrom(qsizetype from) const { return logLines().mid(from).filter(QStringLiteral("Sent: ")); }
-    bool restartFileExists() const { return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))); }
+    QStringList sentFrom(qsizetype from) const {
+        return logLines().mid(from).filter(QStringLiteral("Sent: "));
+    }
+    bool restartFileExists() const {
+        return QFile::exists(homeFile(QStringLiteral("RestartLoader.txt")));
+    }
 
     // The line is cut on the image's last byte: every block drains, so the load counts the image
     // as sent and waits for the reboot, where the program is ended. The device, switched off and
@@ -47,10 +52,12 @@ protected:
     void cutOnTheLastByteThenRestartFromTheFile(Device& d, qint64 size) {
         killWhen([&d] { return d.lineCut(); }, 2000, 10);
         EXPECT_THROW(ui::LoadTheFiles(false), platform::ProgramEnd);
-        ASSERT_TRUE(logLines().contains(QStringLiteral("Waiting 10 seconds while Gorda reboots     ")));
+        ASSERT_TRUE(
+            logLines().contains(QStringLiteral("Waiting 10 seconds while Gorda reboots     ")));
         ASSERT_EQ(d.loader().stats().bytes, size);
         // The index says the entry went through.
-        ASSERT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,57600,57600,1\r\n"));
+        ASSERT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+                  QByteArray("COM1,57600,57600,1\r\n"));
         nextStartAfterPowerCycle();
         ASSERT_EQ(d.mode(), Device::Mode::Loader);
         restartFromFileAtStart(50);
@@ -72,10 +79,13 @@ TEST_F(Recovery, LastByteCutIsLoadedAgainWhenTheUserSaysTheLoaderWaits) {
     const qsizetype notFound = log.indexOf(kNotFound);
     ASSERT_GE(notFound, 0);
     EXPECT_EQ(log.value(notFound + 1),
-              QStringLiteral("Gorda not found after the load: asking whether it shows 'Load frk File now.'"));
+              QStringLiteral(
+                  "Gorda not found after the load: asking whether it shows 'Load frk File now.'"));
     EXPECT_EQ(log.value(notFound + 2),
-              QStringLiteral("Loading the file(s) again from the first, the Gorda at its boot loader prompt"));
-    EXPECT_TRUE(log.mid(notFound).contains(QStringLiteral("Communications re-established with the Gorda")));
+              QStringLiteral(
+                  "Loading the file(s) again from the first, the Gorda at its boot loader prompt"));
+    EXPECT_TRUE(
+        log.mid(notFound).contains(QStringLiteral("Communications re-established with the Gorda")));
     // The whole image went again, from its first byte, at the transfer speed.
     EXPECT_TRUE(line(1)->wire().contains(file));
     EXPECT_TRUE(d.firmwareValid());
@@ -98,7 +108,8 @@ TEST_F(Recovery, LastByteCutLeftAsItIsWhenTheUserSaysNo) {
     EXPECT_EQ(scripted->messageTexts(), QStringList{kLoadAgain});
     EXPECT_EQ(logLines().filter(QStringLiteral("Loading the file(s) again")).size(), 0);
     EXPECT_EQ(logLines().last(),
-              QStringLiteral("Gorda not found after the load: asking whether it shows 'Load frk File now.'"));
+              QStringLiteral(
+                  "Gorda not found after the load: asking whether it shows 'Load frk File now.'"));
     EXPECT_FALSE(line(1)->wire().contains(file.left(100)));
     EXPECT_EQ(d.mode(), Device::Mode::Loader);
     EXPECT_EQ(ui::App().DeviceState, QStringLiteral("?????"));
@@ -113,7 +124,8 @@ class PowerCycleAtTheQuestion : public platform::ScriptedPlatform {
 public:
     std::function<void()> atQuestion;
     int MessageBox(const QString& text, int buttons, const QString& title) override {
-        if (text == kLoadAgain && atQuestion) atQuestion();
+        if (text == kLoadAgain && atQuestion)
+            atQuestion();
         return ScriptedPlatform::MessageBox(text, buttons, title);
     }
 };
@@ -134,7 +146,8 @@ TEST_F(Recovery, LastByteCutWithTheProgramLeftRunningIsLoadedAgain) {
     };
     bool requestAnswered = false;
     std::function<void()> okAtTheRequest = [&] {
-        if (!ui::WindowExists("FWR") || ui::fwr().isHidden()) return events.in(10, okAtTheRequest);
+        if (!ui::WindowExists("FWR") || ui::fwr().isHidden())
+            return events.in(10, okAtTheRequest);
         requestAnswered = true;
         ui::fwr().Command1->click();
     };
@@ -177,7 +190,8 @@ TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
     QString captionThen;
     bool requestShown = false;
     std::function<void()> abortAtTheRequest = [&] {
-        if (!ui::WindowExists("FWR") || ui::fwr().isHidden()) return events.in(10, abortAtTheRequest);
+        if (!ui::WindowExists("FWR") || ui::fwr().isHidden())
+            return events.in(10, abortAtTheRequest);
         requestShown = true;
         captionThen = l().cmdStart->text();
         l().cmdStart->click();
@@ -191,17 +205,21 @@ TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
     EXPECT_EQ(captionThen, QStringLiteral("Abort"));
     EXPECT_TRUE(ui::fwr().isHidden());
     const QStringList log = logLines();
-    const qsizetype wait = log.indexOf(QStringLiteral("Waiting 10 seconds while Gorda reboots     "));
+    const qsizetype wait =
+        log.indexOf(QStringLiteral("Waiting 10 seconds while Gorda reboots     "));
     ASSERT_GE(wait, 0);
     EXPECT_EQ(log.mid(wait + 1).filter(QStringLiteral("Sent: ")).value(0),
               QStringLiteral("Sent: (STX)2003A9(NUL)(ETX) on COM1 @ 57600"));
     EXPECT_TRUE(log.mid(wait).contains(
         QStringLiteral("End user selecetd to abort the Firmware load in progress     ")));
-    EXPECT_EQ(log.last(), QStringLiteral("The Load failed, but the firmware in the device still may be valid.     "));
+    EXPECT_EQ(
+        log.last(),
+        QStringLiteral("The Load failed, but the firmware in the device still may be valid.     "));
     EXPECT_TRUE(scripted->messageTexts().isEmpty()); // no Critical Situation: it still runs
     EXPECT_EQ(l().cmdStart->text(), QStringLiteral("Start"));
     EXPECT_FALSE(l().cmdReStart->isHidden());
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,1\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,19200,57600,1\r\n"));
     EXPECT_EQ(d.mode(), Device::Mode::Running);
     EXPECT_TRUE(d.firmwareValid());
     EXPECT_EQ(d.firmwareVersion(), QStringLiteral("1.24"));
@@ -210,8 +228,9 @@ TEST_F(Recovery, RestartIntoTheOldFirmwareWaitsOnTheRequestUntilAbort) {
 
 // --- the question to put the speed back, after the device was found again
 
-const QString kBackTo57600 = QStringLiteral(
-    "Confirm Operation: Should the Baud rate be Back to the original from 57600 baud\r\n") +
+const QString kBackTo57600 =
+    QStringLiteral(
+        "Confirm Operation: Should the Baud rate be Back to the original from 57600 baud\r\n") +
     QString(30, QLatin1Char(' ')) + QStringLiteral(" (Click 'Continue' or 'Cancel')");
 const QString kReEstablished = QStringLiteral("Communications re-established with the Gorda");
 
@@ -229,7 +248,8 @@ protected:
     void answer(bool cont) {
         events.in(5, [this, cont] {
             ui::SCL& s = ui::scl();
-            if (s.cmdContinue->isHidden()) return answer(cont);
+            if (s.cmdContinue->isHidden())
+                return answer(cont);
             prompts << s.lblMessage->text();
             (cont ? s.cmdContinue : s.cmdCancel)->click();
         });
@@ -242,11 +262,14 @@ TEST_F(SpeedBack, ContinueSetsTheOriginalSpeedBack) {
     ASSERT_TRUE(ui::RecoverCommunications());
     EXPECT_EQ(prompts, QStringList{kBackTo57600});
     const QStringList log = logLines();
-    const qsizetype set = log.indexOf(QStringLiteral("Starting program SetGordaBaudRate with input=19200"));
+    const qsizetype set =
+        log.indexOf(QStringLiteral("Starting program SetGordaBaudRate with input=19200"));
     ASSERT_GE(set, 0);
     // Asked at the rate the device runs at; then the port follows it to 19200.
-    EXPECT_EQ(sentFrom(set).value(0), QStringLiteral("Sent: (STX)3005A3(NUL)4(NUL)(ETX) on COM1 @ 57600"));
-    EXPECT_TRUE(log.mid(set).contains(QStringLiteral("Established Communications with the Gorda @ 19200 Baud     ")));
+    EXPECT_EQ(sentFrom(set).value(0),
+              QStringLiteral("Sent: (STX)3005A3(NUL)4(NUL)(ETX) on COM1 @ 57600"));
+    EXPECT_TRUE(log.mid(set).contains(
+        QStringLiteral("Established Communications with the Gorda @ 19200 Baud     ")));
     EXPECT_EQ(log.last(), kReEstablished);
     EXPECT_EQ(d.baud(), 19200);
     EXPECT_EQ(ui::scl().txtCrntSpeed->text(), QStringLiteral("19200"));
@@ -296,7 +319,9 @@ protected:
     // The virtual time at which the Exit key ("A2" with "7") reached the wire.
     void watchForFrame() {
         events.in(1, [this] {
-            if (line(1)->wire().contains(QByteArray("A2\0" "7\0", 5)))
+            if (line(1)->wire().contains(QByteArray("A2\0"
+                                                    "7\0",
+                                                    5)))
                 m_keyAtMs = platform::Clock::instance().nowMs();
             else
                 watchForFrame();
@@ -313,7 +338,8 @@ TEST_F(Defaults, CommandRestartModeSendsACWithOne) {
     const QStringList log = after();
     const qsizetype found = log.indexOf(kReEstablished);
     ASSERT_GE(found, 0);
-    EXPECT_EQ(sentFrom(m_before + found), QStringList{QStringLiteral("Sent: (STX)3005AC(NUL)1(NUL)(ETX) on COM1 @ 57600")});
+    EXPECT_EQ(sentFrom(m_before + found),
+              QStringList{QStringLiteral("Sent: (STX)3005AC(NUL)1(NUL)(ETX) on COM1 @ 57600")});
     EXPECT_TRUE(log.filter(QStringLiteral("Navigate")).isEmpty());
     events.cancelAll();
 }
@@ -326,7 +352,8 @@ TEST_F(Defaults, WithoutTheCommandTheMenuAndEnter) {
     const QStringList rest = log.mid(found + 1);
     EXPECT_EQ(rest.value(0), QStringLiteral("Starting subroutine Navigate with input=4,5"));
     EXPECT_TRUE(sentFrom(m_before + found).filter(QStringLiteral("AC")).isEmpty());
-    const qsizetype enter = rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Enter'     "));
+    const qsizetype enter =
+        rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Enter'     "));
     ASSERT_GE(enter, 0);
     EXPECT_EQ(rest.mid(enter).filter(QStringLiteral("Sent: ")),
               QStringList{QStringLiteral("Sent: (STX)3005A2(NUL)6(NUL)(ETX) on COM1 @ 57600")});
@@ -338,7 +365,8 @@ TEST_F(Defaults, WithoutTheCommandInTestModeTheMenuExitAndAPause) {
     finish(QStringLiteral("1.10b"), true);
     const QStringList rest = after().mid(after().indexOf(kReEstablished) + 1);
     EXPECT_EQ(rest.value(0), QStringLiteral("Starting subroutine Navigate with input=4,5"));
-    const qsizetype exit = rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Exit'     "));
+    const qsizetype exit =
+        rest.lastIndexOf(QStringLiteral("Sending Navigation Command: 'Exit'     "));
     ASSERT_GE(exit, 0);
     EXPECT_EQ(rest.mid(exit).filter(QStringLiteral("Sent: ")),
               QStringList{QStringLiteral("Sent: (STX)3005A2(NUL)7(NUL)(ETX) on COM1 @ 57600")});

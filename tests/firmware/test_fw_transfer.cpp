@@ -3,8 +3,8 @@
 
 #include "common/LoaderFixture.h"
 
-#include "core/firmware/FirmwareFiles.h"
 #include "common/DeviceScript.h"
+#include "core/firmware/FirmwareFiles.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
 
@@ -127,7 +127,8 @@ TEST_F(Transfer, CtsLowHoldsTheBlockAndTheFlagsWaitBehindIt) {
     EXPECT_EQ(pendingThen, 70);
     EXPECT_EQ(ui::App().FilePosition, 100); // the flag is read behind the wait: no progress
     // The CTS drop was logged, not taken for a failure.
-    EXPECT_TRUE(logLines().contains(QStringLiteral("CTS Dropped, Fileposition= 100, Bytes sent =30")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("CTS Dropped, Fileposition= 100, Bytes sent =30")));
 }
 
 TEST_F(Transfer, FailureWinsOverTimeOut) {
@@ -151,7 +152,8 @@ TEST_F(Transfer, FailureWinsOverTimeOut) {
     answerPrompt(false, &question, 3001);
     EXPECT_EQ(ui::XfrOneFile(), -2);
     EXPECT_TRUE(ui::FW().LoaderTimedOut);
-    EXPECT_TRUE(question.startsWith(QStringLiteral("Confirm Operation: Transfer Failed, 100 Bytes")));
+    EXPECT_TRUE(
+        question.startsWith(QStringLiteral("Confirm Operation: Transfer Failed, 100 Bytes")));
 }
 
 TEST_F(Transfer, TimedOutAloneAsksWithTheModel) {
@@ -159,7 +161,8 @@ TEST_F(Transfer, TimedOutAloneAsksWithTheModel) {
     s().chkConfirm->setChecked(true);
     l().txtFileName->setText(firmware(QStringLiteral("a.frk"), 500));
     peer.onBytes = [&](const QByteArray&) {
-        if (peer.heard.size() == 150) peer.setCts(false);
+        if (peer.heard.size() == 150)
+            peer.setCts(false);
     };
     events.in(3000, [] {
         ui::tmrload_Timer();
@@ -213,8 +216,11 @@ TEST_F(Transfer, AfterARestartTheFirstBytesAreTheFilesFirstBytes) {
     EXPECT_EQ(wire.mid(wire.size() - file.size(), 100), file.left(100));
     EXPECT_EQ(stop, QStringLiteral("Breakpoint: Make sure the Gorda is Displaying message: "
                                    "'Load frk File now.'.      (Click 'Continue') "));
-    EXPECT_TRUE(logLines().contains(core::TransferFailedText(200).split(QStringLiteral("\r\n")).first()) ||
-                logLines().join(QStringLiteral("\n")).contains(QStringLiteral("Transfer Failed, 200 Bytes processed.")));
+    EXPECT_TRUE(
+        logLines().contains(core::TransferFailedText(200).split(QStringLiteral("\r\n")).first()) ||
+        logLines()
+            .join(QStringLiteral("\n"))
+            .contains(QStringLiteral("Transfer Failed, 200 Bytes processed.")));
 }
 
 TEST_F(Transfer, ProgressCaptionAfterEachBlock) {
@@ -224,12 +230,15 @@ TEST_F(Transfer, ProgressCaptionAfterEachBlock) {
     QStringList captions;
     peer.onBytes = [&](const QByteArray&) {
         const QString c = l().lblMessage->text();
-        if (!c.isEmpty() && (captions.isEmpty() || captions.last() != c)) captions << c;
+        if (!c.isEmpty() && (captions.isEmpty() || captions.last() != c))
+            captions << c;
     };
     EXPECT_EQ(ui::XfrOneFile(), 0);
     ASSERT_GT(captions.size(), 10);
     // In the first seconds the caption has no estimate; at 57600 baud 30000 bytes take ~5.2 s.
-    EXPECT_TRUE(QRegularExpression(QStringLiteral("^Bytes processed=[0-9]+$")).match(captions.first()).hasMatch())
+    EXPECT_TRUE(QRegularExpression(QStringLiteral("^Bytes processed=[0-9]+$"))
+                    .match(captions.first())
+                    .hasMatch())
         << captions.first().toStdString();
     EXPECT_EQ(captions.first(), QStringLiteral("Bytes processed=100"));
     EXPECT_TRUE(l().lblMessage->text().startsWith(
@@ -238,4 +247,3 @@ TEST_F(Transfer, ProgressCaptionAfterEachBlock) {
 }
 
 } // namespace
-

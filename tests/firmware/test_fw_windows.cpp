@@ -1,15 +1,15 @@
 // The loader's windows through their buttons: LDR (Start, Abort, Restart, Done), EX, RS, DG,
 // and the store behind the adapter warning.
 
-#include "common/LoaderFixture.h"
 #include "common/Accessible.h"
+#include "common/LoaderFixture.h"
 
 #include "app/Tools.h"
+#include "common/DeviceScript.h"
 #include "config/DG.h"
 #include "config/modRegistry.h"
 #include "firmware/EX.h"
 #include "firmware/RS.h"
-#include "common/DeviceScript.h"
 #include "link/Driver.h"
 #include "platform/doubles/ScriptedPeer.h"
 
@@ -27,14 +27,18 @@ protected:
         // A check box takes clicks on its box and caption, at its left end.
         if (b->isVisible() && qobject_cast<QCheckBox*>(b))
             QTest::mouseClick(b, Qt::LeftButton, {}, QPoint(8, b->height() / 2));
-        else if (b->isVisible()) QTest::mouseClick(b, Qt::LeftButton);
-        else b->click();
+        else if (b->isVisible())
+            QTest::mouseClick(b, Qt::LeftButton);
+        else
+            b->click();
     }
     // Clicks `b` once it is shown.
     void clickLater(QAbstractButton* b, int ms = 1) {
         events.in(ms, [this, b] {
-            if (!b->isHidden() && b->isEnabled()) b->click();
-            else clickLater(b, 1);
+            if (!b->isHidden() && b->isEnabled())
+                b->click();
+            else
+                clickLater(b, 1);
         });
     }
     QString regFile() const { return homeFile(QStringLiteral("registry.ini")); }
@@ -115,9 +119,10 @@ TEST_F(Windows, AbortDuringTheTransferWithConfirmationCancelledIsMinusThree) {
     QString question;
     answerPrompt(false, &question);
     EXPECT_EQ(ui::LoadTheFiles(true), -2);
-    EXPECT_EQ(question, QStringLiteral("Confirm Operation: User aborted the transfer, 200 Bytes processed.\r\n") +
-                            QString(30, QLatin1Char(' ')) +
-                            QStringLiteral("Click 'Continue' to restart transfer"));
+    EXPECT_EQ(
+        question,
+        QStringLiteral("Confirm Operation: User aborted the transfer, 200 Bytes processed.\r\n") +
+            QString(30, QLatin1Char(' ')) + QStringLiteral("Click 'Continue' to restart transfer"));
     EXPECT_TRUE(l().lblMessage->text().startsWith(
         QStringLiteral("End user selecetd to abort the Firmware load in progress")));
     // Idle came first, so the ten letters never went out.
@@ -138,7 +143,8 @@ TEST_F(Windows, AbortWithoutConfirmationLogsTheQuestion) {
     };
     clickLater(l().cmdContinue); // the stop before the restart
     EXPECT_EQ(ui::LoadTheFiles(true), 0);
-    EXPECT_TRUE(logLines().contains(QStringLiteral("User aborted the transfer, 100 Bytes processed.")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("User aborted the transfer, 100 Bytes processed.")));
 }
 
 TEST_F(Windows, LoadButtonShowsTheWarningThenTheLoader) {
@@ -174,7 +180,8 @@ TEST_F(Windows, ExitSpeedAtAnUnlistedRateSetsNoBoxAndSendsNothing) {
     s().txtCrntSpeed->setText(QStringLiteral("115200"));
     ui::EX& w = ui::ex();
     w.show();
-    for (QCheckBox* b : w.Check1) EXPECT_FALSE(b->isChecked());
+    for (QCheckBox* b : w.Check1)
+        EXPECT_FALSE(b->isChecked());
     EXPECT_THROW(ui::EX_cmdSetandExit_Click(), platform::ProgramEnd);
     EXPECT_TRUE(peer.frames().isEmpty());
     EXPECT_EQ(scripted->ends, 1);
@@ -202,7 +209,8 @@ TEST_F(Windows, ExitSpeedFirstTickedBoxWinsAndPausesFiveSeconds) {
     const qint64 before = platform::Clock::instance().nowMs();
     EXPECT_THROW(ui::EX_cmdSetandExit_Click(), platform::ProgramEnd);
     ASSERT_FALSE(peer.frames().isEmpty());
-    EXPECT_TRUE(peer.frames().first().startsWith(QByteArray("\x02" "30") ));
+    EXPECT_TRUE(peer.frames().first().startsWith(QByteArray("\x02"
+                                                            "30")));
     EXPECT_TRUE(peer.frames().first().contains("A3"));
     EXPECT_GE(platform::Clock::instance().nowMs() - before, 5000);
 }
@@ -221,7 +229,8 @@ TEST_F(Windows, ExitEndsWithoutASpeedChange) {
 // --- RS
 
 TEST_F(Windows, RestartWindowWithoutAFileHidesItsBox) {
-    s().lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM2")});
+    s().lstPort->addItems(
+        {QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM2")});
     ui::RS& w = ui::rs();
     w.show();
     EXPECT_EQ(w.windowTitle(), QStringLiteral("Emergency Firmware Update Restart"));
@@ -230,9 +239,10 @@ TEST_F(Windows, RestartWindowWithoutAFileHidesItsBox) {
     EXPECT_EQ(w.List1->item(1)->text(), QStringLiteral("COM1"));
     EXPECT_EQ(w.Label2->text(), QStringLiteral("Select Select COM Port"));
     EXPECT_EQ(w.Label3->text(),
-              QStringLiteral("Select the file to be loaded, Select the COM port the unit is connected to. "
-                             "The unit should be sitting at the boot Loader Prompt (Load frk file now). "
-                             "Click Restart to begin the loading process. "));
+              QStringLiteral(
+                  "Select the file to be loaded, Select the COM port the unit is connected to. "
+                  "The unit should be sitting at the boot Loader Prompt (Load frk file now). "
+                  "Click Restart to begin the loading process. "));
     EXPECT_EQ(w.List1->accessibleName(), w.Label2->text());
 }
 
@@ -244,7 +254,8 @@ TEST_F(Windows, RestartFromTheFileSetsPortSpeedsAndSkip) {
     QStringList loaded;
     QStringList fields; // as the load saw them
     QObject::connect(l().txtFileName, &QLineEdit::textChanged, [&](const QString& t) {
-        if (t.isEmpty()) return;
+        if (t.isEmpty())
+            return;
         loaded << t;
         fields = QStringList{s().txtPort->text(), s().txtOrigSpeed->text(), s().txtxfrspeed->text(),
                              s().txtCrntSpeed->text()};
@@ -271,7 +282,8 @@ TEST_F(Windows, RestartWithPortAndFileTakesNineteenTwoHundredAsTheFormerSpeed) {
     attachLoader();
     s().chkSim->setChecked(true);
     s().txtOrigSpeed->setText(QStringLiteral("9600"));
-    s().lstPort->addItems({QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM3")});
+    s().lstPort->addItems(
+        {QStringLiteral("?????"), QStringLiteral("COM1"), QStringLiteral("COM3")});
     scripted->paths = {QStringLiteral("C:\\fw\\new.frk")};
     ui::RS& w = ui::rs();
     w.show();
@@ -284,11 +296,13 @@ TEST_F(Windows, RestartWithPortAndFileTakesNineteenTwoHundredAsTheFormerSpeed) {
     QStringList fields;
     QObject::connect(l().txtFileName, &QLineEdit::textChanged, [&](const QString& t) {
         if (!t.isEmpty())
-            fields = QStringList{s().txtPort->text(), s().txtOrigSpeed->text(), s().txtxfrspeed->text()};
+            fields =
+                QStringList{s().txtPort->text(), s().txtOrigSpeed->text(), s().txtxfrspeed->text()};
     });
     writeHomeFile(QStringLiteral("FileList.frl"), "C:\\fw\\new.frk\r\n");
     ui::RS_cmdReStart_Click();
-    EXPECT_EQ(fields, (QStringList{QStringLiteral("COM3"), QStringLiteral("19200"), QStringLiteral("57600")}));
+    EXPECT_EQ(fields, (QStringList{QStringLiteral("COM3"), QStringLiteral("19200"),
+                                   QStringLiteral("57600")}));
     EXPECT_EQ(ui::FW().RestartIndex, 0);
     EXPECT_TRUE(scripted->messageTexts().isEmpty());
 }
@@ -313,13 +327,15 @@ TEST_F(Windows, NothingSelectedWarnsAndRunsOnWithAnEmptyPort) {
     w.show();
     QString portThen = QStringLiteral("unset");
     QObject::connect(l().txtFileName, &QLineEdit::textChanged, [&](const QString& t) {
-        if (!t.isEmpty()) portThen = s().txtPort->text();
+        if (!t.isEmpty())
+            portThen = s().txtPort->text();
     });
     ui::RS_cmdReStart_Click();
     EXPECT_EQ(portThen, QString());
     EXPECT_EQ(scripted->messageTexts(),
               QStringList{QStringLiteral("You must select a COM port and a File to load")});
-    EXPECT_TRUE(logLines().contains(QStringLiteral("You must select a COM port and a File to load")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("You must select a COM port and a File to load")));
     EXPECT_EQ(ui::FW().RestartIndex, 0);
     EXPECT_FALSE(ui::FW().RestartLoad);
 }
@@ -366,8 +382,10 @@ TEST_F(Windows, WarningCaptions) {
     ui::DG& w = ui::dg();
     w.show();
     EXPECT_EQ(w.windowTitle(), QStringLiteral("Warning Regarding USB to Serial Converters"));
-    EXPECT_EQ(w.Label1->text(), QStringLiteral("PLEASE READ THIS FIRST BEFORE DOWNLOADING SOFTWARE!!!!"));
-    EXPECT_TRUE(w.Label2->text().startsWith(QStringLiteral("We have found problems with the newest FTDI")));
+    EXPECT_EQ(w.Label1->text(),
+              QStringLiteral("PLEASE READ THIS FIRST BEFORE DOWNLOADING SOFTWARE!!!!"));
+    EXPECT_TRUE(
+        w.Label2->text().startsWith(QStringLiteral("We have found problems with the newest FTDI")));
     EXPECT_TRUE(w.Label2->text().endsWith(QStringLiteral("adapters with the FTDI chip-set.")));
     EXPECT_EQ(w.Check1->text(), QStringLiteral("Do not show this warning again"));
     EXPECT_EQ(w.Command1->text(), QStringLiteral("Continue"));
@@ -432,16 +450,18 @@ TEST_F(Windows, UncheckingAfterCheckingWritesZeroAtOnce) {
     EXPECT_EQ(v, 0);
     // Only the private file was written.
     QSettings f(regFile(), QSettings::IniFormat);
-    EXPECT_EQ(f.value(QStringLiteral("HKCU/Software/Brackwell/Telvo/Utility/ShowDongleWarning")).toInt(), 0);
+    EXPECT_EQ(
+        f.value(QStringLiteral("HKCU/Software/Brackwell/Telvo/Utility/ShowDongleWarning")).toInt(),
+        0);
 }
 
 TEST_F(Windows, AValueOfAnotherTypeReadsWithoutAMessage) {
-    ASSERT_EQ(ui::RegWrite(QStringLiteral("HKCU"), QStringLiteral("Software\\T"), QStringLiteral("N"),
-                           QStringLiteral("S"), QStringLiteral("abc")),
+    ASSERT_EQ(ui::RegWrite(QStringLiteral("HKCU"), QStringLiteral("Software\\T"),
+                           QStringLiteral("N"), QStringLiteral("S"), QStringLiteral("abc")),
               0);
     qint64 v = 7;
-    EXPECT_EQ(ui::RegRead(QStringLiteral("HKCU"), QStringLiteral("Software\\T"), QStringLiteral("N"),
-                          QStringLiteral("D"), v),
+    EXPECT_EQ(ui::RegRead(QStringLiteral("HKCU"), QStringLiteral("Software\\T"),
+                          QStringLiteral("N"), QStringLiteral("D"), v),
               0);
     EXPECT_EQ(v, 0);
     EXPECT_TRUE(scripted->shown.empty());
@@ -476,20 +496,22 @@ TEST_F(Windows, ProfileFileBranch) {
     writeHomeFile(QStringLiteral("p.ini"), "[Sec]\r\nName=hello\r\nNum=42\r\n");
     EXPECT_EQ(ui::RootHandle(ini), 1u);
     QVariant v;
-    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("Name"), QStringLiteral("S"), v,
-                          QStringLiteral("dflt")),
+    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("Name"), QStringLiteral("S"),
+                          v, QStringLiteral("dflt")),
               0);
     EXPECT_EQ(v.toString(), QStringLiteral("hello"));
-    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("None"), QStringLiteral("S"), v,
-                          QStringLiteral("dflt")),
+    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("None"), QStringLiteral("S"),
+                          v, QStringLiteral("dflt")),
               0);
     EXPECT_EQ(v.toString(), QStringLiteral("dflt"));
-    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("Num"), QStringLiteral("D"), v), 0);
+    EXPECT_EQ(
+        ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("Num"), QStringLiteral("D"), v), 0);
     EXPECT_EQ(v.toInt(), 42);
     EXPECT_EQ(ui::RegWrite(ini, QStringLiteral("Sec"), QStringLiteral("New"), QStringLiteral("S"),
                            QStringLiteral("x")),
               0);
-    EXPECT_EQ(ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("New"), QStringLiteral("S"), v), 0);
+    EXPECT_EQ(
+        ui::RegRead(ini, QStringLiteral("Sec"), QStringLiteral("New"), QStringLiteral("S"), v), 0);
     EXPECT_EQ(v.toString(), QStringLiteral("x"));
 }
 

@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } catch (const RuntimeError& e) {
         require(classicNumber(e.number()), "gamma file: unexpected error number");
     }
-    if (read.colorOption) require(*read.colorOption >= 0 && *read.colorOption <= 3, "option");
+    if (read.colorOption)
+        require(*read.colorOption >= 0 && *read.colorOption <= 3, "option");
 
     Reference ref;
     try {
@@ -98,7 +99,8 @@ int main() {
         "FunctionRed=CopyGreen\nFunctionGreen=CopyBlue\nFunctionBlue=CopyRed",
         "FunctionRed=X-1\nFunctionGreen=X*1000\nFunctionBlue=2-X",
         "'\n' ' '\n ' \nFunctionRed ' = X\nFunctionRed=' X\n",
-        "\xEF\xBB\xBF" "Scalar Gamma=\xC3\x28\nRed=\xFF\xFE 1 2\n",
+        "\xEF\xBB\xBF"
+        "Scalar Gamma=\xC3\x28\nRed=\xFF\xFE 1 2\n",
         "1.2.3.4.5+....\n.+.\n+-*/^()xX\n",
     };
     int runs = 0;
@@ -107,22 +109,26 @@ int main() {
                                static_cast<size_t>(b.size()));
         ++runs;
     };
-    for (const char* input : kBuiltIn) run(QByteArray(input));
+    for (const char* input : kBuiltIn)
+        run(QByteArray(input));
     // Long lines: more codes and numbers than the table holds, and a deep formula.
     run("Red=" + QByteArray(6000, '1').replace("11", "1 "));
     run("FunctionBlue=Table\n" + QByteArray(4000, '7').replace("77", "7 "));
     run("FunctionRed=" + QByteArray(2000, '(') + "X" + QByteArray(2000, ')'));
     run("FunctionRed=" + QByteArray(30000, '+'));
     // The corpus kept with the sources.
-    const QDir corpus(qEnvironmentVariable("TELVO_SOURCE_DIR") + QStringLiteral("/tests/gamma/corpus"));
+    const QDir corpus(qEnvironmentVariable("TELVO_SOURCE_DIR") +
+                      QStringLiteral("/tests/gamma/corpus"));
     for (const QString& name : corpus.entryList(QDir::Files)) {
         QFile f(corpus.filePath(name));
-        if (!f.open(QIODevice::ReadOnly)) continue;
+        if (!f.open(QIODevice::ReadOnly))
+            continue;
         const QByteArray b = f.readAll();
         run(b);
         // About forty cuts a file, mid-line and mid-number.
         const qsizetype step = qMax<qsizetype>(7, b.size() / 40);
-        for (qsizetype cut = 0; cut < b.size(); cut += step) run(b.left(cut));
+        for (qsizetype cut = 0; cut < b.size(); cut += step)
+            run(b.left(cut));
     }
     std::printf("fuzz_gamma: %d inputs, no crash\n", runs);
     return 0;

@@ -6,9 +6,9 @@
 #include "core/gamma/GammaFiles.h"
 #include "core/text/Classic.h"
 
-#include <gtest/gtest.h>
 #include <cfenv>
 #include <cmath>
+#include <gtest/gtest.h>
 
 using namespace telvo::core;
 
@@ -20,20 +20,29 @@ int roundEven(double v) {
     return int(std::nearbyint(v));
 }
 
-int powerCode(int i, double g) { return roundEven(1023.0 * std::pow(i / 1023.0, g)); }
+int powerCode(int i, double g) {
+    return roundEven(1023.0 * std::pow(i / 1023.0, g));
+}
 
 int referenceCode(int i, double refValue, double sourceGamma) {
     const double x = i / 1023.0;
     const double r = refValue / 1023.0;
-    if (r == 0 || x == 0) return 0;
-    if (x == 1) return 1023;
+    if (r == 0 || x == 0)
+        return 0;
+    if (x == 1)
+        return 1023;
     const double d = std::log(r) / std::log(x);
-    if (d == 0) return 0;
+    if (d == 0)
+        return 0;
     return roundEven(1023.0 * std::pow(x, 1.0 / (d * sourceGamma)));
 }
 
-Exponent plain(double g) { return Exponent{false, g}; }
-Exponent data() { return Exponent{true, 0}; }
+Exponent plain(double g) {
+    return Exponent{false, g};
+}
+Exponent data() {
+    return Exponent{true, 0};
+}
 
 // A display whose colours differ: red 2.2, green 2.4, blue 1.8, with a dip to 0 in red.
 RefData sampleDisplay() {
@@ -50,7 +59,8 @@ RefData sampleDisplay() {
 GammaCells filled(const QString& text) {
     GammaCells cells;
     for (int i = 0; i < kGammaRows; ++i)
-        for (int c = 0; c < kGammaColors; ++c) cells.at(i, c) = text;
+        for (int c = 0; c < kGammaColors; ++c)
+            cells.at(i, c) = text;
     return cells;
 }
 
@@ -60,7 +70,8 @@ TEST(GammaTable, UnitExponentGivesEveryInputItsOwnCode) {
     GammaCells cells;
     ComputeTable(plain(1.0), EmptyRefData(), 0, 0.45, cells);
     for (int i = 0; i < kGammaRows; ++i)
-        for (int c = 0; c < kGammaColors; ++c) ASSERT_EQ(cells.at(i, c), FormatCode(i));
+        for (int c = 0; c < kGammaColors; ++c)
+            ASSERT_EQ(cells.at(i, c), FormatCode(i));
     EXPECT_EQ(cells.at(0, 0), QStringLiteral("0000"));
     EXPECT_EQ(cells.at(1023, 2), QStringLiteral("1023"));
 }
@@ -101,7 +112,8 @@ TEST(GammaTable, ReferenceCorrectionMatchesClosedFormForEachColour) {
             // All uses red's reference for every column.
             const int source = option == 0 ? 0 : option - 1;
             for (int i = 0; i < kGammaRows; ++i) {
-                const QString expected = FormatCode(referenceCode(i, ref[size_t(i)][size_t(source)], sg));
+                const QString expected =
+                    FormatCode(referenceCode(i, ref[size_t(i)][size_t(source)], sg));
                 for (int c = 0; c < kGammaColors; ++c) {
                     const bool written = option == 0 || c == option - 1;
                     ASSERT_EQ(cells.at(i, c), written ? expected : QString())
@@ -114,13 +126,15 @@ TEST(GammaTable, ReferenceCorrectionMatchesClosedFormForEachColour) {
 
 TEST(GammaTable, ReferenceEqualToInputGivesTheSourceGammaInverse) {
     RefData ref = EmptyRefData();
-    for (int i = 0; i < kGammaRows; ++i) ref[size_t(i)][0] = i;
+    for (int i = 0; i < kGammaRows; ++i)
+        ref[size_t(i)][0] = i;
     GammaCells cells;
     ComputeTable(data(), ref, 1, 0.45, cells);
     for (int i = 0; i < kGammaRows; ++i)
         ASSERT_EQ(cells.at(i, 0), FormatCode(roundEven(1023.0 * std::pow(i / 1023.0, 1 / 0.45))));
     EXPECT_NEAR(1 / (1.0 * 0.45), 2.2222, 1e-4);
-    EXPECT_EQ(cells.at(512, 0), FormatCode(roundEven(1023.0 * std::pow(512 / 1023.0, 2.2222222222))));
+    EXPECT_EQ(cells.at(512, 0),
+              FormatCode(roundEven(1023.0 * std::pow(512 / 1023.0, 2.2222222222))));
 }
 
 TEST(GammaTable, ReferenceZeroOrInputZeroGivesCodeZero) {
@@ -130,7 +144,8 @@ TEST(GammaTable, ReferenceZeroOrInputZeroGivesCodeZero) {
     EXPECT_EQ(GammaCode(1023, data(), ref, 3, 0.45), 1023);
     // A flat display at full output: local gamma 0, code 0.
     RefData flat = EmptyRefData();
-    for (auto& row : flat) row = {1023, 1023, 1023};
+    for (auto& row : flat)
+        row = {1023, 1023, 1023};
     EXPECT_EQ(GammaCode(500, data(), flat, 0, 0.45), 0);
 }
 
@@ -145,7 +160,8 @@ TEST(GammaTable, GreenOnlyLeavesRedAndBlueAsTheyWere) {
 }
 
 TEST(GammaTable, ZeroExponentGivesFullCodeEverywhere) {
-    for (int i : {0, 1, 512, 1023}) EXPECT_EQ(GammaCode(i, plain(0), EmptyRefData(), 0, 0.45), 1023);
+    for (int i : {0, 1, 512, 1023})
+        EXPECT_EQ(GammaCode(i, plain(0), EmptyRefData(), 0, 0.45), 1023);
 }
 
 TEST(GammaTable, ErrorStopsTheTableWhereItStands) {
@@ -275,10 +291,10 @@ INSTANTIATE_TEST_SUITE_P(
         EvalCase{"1.5.5+1", 0, 2.5}, EvalCase{"2&3", 0, 2}, EvalCase{"a b c", 0, 0},
         EvalCase{"X", 0.3, 0.3}, EvalCase{"  42  ", 0, 42}, EvalCase{".", 0, 0},
         // Run-time errors give 0.
-        EvalCase{"", 0.5, 0}, EvalCase{"1/0", 0, 0}, EvalCase{"-X", 0.5, 0},
-        EvalCase{"X+", 0.5, 0}, EvalCase{")", 0, 0}, EvalCase{"(X+1", 0.5, 0},
-        EvalCase{"0^0-1", 0, 0}, EvalCase{"0^(0-1)", 0, 0}, EvalCase{"(0-8)^0.5", 0, 0},
-        EvalCase{"10^400", 0, 0}, EvalCase{"99999999999/1", 0, 0}));
+        EvalCase{"", 0.5, 0}, EvalCase{"1/0", 0, 0}, EvalCase{"-X", 0.5, 0}, EvalCase{"X+", 0.5, 0},
+        EvalCase{")", 0, 0}, EvalCase{"(X+1", 0.5, 0}, EvalCase{"0^0-1", 0, 0},
+        EvalCase{"0^(0-1)", 0, 0}, EvalCase{"(0-8)^0.5", 0, 0}, EvalCase{"10^400", 0, 0},
+        EvalCase{"99999999999/1", 0, 0}));
 
 TEST(Evaluator, RanksOfTheOperators) {
     EXPECT_EQ(Priority(QStringLiteral("&")), 2);
@@ -331,7 +347,8 @@ TEST(Evaluator, EmptyFunctionTextIsSkippedByTheReference) {
 
 // The classic "0.0": 15 significant digits, then halves away from zero.
 TEST(GammaFormat, TenthsRoundAsTheClassicFormat) {
-    EXPECT_EQ(telvo::core::FormatTenths(1 / 0.8), QStringLiteral("1.3")); // 1.2499999999999999 in binary
+    EXPECT_EQ(telvo::core::FormatTenths(1 / 0.8),
+              QStringLiteral("1.3")); // 1.2499999999999999 in binary
     EXPECT_EQ(telvo::core::FormatTenths(1.25), QStringLiteral("1.3"));
     EXPECT_EQ(telvo::core::FormatTenths(1.35), QStringLiteral("1.4"));
     EXPECT_EQ(telvo::core::FormatTenths(1 / 0.45), QStringLiteral("2.2"));

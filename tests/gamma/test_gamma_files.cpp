@@ -9,9 +9,9 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 #include <cmath>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,11 +22,14 @@ namespace {
 
 QStringList linesOf(const QByteArray& bytes) {
     QStringList lines = QString::fromUtf8(bytes).split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.last().isEmpty()) lines.removeLast();
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
     return lines;
 }
 
-QStringList textLines(const char* text) { return QString::fromLatin1(text).split(u'\n'); }
+QStringList textLines(const char* text) {
+    return QString::fromLatin1(text).split(u'\n');
+}
 
 // Three different columns: red 0.45, green 1.8, blue 2.2.
 GammaCells threeCurves() {
@@ -125,7 +128,8 @@ TEST(GammaFile, KeysInAnyCaseWithBlanksAndGammaForScalarGamma) {
 TEST(GammaFile, UnknownKeysAndLinesWithoutEqualsAreSkipped) {
     GammaCells cells;
     GammaFileRead read;
-    ReadGammaLines(textLines("Comment=hello\nno equals here\n\nScalar Gamma=2.0\nRED"), read, cells);
+    ReadGammaLines(textLines("Comment=hello\nno equals here\n\nScalar Gamma=2.0\nRED"), read,
+                   cells);
     EXPECT_EQ(read.txtGamma, QStringLiteral("2.0"));
     EXPECT_FALSE(read.colorOption.has_value());
     EXPECT_EQ(cells.at(0, 0), QString());
@@ -133,7 +137,8 @@ TEST(GammaFile, UnknownKeysAndLinesWithoutEqualsAreSkipped) {
 
 TEST(GammaFile, TooManyCodesRunPastTheTable) {
     QString line = QStringLiteral("Blue=");
-    for (int i = 0; i < 1025; ++i) line += QStringLiteral("5 ");
+    for (int i = 0; i < 1025; ++i)
+        line += QStringLiteral("5 ");
     GammaCells cells;
     GammaFileRead read;
     try {
@@ -158,8 +163,10 @@ TEST(GammaFile, LineOfTenThousandCharactersIsRead) {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("wide.gma"));
     QByteArray red = "RED=";
-    for (int i = 0; i < kGammaRows; ++i) red += QByteArray::number(i).rightJustified(4, '0') + "     ";
-    while (red.size() < 10000) red += ' ';
+    for (int i = 0; i < kGammaRows; ++i)
+        red += QByteArray::number(i).rightJustified(4, '0') + "     ";
+    while (red.size() < 10000)
+        red += ' ';
     ASSERT_GE(red.size(), 10000);
     writeFile(path, "Scalar Gamma=1.0\r\n" + red + "\r\nGreen=0001\r\n");
     GammaCells cells;
@@ -266,8 +273,8 @@ TEST(ReferenceFile, ExpressionsForEachColourGiveTheirCurves) {
 
 TEST(ReferenceFile, TableTakesTheNextLineFromRowZero) {
     Reference ref;
-    ReadReferenceLines(textLines("FunctionGreen=Table\n0 1.5  3 ' not a comment here\nFunctionRed=X"),
-                       ref);
+    ReadReferenceLines(
+        textLines("FunctionGreen=Table\n0 1.5  3 ' not a comment here\nFunctionRed=X"), ref);
     EXPECT_TRUE(ref.FunctionText[1].isEmpty());
     EXPECT_DOUBLE_EQ(ref.DSPrefData[0][1], 0);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[1][1], 1.5);
@@ -279,11 +286,12 @@ TEST(ReferenceFile, TableTakesTheNextLineFromRowZero) {
 
 TEST(ReferenceFile, CopyOfARedTableGivesGreenTheSameValues) {
     QString numbers;
-    for (int i = 0; i < kGammaRows; ++i) numbers += QString::number(i * 0.75) + u' ';
+    for (int i = 0; i < kGammaRows; ++i)
+        numbers += QString::number(i * 0.75) + u' ';
     Reference ref;
-    ReadReferenceLines({QStringLiteral("FunctionRED=Table"), numbers,
-                        QStringLiteral("FunctionGreen=CopyRed")},
-                       ref);
+    ReadReferenceLines(
+        {QStringLiteral("FunctionRED=Table"), numbers, QStringLiteral("FunctionGreen=CopyRed")},
+        ref);
     ApplyReference(ref);
     for (int i = 0; i < kGammaRows; ++i) {
         ASSERT_DOUBLE_EQ(ref.DSPrefData[size_t(i)][0], i * 0.75);
@@ -296,7 +304,8 @@ TEST(ReferenceFile, TableFollowedByAnEmptyLineLeavesBlueAtZero) {
     Reference ref;
     ReadReferenceLines(textLines("FunctionRed=X\nFunctionBlue=Table\n\nFunctionGreen=X"), ref);
     ApplyReference(ref);
-    for (int i = 0; i < kGammaRows; ++i) ASSERT_EQ(ref.DSPrefData[size_t(i)][2], 0);
+    for (int i = 0; i < kGammaRows; ++i)
+        ASSERT_EQ(ref.DSPrefData[size_t(i)][2], 0);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[1023][0], 1023);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[1023][1], 1023);
 }
@@ -304,13 +313,15 @@ TEST(ReferenceFile, TableFollowedByAnEmptyLineLeavesBlueAtZero) {
 TEST(ReferenceFile, CopiesRunInOrderAfterEvaluation) {
     // Red copies green (evaluated), blue copies red: what red holds once its copy has run.
     Reference ref;
-    ReadReferenceLines(textLines("FunctionRed= CopyGreen \nFunctionGreen=X*2\nFunctionBlue=CopyRed"), ref);
+    ReadReferenceLines(
+        textLines("FunctionRed= CopyGreen \nFunctionGreen=X*2\nFunctionBlue=CopyRed"), ref);
     ApplyReference(ref);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[1023][0], 2046);
     EXPECT_DOUBLE_EQ(ref.DSPrefData[1023][2], 2046);
     // Green copies blue before blue copies red: green gets blue's old values.
     Reference ref2;
-    ReadReferenceLines(textLines("FunctionRed=X\nFunctionGreen=CopyBlue\nFunctionBlue=CopyRed"), ref2);
+    ReadReferenceLines(textLines("FunctionRed=X\nFunctionGreen=CopyBlue\nFunctionBlue=CopyRed"),
+                       ref2);
     ApplyReference(ref2);
     EXPECT_DOUBLE_EQ(ref2.DSPrefData[1023][1], 0);
     EXPECT_DOUBLE_EQ(ref2.DSPrefData[1023][2], 1023);
@@ -318,7 +329,8 @@ TEST(ReferenceFile, CopiesRunInOrderAfterEvaluation) {
 
 TEST(ReferenceFile, OnlyExactCopyWordsTakeEffectAndNoneIsEvaluated) {
     Reference ref;
-    ReadReferenceLines(textLines("FunctionRed=X\nFunctionGreen=Copy Red\nFunctionBlue=CopyBlue"), ref);
+    ReadReferenceLines(textLines("FunctionRed=X\nFunctionGreen=Copy Red\nFunctionBlue=CopyBlue"),
+                       ref);
     ref.DSPrefData[1023][1] = 7;
     ref.DSPrefData[1023][2] = 9;
     ApplyReference(ref);
@@ -328,7 +340,8 @@ TEST(ReferenceFile, OnlyExactCopyWordsTakeEffectAndNoneIsEvaluated) {
 
 TEST(ReferenceFile, MoreThan1024NumbersRunPastTheTable) {
     QString numbers;
-    for (int i = 0; i < 1025; ++i) numbers += QStringLiteral("1 ");
+    for (int i = 0; i < 1025; ++i)
+        numbers += QStringLiteral("1 ");
     Reference ref;
     EXPECT_THROW(ReadReferenceLines({QStringLiteral("FunctionBlue=Table"), numbers}, ref),
                  RuntimeError);
@@ -339,7 +352,8 @@ TEST(ReferenceFile, LineOfTenThousandCharactersIsRead) {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("wide.txt"));
     QByteArray line;
-    for (int i = 0; i < kGammaRows; ++i) line += QByteArray::number(i) + "        ";
+    for (int i = 0; i < kGammaRows; ++i)
+        line += QByteArray::number(i) + "        ";
     ASSERT_GE(line.size(), 10000);
     writeFile(path, "FunctionBlue=Table\n" + line + "\nFunctionRed=X^2 ' squared\n");
     Reference ref;
@@ -357,7 +371,8 @@ TEST(GammaExport, ArgyllCalHoldsEveryRowAsFractions) {
     ComputeTable(Exponent{false, 1.0}, EmptyRefData(), 0, 0.45, cells);
     cells.at(1, 2) = QStringLiteral("5000"); // clamped
     const QStringList lines =
-        QString::fromUtf8(ArgyllCalText(cells, QStringLiteral("Sun Nov 22 10:00:00 2026"))).split(u'\n');
+        QString::fromUtf8(ArgyllCalText(cells, QStringLiteral("Sun Nov 22 10:00:00 2026")))
+            .split(u'\n');
     EXPECT_EQ(lines[0], QStringLiteral("CAL"));
     EXPECT_TRUE(lines.contains(QStringLiteral("DESCRIPTOR \"Argyll Device Calibration State\"")));
     EXPECT_TRUE(lines.contains(QStringLiteral("CREATED \"Sun Nov 22 10:00:00 2026\"")));
@@ -376,8 +391,8 @@ TEST(GammaExport, ArgyllCalHoldsEveryRowAsFractions) {
 
 TEST(GammaExport, CubeLutIsOneDimensionalOver1024Entries) {
     const GammaCells cells = threeCurves();
-    const QStringList lines =
-        QString::fromUtf8(CubeLutText(cells, QStringLiteral("My \"LCD\""))).split(u'\n', Qt::SkipEmptyParts);
+    const QStringList lines = QString::fromUtf8(CubeLutText(cells, QStringLiteral("My \"LCD\"")))
+                                  .split(u'\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 4 + 1024);
     EXPECT_EQ(lines[0], QStringLiteral("TITLE \"My LCD\""));
     EXPECT_EQ(lines[1], QStringLiteral("LUT_1D_SIZE 1024"));
@@ -396,8 +411,10 @@ TEST(GammaFileCheck, AFileWithoutItsThreeWholeTablesIsNoGammaFile) {
     h.txtGamma = QStringLiteral("2.2");
     GammaCells cells;
     for (int c = 0; c < kGammaColors; ++c)
-        for (int i = 0; i < kGammaRows; ++i) cells.at(i, c) = QString::number(i);
-    const QStringList whole = QString::fromUtf8(GammaFileText(h, cells)).split(QStringLiteral("\r\n"));
+        for (int i = 0; i < kGammaRows; ++i)
+            cells.at(i, c) = QString::number(i);
+    const QStringList whole =
+        QString::fromUtf8(GammaFileText(h, cells)).split(QStringLiteral("\r\n"));
     EXPECT_EQ(GammaFileProblem(whole), QString());
     EXPECT_EQ(GammaFileProblem({QStringLiteral("hello"), QStringLiteral("world")}),
               QStringLiteral("it has no \"Scalar Gamma=\" line"));
@@ -406,6 +423,7 @@ TEST(GammaFileCheck, AFileWithoutItsThreeWholeTablesIsNoGammaFile) {
     EXPECT_EQ(GammaFileProblem(noBlue), QStringLiteral("it has no BLUE table"));
     QStringList shortRed = whole;
     for (QString& l : shortRed)
-        if (l.startsWith(QLatin1String("RED="))) l = QStringLiteral("RED=1 2 3");
+        if (l.startsWith(QLatin1String("RED=")))
+            l = QStringLiteral("RED=1 2 3");
     EXPECT_EQ(GammaFileProblem(shortRed), QStringLiteral("its RED table holds 3 codes, not 1024"));
 }

@@ -1,9 +1,9 @@
 // "Telvo Hesta Gamma Control Loader": the window driven through its buttons, boxes, grid and
 // chart, with the scripted platform answering dialogs and questions.
 
-#include "platform/doubles/ScriptedPlatform.h"
 #include "common/Accessible.h"
 #include "common/Fixture.h"
+#include "platform/doubles/ScriptedPlatform.h"
 
 #include "core/gamma/GammaFiles.h"
 #include "core/text/Classic.h"
@@ -26,12 +26,14 @@ namespace {
 // The scripted platform, also keeping where each dialog started and its filter.
 class GammaPlatform : public platform::ScriptedPlatform {
 public:
-    QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) override {
+    QString OpenFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
         dirs << dir;
         filters << filter;
         return ScriptedPlatform::OpenFileDialog(title, dir, filter);
     }
-    QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) override {
+    QString SaveFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override {
         dirs << dir;
         filters << filter;
         return ScriptedPlatform::SaveFileDialog(title, dir, filter);
@@ -72,7 +74,8 @@ protected:
     QStringList snapshot() {
         QStringList s;
         for (int r = 0; r < ui::GammaGrid::kRows; ++r)
-            for (int c = 0; c < ui::GammaGrid::kCols; ++c) s << cell(r, c);
+            for (int c = 0; c < ui::GammaGrid::kCols; ++c)
+                s << cell(r, c);
         s << w().txtGamma->text() << w().txtDSPgamma->text() << w().txtSG->text()
           << QString::number(w().ColorOption()) << QString::number(w().DataChanged)
           << QString::number(w().chkDSPRef->isChecked()) << w().frmChart->title()
@@ -129,17 +132,36 @@ TEST_F(GammaWindow, LoadsWithItsCaptionsAndAnEmptyGrid) {
 
 TEST_F(GammaWindow, EveryControlHasItsNameAndASpokenName) {
     const std::pair<QWidget*, const char*> controls[] = {
-        {w().Frame1, "LUT Table Data"}, {w().FG1, nullptr}, {w().txtHiLite, nullptr},
-        {w().frmChart, nullptr}, {w().MSC1, nullptr}, {w().lblBuilding, "Building    Chart"},
-        {w().Frame2, "Set Gamma Value"}, {w().Label1, "Scalar Gamma"}, {w().txtGamma, "Scalar Gamma"},
-        {w().Label5, "Display Gamma"}, {w().txtDSPgamma, "Display Gamma"}, {w().txtSG, "Source Gamma"},
-        {w().chkDSPRef, "Use Display Reference Data"}, {w().cmdBrowse, "Open"},
-        {w().OptColor[0], "All"}, {w().OptColor[1], "Red"}, {w().OptColor[2], "Green"},
-        {w().OptColor[3], "Blue"}, {w().cmdCompute, "Compute"}, {w().cmdLoad, "Load"},
-        {w().Frame3, "Program Control"}, {w().cmdNew, "New"}, {w().cmdOpen, "Open"},
-        {w().cmdSave, "Save"}, {w().cmdSaveAs, "Save As"}, {w().cmdExit, "Done"},
-        {w().frmGIN, "Enter a Name for The Gamma Data"}, {w().txtGIN, nullptr},
-        {w().cmdDir, "Accept"}, {w().cmdCancel, "Cancel"}};
+        {w().Frame1, "LUT Table Data"},
+        {w().FG1, nullptr},
+        {w().txtHiLite, nullptr},
+        {w().frmChart, nullptr},
+        {w().MSC1, nullptr},
+        {w().lblBuilding, "Building    Chart"},
+        {w().Frame2, "Set Gamma Value"},
+        {w().Label1, "Scalar Gamma"},
+        {w().txtGamma, "Scalar Gamma"},
+        {w().Label5, "Display Gamma"},
+        {w().txtDSPgamma, "Display Gamma"},
+        {w().txtSG, "Source Gamma"},
+        {w().chkDSPRef, "Use Display Reference Data"},
+        {w().cmdBrowse, "Open"},
+        {w().OptColor[0], "All"},
+        {w().OptColor[1], "Red"},
+        {w().OptColor[2], "Green"},
+        {w().OptColor[3], "Blue"},
+        {w().cmdCompute, "Compute"},
+        {w().cmdLoad, "Load"},
+        {w().Frame3, "Program Control"},
+        {w().cmdNew, "New"},
+        {w().cmdOpen, "Open"},
+        {w().cmdSave, "Save"},
+        {w().cmdSaveAs, "Save As"},
+        {w().cmdExit, "Done"},
+        {w().frmGIN, "Enter a Name for The Gamma Data"},
+        {w().txtGIN, nullptr},
+        {w().cmdDir, "Accept"},
+        {w().cmdCancel, "Cancel"}};
     for (auto [widget, spoken] : controls) {
         EXPECT_FALSE(widget->objectName().isEmpty());
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->objectName().toStdString();
@@ -161,7 +183,8 @@ TEST_F(GammaWindow, NewComputesTheUnitTableWithTheDefaults) {
     EXPECT_FALSE(w().chkDSPRef->isChecked());
     EXPECT_FALSE(w().txtDSPgamma->isEnabled());
     for (int row = 1; row <= 1024; ++row)
-        for (int c = 1; c <= 3; ++c) ASSERT_EQ(cell(row, c), core::FormatCode(row - 1));
+        for (int c = 1; c <= 3; ++c)
+            ASSERT_EQ(cell(row, c), core::FormatCode(row - 1));
     EXPECT_EQ(cell(1, 1), QStringLiteral("0000"));
     EXPECT_EQ(cell(1024, 3), QStringLiteral("1023"));
     EXPECT_TRUE(w().DataChanged);
@@ -228,7 +251,8 @@ TEST_F(GammaWindow, ZeroSourceGammaIsShownAsARunTimeError) {
     w().chkDSPRef->setChecked(true);
     click(w().cmdCompute);
     ASSERT_EQ(gp->messageTexts().size(), 1);
-    EXPECT_EQ(gp->messageTexts()[0], QStringLiteral("Run-time error '11':\r\n\r\nDivision by zero"));
+    EXPECT_EQ(gp->messageTexts()[0],
+              QStringLiteral("Run-time error '11':\r\n\r\nDivision by zero"));
 }
 
 TEST_F(GammaWindow, LoadButtonDoesNothing) {
@@ -319,7 +343,8 @@ TEST_F(GammaWindow, ChartOfAllThreeColoursTogether) {
     for (int c = 0; c < 3; ++c) {
         EXPECT_TRUE(w().RGBCurves[size_t(c)]->isVisible());
         ASSERT_EQ(w().RGBCurves[size_t(c)]->count(), 1024);
-        EXPECT_DOUBLE_EQ(w().RGBCurves[size_t(c)]->at(300).y(), core::Val(cell(301, c + 1)) / 1023.0);
+        EXPECT_DOUBLE_EQ(w().RGBCurves[size_t(c)]->at(300).y(),
+                         core::Val(cell(301, c + 1)) / 1023.0);
     }
     EXPECT_EQ(w().RGBCurves[1]->pen().color(), QColor(0, 255, 0));
     w().chkAllColors->setChecked(false);
@@ -411,12 +436,14 @@ TEST_F(GammaWindow, NameWithoutExtensionSavesAsAGmaFile) {
     EXPECT_TRUE(QFile::exists(file));
     EXPECT_FALSE(QFile::exists(QDir(gammaDir()).filePath(QStringLiteral("plain"))));
     EXPECT_EQ(w().GammaFileName, file);
-    EXPECT_EQ(QDir(gammaDir()).entryList({QStringLiteral("*.gma")}), QStringList{QStringLiteral("plain.gma")});
+    EXPECT_EQ(QDir(gammaDir()).entryList({QStringLiteral("*.gma")}),
+              QStringList{QStringLiteral("plain.gma")});
     w().GammaFileName.clear();
     gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("plain")));
     gp->answers.push_back(platform::vbNo);
     w().SaveGamma();
-    EXPECT_EQ(gp->messageTexts(), QStringList{file + QStringLiteral("\r\nCurrently exists, Overwrite?")});
+    EXPECT_EQ(gp->messageTexts(),
+              QStringList{file + QStringLiteral("\r\nCurrently exists, Overwrite?")});
     // A name with an extension of its own keeps it.
     gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("lcd.txt")));
     w().SaveGamma();
@@ -430,7 +457,8 @@ TEST_F(GammaWindow, SaveThenOpenReproducesTheTableAndTheValues) {
     w().DSPrefFile = QStringLiteral("/ref/lcd.txt");
     QStringList cells;
     for (int r = 1; r <= 1024; ++r)
-        for (int c = 1; c <= 3; ++c) cells << cell(r, c);
+        for (int c = 1; c <= 3; ++c)
+            cells << cell(r, c);
     const QString file = QDir(home()).filePath(QStringLiteral("t.gma"));
     w().GammaFileName = file;
     click(w().cmdSave);
@@ -441,7 +469,8 @@ TEST_F(GammaWindow, SaveThenOpenReproducesTheTableAndTheValues) {
     click(w().cmdOpen);
     QStringList back;
     for (int r = 1; r <= 1024; ++r)
-        for (int c = 1; c <= 3; ++c) back << cell(r, c);
+        for (int c = 1; c <= 3; ++c)
+            back << cell(r, c);
     EXPECT_EQ(back, cells);
     EXPECT_EQ(w().txtGamma->text(), QStringLiteral("2.2"));
     EXPECT_EQ(w().txtDSPgamma->text(), QStringLiteral("1.6"));
@@ -480,7 +509,8 @@ TEST_F(GammaWindow, ExistingFileIsOverwrittenOnlyWhenAllowed) {
 TEST_F(GammaWindow, ReferenceFileThroughBrowseAndDataMode) {
     QDir(home()).mkpath(QStringLiteral("Gamma"));
     writeHomeFile(QStringLiteral("Gamma/lcd.txt"),
-                  "' my display\r\nFunctionRed=X ' linear\r\nFunctionGreen=CopyRed\r\nFunctionBlue=Table\r\n\r\n");
+                  "' my display\r\nFunctionRed=X ' "
+                  "linear\r\nFunctionGreen=CopyRed\r\nFunctionBlue=Table\r\n\r\n");
     w().chkDSPRef->setChecked(true);
     gp->paths.push_back(QDir(gammaDir()).filePath(QStringLiteral("lcd.txt")));
     click(w().cmdBrowse);
@@ -498,7 +528,9 @@ TEST_F(GammaWindow, ReferenceFileThroughBrowseAndDataMode) {
         const double r = w().Ref.DSPrefData[size_t(i)][1] / 1023.0;
         int expected = 0;
         if (r != 0 && x != 0)
-            expected = x == 1 ? 1023 : roundEven(1023 * std::pow(x, 1 / (std::log(r) / std::log(x) * 0.45)));
+            expected = x == 1
+                           ? 1023
+                           : roundEven(1023 * std::pow(x, 1 / (std::log(r) / std::log(x) * 0.45)));
         ASSERT_EQ(cell(i + 1, 2), core::FormatCode(expected)) << i;
         ASSERT_NEAR(expected, 1023 * std::pow(x, 1 / 0.45), 0.5 + 1e-9);
     }
@@ -515,7 +547,8 @@ TEST_F(GammaWindow, DoneAsksOnlyWhenChangedAndHides) {
     click(w().cmdExit);
     EXPECT_FALSE(w().isHidden());
     ASSERT_EQ(gp->messageTexts().size(), 1);
-    EXPECT_EQ(gp->messageTexts()[0], QStringLiteral("The data has changed. Do you wish to save it?"));
+    EXPECT_EQ(gp->messageTexts()[0],
+              QStringLiteral("The data has changed. Do you wish to save it?"));
     EXPECT_EQ(gp->shown.back().buttons, int(platform::vbYesNoCancel));
     gp->answers.push_back(platform::vbNo);
     click(w().cmdExit);
@@ -578,7 +611,8 @@ TEST_F(GammaWindow, ExportsWriteCalAndCube) {
 }
 
 TEST_F(GammaWindow, OpenedFileInLowerCaseWithBlanksSetsScalarGamma) {
-    writeHomeFile(QStringLiteral("lower.gma"), "gamma = 1.5\r\ncoloroption = 2\r\ngreen = 0001 0002\r\n");
+    writeHomeFile(QStringLiteral("lower.gma"),
+                  "gamma = 1.5\r\ncoloroption = 2\r\ngreen = 0001 0002\r\n");
     gp->paths.push_back(QDir(home()).filePath(QStringLiteral("lower.gma")));
     click(w().cmdOpen);
     EXPECT_EQ(w().txtGamma->text(), QStringLiteral("1.5"));
@@ -602,7 +636,8 @@ TEST_F(GammaWindow, OpenedFileNamesItsReferenceButDataModeWorksOnEmptyData) {
     EXPECT_FALSE(w().cmdBrowse->isHidden());
     click(w().cmdCompute);
     for (int row = 1; row <= 1024; ++row)
-        for (int c = 1; c <= 3; ++c) ASSERT_EQ(cell(row, c), QStringLiteral("0000")) << row;
+        for (int c = 1; c <= 3; ++c)
+            ASSERT_EQ(cell(row, c), QStringLiteral("0000")) << row;
     EXPECT_TRUE(gp->messageTexts().isEmpty());
 }
 

@@ -26,14 +26,18 @@ inline Conf parseConf(const QByteArray& bytes) {
             continue;
         }
         const QStringList w = line.split(u' ', Qt::SkipEmptyParts);
-        if (w.isEmpty()) continue;
-        if (w.size() == 2 && w[0] == u"begin" && w[1] == u"raw_codes") inCodes = true;
-        else if (w.size() == 2 && w[0] == u"end" && w[1] == u"raw_codes") inCodes = false;
+        if (w.isEmpty())
+            continue;
+        if (w.size() == 2 && w[0] == u"begin" && w[1] == u"raw_codes")
+            inCodes = true;
+        else if (w.size() == 2 && w[0] == u"end" && w[1] == u"raw_codes")
+            inCodes = false;
         else if (inCodes && w[0] == u"name") {
             c.names << w.value(1);
             c.codes << QList<qint32>{};
         } else if (inCodes) {
-            for (const QString& n : w) c.codes.last() << n.toInt();
+            for (const QString& n : w)
+                c.codes.last() << n.toInt();
         } else if (w.size() == 2) {
             c.settings[w[0]] = w[1];
         }

@@ -24,7 +24,9 @@ void require(bool condition, const char* what) {
     }
 }
 
-bool knownError(int n) { return n == kOverflow || n == kSubscript || n == kDivisionByZero || n == 28; }
+bool knownError(int n) {
+    return n == kOverflow || n == kSubscript || n == kDivisionByZero || n == 28;
+}
 
 void checkLine(const QString& line) {
     const QStringList w = line.split(u' ');
@@ -35,7 +37,8 @@ void checkLine(const QString& line) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size > 4096) return 0;
+    if (size > 4096)
+        return 0;
     const QString text = QString::fromLatin1(reinterpret_cast<const char*>(data), qsizetype(size));
     QStringList lines = text.split(u'\n');
     const QString form = lines.takeFirst();
@@ -46,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     InitIR(s);
     int n = 0;
     for (const QString& def : lines) {
-        if (++n > 40) break;
+        if (++n > 40)
+            break;
         AddDefine(s, def, (n & 1) != 0);
     }
     require(!s.Defines.isEmpty() && s.Defines[0].Label.isEmpty(), "row 0 stays empty");
@@ -103,7 +107,8 @@ int main() {
         "A:8\nA=(((((((((1\nB=)))))\nC=1/0\nD2=0X\nE=12[1..16]",
         "A:8\nA=300*300\nB=2@99\nC=[\nD=12[3..\nE=7 7 7 7\nF=~~~~~",
         "\"a,b\":8,\"[\",V:8\nV=Value",
-        "A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31\nA=-1",
+        "A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31,A:31\nA=-"
+        "1",
         "Q:8\nQ=40000+1\nR=0x7FFF*0x7FFF\nS=-32768/-1",
     };
     int runs = 0;
@@ -112,7 +117,8 @@ int main() {
         ++runs;
     }
     const int seeds = telvo::test::FeedCorpus("ir", LLVMFuzzerTestOneInput);
-    if (seeds == 0) return 1;
+    if (seeds == 0)
+        return 1;
     std::printf("fuzz_ir: %d inputs, no crash\n", runs + seeds);
     return 0;
 }

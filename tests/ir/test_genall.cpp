@@ -4,10 +4,10 @@
 
 #include "common/Fixture.h"
 
-#include "app/Tools.h"
-#include "core/text/Classic.h"
 #include "LircConf.h"
+#include "app/Tools.h"
 #include "core/ir/Lirc.h"
+#include "core/text/Classic.h"
 #include "ir/IRG.h"
 #include "platform/os/Launch.h"
 
@@ -25,17 +25,21 @@ using test::parseConf;
 
 namespace {
 
-QString hex4(int n) { return QStringLiteral("%1").arg(n, 4, 16, QLatin1Char('0')).toUpper(); }
+QString hex4(int n) {
+    return QStringLiteral("%1").arg(n, 4, 16, QLatin1Char('0')).toUpper();
+}
 
 // A device frame: leader word twice, each byte as 8 bits LSB first, the fixed tail.
 QString referenceLine(int leaderWord, const QList<int>& bytes) {
     const int count = 2 + 16 * int(bytes.size()) + 4;
     QStringList w{QStringLiteral("0000"), QStringLiteral("006C"), hex4(count / 2),
-                  QStringLiteral("0000"), hex4(leaderWord), hex4(leaderWord)};
+                  QStringLiteral("0000"), hex4(leaderWord),       hex4(leaderWord)};
     for (int b : bytes)
         for (int bit = 0; bit < 8; ++bit)
-            w << QStringLiteral("0016") << ((b >> bit) & 1 ? QStringLiteral("0041") : QStringLiteral("0015"));
-    w << QStringLiteral("0044") << QStringLiteral("0044") << QStringLiteral("0016") << QStringLiteral("0001");
+            w << QStringLiteral("0016")
+              << ((b >> bit) & 1 ? QStringLiteral("0041") : QStringLiteral("0015"));
+    w << QStringLiteral("0044") << QStringLiteral("0044") << QStringLiteral("0016")
+      << QStringLiteral("0001");
     return w.join(u' ');
 }
 
@@ -52,11 +56,14 @@ QString valueLine(int d, const QString& text) {
 }
 
 // D, F and the checksum: FormAbsolute.
-QString numberLine(int d, int f) { return referenceLine(0x64, {d, f & 255, (d + f) & 255}); }
+QString numberLine(int d, int f) {
+    return referenceLine(0x64, {d, f & 255, (d + f) & 255});
+}
 
 QString codes(const QString& text) {
     QStringList c;
-    for (QChar ch : text) c << QString::number(ch.unicode());
+    for (QChar ch : text)
+        c << QString::number(ch.unicode());
     return c.join(u',');
 }
 
@@ -68,18 +75,21 @@ void checkInvariants(const QString& line) {
     EXPECT_EQ(w[1], "006C");
     EXPECT_EQ(w[3], "0000");
     EXPECT_EQ(w[2].toInt(nullptr, 16) * 2, w.size() - 4) << line.toStdString();
-    if (w[4] != QLatin1String("0064") && w[4] != QLatin1String("0085")) return;
+    if (w[4] != QLatin1String("0064") && w[4] != QLatin1String("0085"))
+        return;
     // Bytes of the device frame; the last is the sum of the others.
     const int bytes = (int(w.size()) - 4 - 2 - 4) / 16;
     QList<int> values;
     for (int b = 0; b < bytes; ++b) {
         int v = 0;
         for (int bit = 0; bit < 8; ++bit)
-            if (w[6 + b * 16 + bit * 2 + 1] == QLatin1String("0041")) v |= 1 << bit;
+            if (w[6 + b * 16 + bit * 2 + 1] == QLatin1String("0041"))
+                v |= 1 << bit;
         values << v;
     }
     int sum = 0;
-    for (int i = 0; i + 1 < values.size(); ++i) sum += values[i];
+    for (int i = 0; i + 1 < values.size(); ++i)
+        sum += values[i];
     EXPECT_EQ(values.last(), sum & 255) << line.toStdString();
 }
 
@@ -124,7 +134,8 @@ protected:
     }
     QStringList lines(const QString& name) {
         const QByteArray bytes = readHomeFile(name);
-        if (bytes.isEmpty()) return {};
+        if (bytes.isEmpty())
+            return {};
         EXPECT_TRUE(bytes.endsWith("\r\n"));
         QStringList l = QString::fromLatin1(bytes).split(QStringLiteral("\r\n"));
         l.removeLast();
@@ -145,16 +156,22 @@ protected:
                 for (qsizetype v = 1; v < r.Values.size(); ++v) {
                     const QString digits = QString::number(r.Values[v].Value);
                     QString line;
-                    if (r.Kind == u"V") line = valueLine(d, digits);
-                    else if (r.Kind == u"H") line = numberLine(d, digits.toInt(nullptr, 16));
-                    else if (r.Kind == u"A") line = numberLine(d, digits.at(0).unicode());
-                    else if (r.Kind == u"D") line = numberLine(d, r.Values[v].Value);
-                    else ADD_FAILURE() << "no option for " << r.Name.toStdString();
+                    if (r.Kind == u"V")
+                        line = valueLine(d, digits);
+                    else if (r.Kind == u"H")
+                        line = numberLine(d, digits.toInt(nullptr, 16));
+                    else if (r.Kind == u"A")
+                        line = numberLine(d, digits.at(0).unicode());
+                    else if (r.Kind == u"D")
+                        line = numberLine(d, r.Values[v].Value);
+                    else
+                        ADD_FAILURE() << "no option for " << r.Name.toStdString();
                     const QString title = r.Name + QStringLiteral(" = ") + r.Values[v].Text;
                     if (kind == 0)
-                        out << QStringLiteral("IR Data For Command ") + title + QStringLiteral("  (0x") +
-                                   r.Cmd + u'/' + dec + QStringLiteral("  '") + digits +
-                                   QStringLiteral("'/") + codes(digits) + u')';
+                        out << QStringLiteral("IR Data For Command ") + title +
+                                   QStringLiteral("  (0x") + r.Cmd + u'/' + dec +
+                                   QStringLiteral("  '") + digits + QStringLiteral("'/") +
+                                   codes(digits) + u')';
                     else
                         out << QStringLiteral("IR Data For Command ") + title +
                                    QStringLiteral("  Device Code: ") + dec +
@@ -164,8 +181,10 @@ protected:
             } else if (r.IsRange && kind == 0) {
                 const double lo = r.MinText.toDouble(), hi = r.MaxText.toDouble();
                 QString mid;
-                if (r.MinText.contains(u'.')) mid = QString::number((lo + hi) / 2);
-                else mid = QString::number(qRound(std::nearbyint((lo + hi) / 2)));
+                if (r.MinText.contains(u'.'))
+                    mid = QString::number((lo + hi) / 2);
+                else
+                    mid = QString::number(qRound(std::nearbyint((lo + hi) / 2)));
                 const QList<QPair<QString, QString>> points{
                     {r.MinText, QStringLiteral(") Minimum of Range=")},
                     {mid, QStringLiteral(") Middle of Range=")},
@@ -192,7 +211,8 @@ protected:
     }
     void compare(const QStringList& got, const QStringList& want) {
         ASSERT_EQ(got.size(), want.size());
-        for (qsizetype i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], want[i]) << "line " << i + 1;
+        for (qsizetype i = 0; i < got.size(); ++i)
+            EXPECT_EQ(got[i], want[i]) << "line " << i + 1;
     }
 };
 
@@ -208,19 +228,29 @@ TEST_F(GenAll, SampleTextListing) {
     load(sampleIni());
     const QStringList got = run(QStringLiteral("all.txt"));
     compare(got, expected(0));
-    for (qsizetype i = 1; i < got.size(); i += 2) checkInvariants(got[i]);
+    for (qsizetype i = 1; i < got.size(); i += 2)
+        checkInvariants(got[i]);
     // A few lines checked by hand.
     EXPECT_EQ(got[0], "IR Data For Command Input = Video-1  (0x4C/76  '1'/49)");
     EXPECT_EQ(got.indexOf(QStringLiteral(
-                  "IR Data For Command Brightness(0xB1/177) Minimum of Range=-50")) >= 0, true);
-    EXPECT_GE(got.indexOf(QStringLiteral("IR Data For Command Gamma(0x65/101) Middle of Range=1.9")), 0);
-    EXPECT_GE(got.indexOf(QStringLiteral("IR Data For Command Zoom(0xC5/197) Middle of Range=2.5")), 0);
-    EXPECT_GE(got.indexOf(QStringLiteral("IR Data For Command Audio Delay(0x6E/110), Interger Value =10")), 0);
-    EXPECT_GE(got.indexOf(QStringLiteral("IR Data For Command Preset = User 10  (0xE1/225  '13'/49,51)")), 0);
-    // Input = Video-1 by hand: D 76 = 0011 0010 (LSB first), "1" = 49 = 1000 1100, E 125 = 1011 1110.
+                  "IR Data For Command Brightness(0xB1/177) Minimum of Range=-50")) >= 0,
+              true);
+    EXPECT_GE(
+        got.indexOf(QStringLiteral("IR Data For Command Gamma(0x65/101) Middle of Range=1.9")), 0);
+    EXPECT_GE(got.indexOf(QStringLiteral("IR Data For Command Zoom(0xC5/197) Middle of Range=2.5")),
+              0);
+    EXPECT_GE(got.indexOf(
+                  QStringLiteral("IR Data For Command Audio Delay(0x6E/110), Interger Value =10")),
+              0);
+    EXPECT_GE(
+        got.indexOf(QStringLiteral("IR Data For Command Preset = User 10  (0xE1/225  '13'/49,51)")),
+        0);
+    // Input = Video-1 by hand: D 76 = 0011 0010 (LSB first), "1" = 49 = 1000 1100, E 125 = 1011
+    // 1110.
     QStringList words{QStringLiteral("0000 006C 001B 0000 0064 0064")};
     for (const char* bits : {"00110010", "10001100", "10111110"})
-        for (const char* p = bits; *p; ++p) words << (*p == '1' ? QStringLiteral("0016 0041") : QStringLiteral("0016 0015"));
+        for (const char* p = bits; *p; ++p)
+            words << (*p == '1' ? QStringLiteral("0016 0041") : QStringLiteral("0016 0015"));
     words << QStringLiteral("0044 0044 0016 0001");
     EXPECT_EQ(got[1], words.join(u' '));
     // The window is left in Discrete mode with the last record's codes.
@@ -236,7 +266,8 @@ TEST_F(GenAll, SampleHexList) {
     load(sampleIni());
     const QStringList got = run(QStringLiteral("all.HEX"));
     compare(got, expected(1));
-    for (qsizetype i = 1; i < got.size(); i += 2) checkInvariants(got[i]);
+    for (qsizetype i = 1; i < got.size(); i += 2)
+        checkInvariants(got[i]);
     EXPECT_EQ(got[0], "IR Data For Command Input = Video-1  Device Code: 76 Function: 761");
     for (qsizetype i = 0; i < got.size(); i += 2) {
         EXPECT_FALSE(got[i].contains(QStringLiteral("Range="))) << got[i].toStdString();
@@ -256,18 +287,21 @@ TEST_F(GenAll, AbsoluteClearedGivesTheRelativeForm) {
     const auto& cmds = ui::Config().Commands;
     for (qsizetype i = 1; i < cmds.size(); ++i)
         if (cmds[i].IsList || cmds[i].IsByte)
-            for (qsizetype v = 1; v < cmds[i].Values.size(); ++v) kinds << cmds[i].Kind;
+            for (qsizetype v = 1; v < cmds[i].Values.size(); ++v)
+                kinds << cmds[i].Kind;
     ASSERT_EQ(kinds.size() * 2, got.size());
     int numbers = 0;
     for (qsizetype i = 0; i < got.size(); i += 2) {
         EXPECT_EQ(got[i], want[i]);
         const QString& line = got[i + 1];
-        EXPECT_TRUE(line.startsWith(QStringLiteral("0000 006C 001B 0000 0085 0085 "))) << line.toStdString();
+        EXPECT_TRUE(line.startsWith(QStringLiteral("0000 006C 001B 0000 0085 0085 ")))
+            << line.toStdString();
         checkInvariants(line);
         if (kinds[i / 2] != u"V") {
             ++numbers;
-            EXPECT_EQ(line, QString(want[i + 1]).replace(QStringLiteral("0000 0064 0064 "),
-                                                        QStringLiteral("0000 0085 0085 ")));
+            EXPECT_EQ(line, QString(want[i + 1])
+                                .replace(QStringLiteral("0000 0064 0064 "),
+                                         QStringLiteral("0000 0085 0085 ")));
         }
     }
     EXPECT_GT(numbers, 0);
@@ -285,11 +319,12 @@ TEST_F(GenAll, RangesAndIntegersOnlyInText) {
     EXPECT_EQ(txt[28], "IR Data For Command Count(0x14/20), Interger Value=1000");
     EXPECT_EQ(txt[29], valueLine(20, QStringLiteral("1000")));
     const QStringList hex = run(QStringLiteral("e.hex"));
-    EXPECT_EQ(hex, (QStringList{
-                       QStringLiteral("IR Data For Command Pick = One  Device Code: 19 Function: 191"),
-                       valueLine(19, QStringLiteral("1")),
-                       QStringLiteral("IR Data For Command Pick = Two  Device Code: 19 Function: 192"),
-                       valueLine(19, QStringLiteral("2"))}));
+    EXPECT_EQ(hex,
+              (QStringList{
+                  QStringLiteral("IR Data For Command Pick = One  Device Code: 19 Function: 191"),
+                  valueLine(19, QStringLiteral("1")),
+                  QStringLiteral("IR Data For Command Pick = Two  Device Code: 19 Function: 192"),
+                  valueLine(19, QStringLiteral("2"))}));
     // "Bare" has no kind: nothing of it anywhere.
     EXPECT_FALSE(txt.join(u'\n').contains(QStringLiteral("Bare")));
 }
@@ -320,9 +355,8 @@ TEST_F(GenAll, MissingConverterIsSaid) {
     load(kEdges);
     run(QStringLiteral("A.CCF"));
     EXPECT_EQ(g_launched.calls, 0);
-    EXPECT_EQ(scripted->messageTexts(),
-              QStringList{QStringLiteral("file '") + home() +
-                          QStringLiteral("/hex2ccf' does not exist")});
+    EXPECT_EQ(scripted->messageTexts(), QStringList{QStringLiteral("file '") + home() +
+                                                    QStringLiteral("/hex2ccf' does not exist")});
     EXPECT_EQ(lines(QStringLiteral("Temp$$.hex")).size(), 4);
     EXPECT_EQ(lines(QStringLiteral("A.txt")).size(), 2);
 }
@@ -331,12 +365,14 @@ TEST_F(GenAll, ButtonLabelLongerThanFiveCharactersStopsTheWalk) {
     load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nWide = [1] FF ; (100)a,(101)b ;\r\n");
     run(QStringLiteral("w.ccf"));
     EXPECT_EQ(scripted->messageTexts(),
-              QStringList{QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
+              QStringList{
+                  QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
     EXPECT_EQ(g_launched.calls, 0);
 }
 
 TEST_F(GenAll, EmptyCodeIsReportedAndTheWalkGoesOn) {
-    load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nNone = [1] ; (1)a ;\r\nPick = [1] 13 ; (1)One ;\r\n");
+    load("[SYSTEM]\r\nModel = Gorda\r\n[COMMANDS]\r\nNone = [1] ; (1)a ;\r\nPick = [1] 13 ; (1)One "
+         ";\r\n");
     const QStringList got = run(QStringLiteral("n.txt"));
     EXPECT_EQ(scripted->messageTexts(),
               QStringList{QStringLiteral("Illegal call to Hex2Int with value ")});
@@ -356,7 +392,8 @@ TEST_F(GenAll, CancelInTheDialogTouchesNothing) {
     EXPECT_EQ(scripted->shown[0].kind, "Save");
     EXPECT_EQ(scripted->shown[0].text, "Select File name to save IR Data");
     EXPECT_TRUE(w().lblError->isHidden());
-    EXPECT_TRUE(QDir(home()).entryList({QStringLiteral("*.txt"), QStringLiteral("*.hex")}).isEmpty());
+    EXPECT_TRUE(
+        QDir(home()).entryList({QStringLiteral("*.txt"), QStringLiteral("*.hex")}).isEmpty());
 }
 
 TEST_F(GenAll, CancelDuringTheWalk) {
@@ -422,9 +459,11 @@ TEST_F(GenAll, SampleFilesByteForByteAsBefore) {
 // The durations of a Pronto line without its lead-out, as a raw code of the remote holds them.
 QList<qint32> rawOf(const QString& pronto) {
     const auto code = core::ir::ProntoDurations(pronto);
-    if (!code) return {};
+    if (!code)
+        return {};
     QList<qint32> d = code->durations;
-    if (d.size() % 2 == 0) d.removeLast();
+    if (d.size() % 2 == 0)
+        d.removeLast();
     return d;
 }
 
@@ -436,8 +475,10 @@ TEST_F(GenAll, SampleLircRemote) {
     EXPECT_FALSE(bytes.contains('\r'));
     const Conf c = parseConf(bytes);
     ASSERT_EQ(c.comments.size(), 3);
-    EXPECT_EQ(c.comments[0], "IR codes of the Vorix Gorda, firmware 1.24, made by the Telvo Utility");
-    EXPECT_EQ(c.comments[1], "from " + QDir::toNativeSeparators(homeFile(QStringLiteral("Telvo.ini"))));
+    EXPECT_EQ(c.comments[0],
+              "IR codes of the Vorix Gorda, firmware 1.24, made by the Telvo Utility");
+    EXPECT_EQ(c.comments[1],
+              "from " + QDir::toNativeSeparators(homeFile(QStringLiteral("Telvo.ini"))));
     EXPECT_EQ(c.comments[2], "Send a button with: irsend SEND_ONCE vorix BUTTON");
     EXPECT_EQ(c.settings.value(QStringLiteral("name")), "vorix");
     EXPECT_EQ(c.settings.value(QStringLiteral("flags")), "RAW_CODES");
@@ -470,7 +511,8 @@ TEST_F(GenAll, SampleLircRemote) {
     EXPECT_FALSE(c.names.contains(QStringLiteral("ENTER_LOADER_YES")));
     EXPECT_EQ(QSet<QString>(c.names.begin(), c.names.end()).size(), c.names.size());
     for (const QString& n : c.names)
-        EXPECT_TRUE(QRegularExpression(QStringLiteral("^[A-Z0-9_]+$")).match(n).hasMatch()) << n.toStdString();
+        EXPECT_TRUE(QRegularExpression(QStringLiteral("^[A-Z0-9_]+$")).match(n).hasMatch())
+            << n.toStdString();
     // Each value's raw code is its Pronto line of the .hex list in microseconds.
     for (qsizetype i = 0; i < hex.size() / 2; ++i)
         EXPECT_EQ(c.codes[nKeys + i], rawOf(hex[2 * i + 1])) << c.names[nKeys + i].toStdString();
@@ -502,7 +544,8 @@ TEST_F(GenAll, LircRemoteWithoutListCommandsHoldsTheKeys) {
     // Device code 8324 as 16 bits, then 65 as 8 bits and its complement, then the tail.
     QList<qint32> want{8911, 4429};
     auto bits = [&want](int v, int n, bool invert) {
-        for (int b = 0; b < n; ++b) want << 573 << (bool((v >> b) & 1) != invert ? 1694 : 547);
+        for (int b = 0; b < n; ++b)
+            want << 573 << (bool((v >> b) & 1) != invert ? 1694 : 547);
     };
     bits(8324, 16, false);
     bits(65, 8, false);
@@ -516,7 +559,8 @@ TEST_F(GenAll, LircRemoteWithoutListCommandsHoldsTheKeys) {
 TEST_F(GenAll, CancelDuringALircRemoteLeavesNoFile) {
     load(sampleIni());
     writeHomeFile(QStringLiteral("old.conf"), "an older remote\n");
-    QTimer::singleShot(0, w().cmdCancelAll, [this] { QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton); });
+    QTimer::singleShot(0, w().cmdCancelAll,
+                       [this] { QTest::mouseClick(w().cmdCancelAll, Qt::LeftButton); });
     click(QStringLiteral("old.conf"));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("old.conf"))));
     EXPECT_EQ(scripted->messageTexts(),

@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 #include <ostream>
 
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 
 using namespace telvo::core;
 using namespace telvo::core::ir;
@@ -19,8 +21,10 @@ namespace {
 QString bitsWords(const char* bits) {
     QStringList w;
     for (const char* p = bits; *p; ++p) {
-        if (*p == ' ') continue;
-        w << QStringLiteral("0016") << (*p == '1' ? QStringLiteral("0041") : QStringLiteral("0015"));
+        if (*p == ' ')
+            continue;
+        w << QStringLiteral("0016")
+          << (*p == '1' ? QStringLiteral("0041") : QStringLiteral("0015"));
     }
     return w.join(u' ');
 }
@@ -46,7 +50,8 @@ protected:
     // The durations of the frame last expanded.
     QList<qint32> durations() const {
         QList<qint32> d;
-        for (int i = 1; i <= s.Count; ++i) d << s.Slots[size_t(i)];
+        for (int i = 1; i <= s.Count; ++i)
+            d << s.Slots[size_t(i)];
         return d;
     }
     // The bits sent from slot `from` (1-based) for `n` bits: "1" for -1700, "0" for -550.
@@ -297,16 +302,19 @@ TEST_F(IR, AsciiOption) {
 
 // Characters count by their codes in the system's 8-bit set (Windows-1252), not by UTF-16.
 TEST_F(IR, CharactersGoOutByTheirCodesInTheEightBitSet) {
-    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u20AC"), ValueOption::Ascii);
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u20AC"),
+             ValueOption::Ascii);
     EXPECT_EQ(s.IRFunctionCode, 128);
     EXPECT_EQ(bitsAt(1, 8), "00000001");
-    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u00E9"), ValueOption::Ascii);
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u00E9"),
+             ValueOption::Ascii);
     EXPECT_EQ(s.IRFunctionCode, 233);
     generate(FormValue, QStringLiteral("69"), QStringLiteral("\u20AC"), ValueOption::VAL);
-    EXPECT_EQ(bitsAt(3 + 16, 8), "00000001");           // 128
-    EXPECT_EQ(bitsAt(3 + 32, 8), "10100011");           // (69 + 128) and 255 = 197
+    EXPECT_EQ(bitsAt(3 + 16, 8), "00000001"); // 128
+    EXPECT_EQ(bitsAt(3 + 32, 8), "10100011"); // (69 + 128) and 255 = 197
     // A character the set lacks counts as "?" (63).
-    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u0100"), ValueOption::Ascii);
+    generate(QStringLiteral("F:8"), QStringLiteral("1"), QStringLiteral("\u0100"),
+             ValueOption::Ascii);
     EXPECT_EQ(s.IRFunctionCode, 63);
 }
 
@@ -318,10 +326,10 @@ TEST_F(IR, HexOption) {
 TEST_F(IR, ValueTextGoesOutByCharacters) {
     generate(FormValue, QStringLiteral("69"), QStringLiteral("AB"), ValueOption::VAL);
     EXPECT_EQ(s.Count, 2 + 16 * 4 + 4);
-    EXPECT_EQ(bitsAt(3, 8), "10100010");                // D = 69
-    EXPECT_EQ(bitsAt(3 + 16, 8), "10000010");           // 65
-    EXPECT_EQ(bitsAt(3 + 32, 8), "01000010");           // 66
-    EXPECT_EQ(bitsAt(3 + 48, 8), "00010011");           // (69 + 131) and 255 = 200
+    EXPECT_EQ(bitsAt(3, 8), "10100010");      // D = 69
+    EXPECT_EQ(bitsAt(3 + 16, 8), "10000010"); // 65
+    EXPECT_EQ(bitsAt(3 + 32, 8), "01000010"); // 66
+    EXPECT_EQ(bitsAt(3 + 48, 8), "00010011"); // (69 + 131) and 255 = 200
     EXPECT_EQ((69 + 131) & 255, 200);
 }
 
@@ -388,8 +396,7 @@ TEST_F(IR, RunTimeErrorsOfExpansion) {
         EXPECT_EQ(e.number(), kSubscript);
     }
     try {
-        GenerateIR(s, QStringLiteral("[") + QStringLiteral("100 ").repeated(1001) + u']', in,
-                   out);
+        GenerateIR(s, QStringLiteral("[") + QStringLiteral("100 ").repeated(1001) + u']', in, out);
         FAIL();
     } catch (const RuntimeError& e) {
         EXPECT_EQ(e.number(), kSubscript);
@@ -408,8 +415,8 @@ TEST_F(IR, RunTimeErrorsOfExpansion) {
         EXPECT_EQ(e.number(), kSubscript);
     }
     EXPECT_NO_THROW(GenerateIR(s, QStringLiteral("D:31"), in, out));
-    EXPECT_NO_THROW(GenerateIR(s, QStringLiteral("[") + QStringLiteral("100 ").repeated(1000) + u']',
-                               in, out));
+    EXPECT_NO_THROW(
+        GenerateIR(s, QStringLiteral("[") + QStringLiteral("100 ").repeated(1000) + u']', in, out));
 }
 
 TEST_F(IR, EmptyBoxGeneratesNothing) {
@@ -478,9 +485,8 @@ TEST_F(IR, Spans) {
     EXPECT_EQ(messages, QStringList{QStringLiteral("6")});
     messages.clear();
     EXPECT_EQ(eval(QStringLiteral("12[3..4")), 12);
-    EXPECT_EQ(messages,
-              QStringList{QStringLiteral(
-                  "Error in evaluation of subspan in Defines, no ']' present")});
+    EXPECT_EQ(messages, QStringList{QStringLiteral(
+                            "Error in evaluation of subspan in Defines, no ']' present")});
 }
 
 TEST_F(IR, SixteenBitsBetweenOperators) {
@@ -500,7 +506,7 @@ TEST_F(IR, BareNameAndHexLiteral) {
     EXPECT_EQ(eval(QStringLiteral("D")), 42);
     EXPECT_EQ(eval(QStringLiteral("0x10+1")), 17);
     EXPECT_EQ(eval(QStringLiteral("0X1F")), 1); // "F" is read as a name
-    EXPECT_EQ(eval(QStringLiteral("Y")), 0);   // unknown name
+    EXPECT_EQ(eval(QStringLiteral("Y")), 0);    // unknown name
     EXPECT_EQ(EvalExpr(s, 0, QStringLiteral("nope"), true), 0);
 }
 

@@ -22,7 +22,8 @@ namespace {
 QString bitsWords(const char* bits) {
     QStringList w;
     for (const char* p = bits; *p; ++p)
-        w << QStringLiteral("0016") << (*p == '1' ? QStringLiteral("0041") : QStringLiteral("0015"));
+        w << QStringLiteral("0016")
+          << (*p == '1' ? QStringLiteral("0041") : QStringLiteral("0015"));
     return w.join(u' ');
 }
 
@@ -82,11 +83,11 @@ TEST_F(Window, CaptionsNamesAndFirstState) {
     EXPECT_EQ(w().lblFirmware->text(), "Firmware=1.24");
     // Every control has its system name and a name a screen reader speaks.
     for (QWidget* c : std::initializer_list<QWidget*>{
-             w().lstCmnds, w().lstValues, w().lstRemote, w().optDiscrete, w().optRemote,
-             w().optManual, w().chkAbsolute, w().optVAL, w().optAscii, w().optHex, w().optDec,
-             w().txtFChex, w().txtFCdec, w().txtValue, w().txtOutput, w().cmdGen, w().cmdGenAll,
-             w().quit, w().lblModel, w().lblFirmware, w().lblOptions, w().prgGenAll,
-             w().cmdCancelAll, w().cmdSaveAs}) {
+             w().lstCmnds,   w().lstValues,   w().lstRemote,    w().optDiscrete, w().optRemote,
+             w().optManual,  w().chkAbsolute, w().optVAL,       w().optAscii,    w().optHex,
+             w().optDec,     w().txtFChex,    w().txtFCdec,     w().txtValue,    w().txtOutput,
+             w().cmdGen,     w().cmdGenAll,   w().quit,         w().lblModel,    w().lblFirmware,
+             w().lblOptions, w().prgGenAll,   w().cmdCancelAll, w().cmdSaveAs}) {
         EXPECT_FALSE(c->objectName().isEmpty());
         EXPECT_FALSE(c->accessibleName().isEmpty()) << c->objectName().toStdString();
     }
@@ -97,9 +98,11 @@ TEST_F(Window, CaptionsNamesAndFirstState) {
 TEST_F(Window, ListsFollowTheTables) {
     const auto& c = ui::Config();
     int inIR = 0;
-    for (qsizetype i = 1; i < c.Commands.size(); ++i) inIR += c.Commands[i].NotInIR ? 0 : 1;
+    for (qsizetype i = 1; i < c.Commands.size(); ++i)
+        inIR += c.Commands[i].NotInIR ? 0 : 1;
     EXPECT_EQ(w().lstCmnds->count(), inIR);
-    EXPECT_TRUE(w().lstCmnds->findItems(QStringLiteral("Enter Loader"), Qt::MatchExactly).isEmpty());
+    EXPECT_TRUE(
+        w().lstCmnds->findItems(QStringLiteral("Enter Loader"), Qt::MatchExactly).isEmpty());
     EXPECT_TRUE(w().lstCmnds->findItems(QStringLiteral("Model"), Qt::MatchExactly).isEmpty());
     EXPECT_EQ(w().lstRemote->count(), core::TableRows(c.RemoteCodes));
     EXPECT_EQ(w().lstRemote->item(0)->text(), "Power");
@@ -217,7 +220,8 @@ TEST_F(Window, SaveAsTheShownCode) {
     ASSERT_EQ(scripted->shown.size(), 1u);
     EXPECT_EQ(scripted->shown[0].kind, "Save");
     EXPECT_EQ(scripted->shown[0].text, "Save the IR code shown");
-    EXPECT_EQ(readHomeFile(QStringLiteral("power.txt")), (pronto + QStringLiteral("\r\n")).toLatin1());
+    EXPECT_EQ(readHomeFile(QStringLiteral("power.txt")),
+              (pronto + QStringLiteral("\r\n")).toLatin1());
     scripted->paths.push_back(homeFile(QStringLiteral("power.IR")));
     click(w().cmdSaveAs);
     const QByteArray mode2 = readHomeFile(QStringLiteral("power.IR"));
@@ -279,7 +283,8 @@ TEST_F(Window, ManualDeviceWorkedExample) {
 
 TEST_F(Window, FunctionCodeLimit) {
     // An alert is three beeps and the text on the main window's status line.
-    const QString illegal = QStringLiteral("Illegal function code. The function code exceeds 255 decimal");
+    const QString illegal =
+        QStringLiteral("Illegal function code. The function code exceeds 255 decimal");
     click(w().optManual);
     type(w().txtFCdec, QStringLiteral("255"));
     QTest::keyClick(w().txtFCdec, Qt::Key_Return);
@@ -438,7 +443,8 @@ TEST_F(Window, TabbingIntoAListChoosesNothing) {
     EXPECT_TRUE(output().isEmpty());
     // Space on that row chooses it.
     QTest::keyClick(w().lstCmnds, Qt::Key_Space);
-    EXPECT_EQ(w().txtFChex->text(), ui::Config().Commands.at(w().FindCommand(w().lstCmnds->item(0)->text())).Cmd);
+    EXPECT_EQ(w().txtFChex->text(),
+              ui::Config().Commands.at(w().FindCommand(w().lstCmnds->item(0)->text())).Cmd);
     // The remote list likewise: tabbing in generates nothing.
     click(w().optRemote);
     QApplication::sendEvent(w().lstRemote, &in);

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 #include <ostream>
 
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 
 using namespace telvo::core::ir;
 
@@ -36,7 +38,8 @@ TEST(ProntoDurations, WordsTimesTheCarrierPeriodRoundedToTheMicrosecond) {
 
 TEST(ProntoDurations, RemoteKeyTail) {
     // 342 words 8910.66, 170: 4429.28, 1728: 45022.29, 85: 2214.64.
-    const auto code = ProntoDurations(QStringLiteral("0000 006C 0003 0000 0156 00AA 06C0 0156 0055 00AA"));
+    const auto code =
+        ProntoDurations(QStringLiteral("0000 006C 0003 0000 0156 00AA 06C0 0156 0055 00AA"));
     ASSERT_TRUE(code.has_value());
     EXPECT_EQ(code->durations, (QList<qint32>{8911, 4429, 45022, 8911, 2215, 4429}));
     EXPECT_EQ(LeadOut(*code), 4429);
@@ -91,10 +94,12 @@ TEST(LircButtonName, UpperCaseAndEveryOtherCharacterFolded) {
     EXPECT_EQ(LircButtonName(QStringLiteral("Power")), "POWER");
     EXPECT_EQ(LircButtonName(QStringLiteral("Input S-Video")), "INPUT_S_VIDEO");
     EXPECT_EQ(LircButtonName(QStringLiteral("Input SDI")), "INPUT_SDI");
-    EXPECT_EQ(LircButtonName(QStringLiteral("Aspect Ratio"), QStringLiteral("4:3")), "ASPECT_RATIO_4_3");
+    EXPECT_EQ(LircButtonName(QStringLiteral("Aspect Ratio"), QStringLiteral("4:3")),
+              "ASPECT_RATIO_4_3");
     EXPECT_EQ(LircButtonName(QStringLiteral("Output Colorspace"), QStringLiteral("YCbCr 4:2:2")),
               "OUTPUT_COLORSPACE_YCBCR_4_2_2");
-    EXPECT_EQ(LircButtonName(QStringLiteral("Black Level"), QStringLiteral("7.5 IRE")), "BLACK_LEVEL_7_5_IRE");
+    EXPECT_EQ(LircButtonName(QStringLiteral("Black Level"), QStringLiteral("7.5 IRE")),
+              "BLACK_LEVEL_7_5_IRE");
     // Each character is folded on its own: runs stay as long as they were.
     EXPECT_EQ(LircButtonName(QStringLiteral("Zoom - In")), "ZOOM___IN");
     EXPECT_EQ(LircButtonName(QStringLiteral("Entr\u00e9e")), "ENTR_E");
@@ -107,19 +112,22 @@ TEST(LircRemote, ClashesAreNumbered) {
     const RawCode c{38381, {573, 547}};
     EXPECT_EQ(r.add(QStringLiteral("Input Video 1"), c), "INPUT_VIDEO_1");
     EXPECT_EQ(r.add(QStringLiteral("Input Video 2"), c), "INPUT_VIDEO_2");
-    EXPECT_EQ(r.add(LircButtonName(QStringLiteral("Input"), QStringLiteral("Video-1")), c), "INPUT_VIDEO_1_2");
+    EXPECT_EQ(r.add(LircButtonName(QStringLiteral("Input"), QStringLiteral("Video-1")), c),
+              "INPUT_VIDEO_1_2");
     EXPECT_EQ(r.add(QStringLiteral("input video.1"), c), "INPUT_VIDEO_1_3");
     // A name that looks numbered already is numbered again when taken.
     EXPECT_EQ(r.add(QStringLiteral("Input Video 1 2"), c), "INPUT_VIDEO_1_2_2");
     QStringList names;
-    for (const LircButton& b : r.buttons()) names << b.name;
+    for (const LircButton& b : r.buttons())
+        names << b.name;
     EXPECT_EQ(names, (QStringList{"INPUT_VIDEO_1", "INPUT_VIDEO_2", "INPUT_VIDEO_1_2",
                                   "INPUT_VIDEO_1_3", "INPUT_VIDEO_1_2_2"}));
 }
 
 TEST(LircRemote, ConfText) {
     LircRemote r;
-    r.add(QStringLiteral("Power"), RawCode{38381, {8911, 4429, 573, 547, 573, 1694, 573, 547, 573, 4429}});
+    r.add(QStringLiteral("Power"),
+          RawCode{38381, {8911, 4429, 573, 547, 573, 1694, 573, 547, 573, 4429}});
     r.add(QStringLiteral("Input Video-1"), RawCode{38381, {2605, 2605, 573, 26}});
     EXPECT_EQ(r.conf({QStringLiteral("first line"), QStringLiteral("second line")}),
               "# first line\n"

@@ -73,7 +73,8 @@ protected:
         w().optDiscrete_Click();
         for (int c = 0; c < w().lstCmnds->count(); ++c) {
             w().lstCmnds->setCurrentRow(c);
-            if (!w().lstValues->isEnabled()) continue;
+            if (!w().lstValues->isEnabled())
+                continue;
             for (int v = 0; v < w().lstValues->count(); ++v) {
                 w().lstValues->setCurrentRow(v);
                 out << Press{w().lstCmnds->item(c)->text() + QStringLiteral(" = ") +
@@ -106,9 +107,12 @@ QList<qint32> durations(const QByteArray& text) {
         const QStringList w = line.split(u' ');
         EXPECT_EQ(w.size(), 2) << line.toStdString();
         const qint32 n = w.value(1).toInt();
-        if (w[0] == u"pulse") out << n;
-        else if (w[0] == u"space") out << -n;
-        else ADD_FAILURE() << line.toStdString();
+        if (w[0] == u"pulse")
+            out << n;
+        else if (w[0] == u"space")
+            out << -n;
+        else
+            ADD_FAILURE() << line.toStdString();
     }
     return out;
 }
@@ -125,9 +129,9 @@ TEST_F(LircTools, EveryButtonsPulseSpaceTextDecodesToThatButton) {
         stream += p.mode2.toLatin1();
     }
     writeHomeFile(QStringLiteral("presses.ir"), stream);
-    const QStringList got = decoded(lirc(m_receive, {homeFile(QStringLiteral("vorix.conf")),
-                                                     homeFile(QStringLiteral("presses.ir"))},
-                                         home()));
+    const QStringList got = decoded(lirc(
+        m_receive, {homeFile(QStringLiteral("vorix.conf")), homeFile(QStringLiteral("presses.ir"))},
+        home()));
     ASSERT_EQ(got.size(), conf.names.size());
     for (qsizetype i = 0; i < got.size(); ++i)
         EXPECT_EQ(got[i], conf.names[i]) << all[i].what.toStdString();
@@ -190,14 +194,15 @@ TEST_F(LircTools, CommandLineTextsAreTheWindows) {
         ASSERT_TRUE(ini.open(QIODevice::WriteOnly));
         ini.write(sampleIni().replace("Vorix Connected = True", "Vorix Connected = False"));
     }
-    const test::CliResult power =
-        test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"),
-                           QStringLiteral("Power"), QStringLiteral("--format"), QStringLiteral("mode2")});
+    const test::CliResult power = test::RunCli(
+        cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"),
+              QStringLiteral("Power"), QStringLiteral("--format"), QStringLiteral("mode2")});
     ASSERT_EQ(power.exit, 0) << power.err.toStdString();
     EXPECT_EQ(QString::fromLatin1(power.out), all[0].mode2);
     qsizetype input = -1;
     for (qsizetype i = 0; i < all.size(); ++i)
-        if (all[i].what == u"Input = Video-1") input = i;
+        if (all[i].what == u"Input = Video-1")
+            input = i;
     ASSERT_GE(input, 0);
     const test::CliResult value =
         test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("Input"),
@@ -206,9 +211,9 @@ TEST_F(LircTools, CommandLineTextsAreTheWindows) {
     ASSERT_EQ(value.exit, 0) << value.err.toStdString();
     EXPECT_EQ(QString::fromLatin1(value.out), all[input].mode2);
 
-    const test::CliResult wrong =
-        test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"),
-                           QStringLiteral("Power"), QStringLiteral("--format"), QStringLiteral("raw")});
+    const test::CliResult wrong = test::RunCli(
+        cli, {QStringLiteral("ir"), QStringLiteral("code"), QStringLiteral("--key"),
+              QStringLiteral("Power"), QStringLiteral("--format"), QStringLiteral("raw")});
     EXPECT_EQ(wrong.exit, 2);
     EXPECT_EQ(wrong.err, "telvo-cli: --format takes pronto, mode2 or lirc\n");
     EXPECT_TRUE(wrong.out.isEmpty());
@@ -221,7 +226,8 @@ TEST_F(LircTools, CommandLineTextsAreTheWindows) {
     ASSERT_EQ(one.exit, 0) << one.err.toStdString();
     const test::Conf oneConf = test::parseConf(one.out);
     EXPECT_EQ(oneConf.names, QStringList{QStringLiteral("INPUT_VIDEO_1")});
-    EXPECT_EQ(oneConf.comments.value(1), "from " + QDir::toNativeSeparators(cli + QStringLiteral("/Telvo.ini")));
+    EXPECT_EQ(oneConf.comments.value(1),
+              "from " + QDir::toNativeSeparators(cli + QStringLiteral("/Telvo.ini")));
     // Its gap is the code's own lead-out, one carrier period.
     EXPECT_EQ(oneConf.settings.value(QStringLiteral("gap")), "26");
     QFile f(cli + QStringLiteral("/one.conf"));
@@ -233,13 +239,14 @@ TEST_F(LircTools, CommandLineTextsAreTheWindows) {
               QStringList{QStringLiteral("INPUT_VIDEO_1")});
 
     // Gen ALL from the command line: the same remote but for where Telvo.ini lies.
-    const test::CliResult gen = test::RunCli(
-        cli, {QStringLiteral("ir"), QStringLiteral("gen-all"), cli + QStringLiteral("/vorix.conf")});
+    const test::CliResult gen = test::RunCli(cli, {QStringLiteral("ir"), QStringLiteral("gen-all"),
+                                                   cli + QStringLiteral("/vorix.conf")});
     ASSERT_EQ(gen.exit, 0) << gen.err.toStdString();
     QFile cliConf(cli + QStringLiteral("/vorix.conf"));
     ASSERT_TRUE(cliConf.open(QIODevice::ReadOnly));
     const QByteArray cliBytes = cliConf.readAll();
-    const QByteArray windowIni = QDir::toNativeSeparators(homeFile(QStringLiteral("Telvo.ini"))).toUtf8();
+    const QByteArray windowIni =
+        QDir::toNativeSeparators(homeFile(QStringLiteral("Telvo.ini"))).toUtf8();
     const QByteArray cliIni = QDir::toNativeSeparators(cli + QStringLiteral("/Telvo.ini")).toUtf8();
     EXPECT_EQ(cliBytes, QByteArray(windowConf).replace(windowIni, cliIni));
 }

@@ -4,9 +4,9 @@
 
 #include "common/Fixture.h"
 
+#include "app/Main.h"
 #include "common/DeviceScript.h"
 #include "common/SimProcess.h"
-#include "app/Main.h"
 #include "firmware/LDR.h"
 #include "link/Driver.h"
 #include "link/Navigate.h"
@@ -146,10 +146,10 @@ TEST_F(EndToEnd, DeviceInStandbyIsPoweredUp) {
         if (f.startsWith(QLatin1String("host")))
             hosts << f.mid(6);
     ASSERT_GE(hosts.size(), 6);
-    EXPECT_EQ(hosts.mid(0, 5), (QStringList{kQueryA1, QStringLiteral("(STX)2003A9(NUL)(ETX)"),
-                                            QStringLiteral("(STX)2003A8(NUL)(ETX)"),
-                                            QStringLiteral("(STX)3005A1(NUL)1(NUL)(ETX)"),
-                                            kQueryA1}));
+    EXPECT_EQ(hosts.mid(0, 5),
+              (QStringList{kQueryA1, QStringLiteral("(STX)2003A9(NUL)(ETX)"),
+                           QStringLiteral("(STX)2003A8(NUL)(ETX)"),
+                           QStringLiteral("(STX)3005A1(NUL)1(NUL)(ETX)"), kQueryA1}));
     // Then the panels are read, the selectors first.
     EXPECT_EQ(hosts.at(5), QStringLiteral("(STX)20034C(NUL)(ETX)"));
     EXPECT_TRUE(dev.frames().contains(QStringLiteral("device  (STX)2105A1(NUL)0(NUL)6C(ETX)")));

@@ -39,8 +39,10 @@ protected:
     void receive(const QString& input, bool syncLdr = true, bool syncDbg = true) {
         NoSink sink;
         core::RouteReceived(input, true, ui::Link(), ui::G().ldrText, ui::G().dbgText, sink);
-        if (syncLdr) ui::ldr().SyncText();
-        if (syncDbg) ui::dbg().SyncText();
+        if (syncLdr)
+            ui::ldr().SyncText();
+        if (syncDbg)
+            ui::dbg().SyncText();
     }
     QString dbgShown() { return ui::dbg().Text1->toPlainText(); }
     QString ldrShown() { return ui::ldr().Text1->toPlainText(); }
@@ -85,7 +87,8 @@ TEST_F(ConsoleBoxes, RandomTrafficShowsWhatSettingAtOnceShows) {
             ui::G().ldrText.clear();
         }
         QString input;
-        for (int n = int(rng() % 6) + 1; n > 0; --n) input += alphabet.at(int(rng() % alphabet.size()));
+        for (int n = int(rng() % 6) + 1; n > 0; --n)
+            input += alphabet.at(int(rng() % alphabet.size()));
         const bool syncLdr = rng() % 4 != 0;
         const bool syncDbg = rng() % 3 != 0;
         receive(input, syncLdr, syncDbg);
@@ -105,8 +108,9 @@ TEST_F(ConsoleBoxes, MegabyteSessionKeepsItsLastLinesWhole) {
     QString expected;
     int line = 0;
     while (expected.size() < 1024 * 1024) {
-        const QString text = QStringLiteral("line %1: status 0x%2 ok").arg(line).arg(line * 7, 4, 16,
-                                                                                   QLatin1Char('0'));
+        const QString text = QStringLiteral("line %1: status 0x%2 ok")
+                                 .arg(line)
+                                 .arg(line * 7, 4, 16, QLatin1Char('0'));
         receive(text + QStringLiteral("|\b/\b-\b\\\b"));
         if (line % 3 == 0) {
             receive(QStringLiteral("\r"));
@@ -148,15 +152,19 @@ protected:
 // Pins a departure (docs/ARCHITECTURE.md): the count stops at its top instead of overflowing.
 TEST_F(SpinnerNoise, HundredThousandSpinnerCharactersCountToTheTopWithoutAnError) {
     QByteArray noise;
-    for (int i = 0; i < 25000; ++i) noise += "|/-\\";
+    for (int i = 0; i < 25000; ++i)
+        noise += "|/-\\";
     noise += QByteArray(100000, '\b');
     ui::Link().ConsoleActive = true; // the console on: the spinner is seen and shown
     line(1)->peerSend(noise + "alive>");
-    ASSERT_TRUE(waitUntil([] { return ui::G().dbgText.text().endsWith(QStringLiteral("alive>")); }));
+    ASSERT_TRUE(
+        waitUntil([] { return ui::G().dbgText.text().endsWith(QStringLiteral("alive>")); }));
     EXPECT_EQ(ui::Link().SpinnerCount, 32767);
     ui::Link().ConsoleActive = false; // idle: the backspaces alone still count
     ui::Link().SpinnerCount = 0;
-    line(1)->peerSend(QByteArray(100000, '\b') + platform::DeviceFrame("01", QByteArray("1\0" "30\0", 5)));
+    line(1)->peerSend(QByteArray(100000, '\b') + platform::DeviceFrame("01", QByteArray("1\0"
+                                                                                        "30\0",
+                                                                                        5)));
     ASSERT_TRUE(waitUntil([] { return !ui::Link().Reply.isEmpty(); }));
     EXPECT_EQ(ui::Link().SpinnerCount, 32767);
     EXPECT_EQ(scripted->messageTexts(), QStringList());

@@ -3,9 +3,9 @@
 
 #include "common/Fixture.h"
 
-#include "link/Driver.h"
 #include "core/link/Protocol.h"
 #include "core/text/MinorSubs.h"
+#include "link/Driver.h"
 #include "link/zSCL.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
@@ -26,24 +26,35 @@ protected:
     }
     ui::SCL& s() { return ui::scl(); }
     core::LinkState& link() { return ui::Link(); }
-    QByteArray q(const char* id) { return Bytes(QStringLiteral("(STX)2003%1(NUL)(ETX)").arg(QLatin1String(id))); }
+    QByteArray q(const char* id) {
+        return Bytes(QStringLiteral("(STX)2003%1(NUL)(ETX)").arg(QLatin1String(id)));
+    }
 };
 
 QByteArray dataReply(const QByteArray& id, const QByteArray& value) {
     return platform::DeviceFrame("21", id + '\0' + value + '\0');
 }
-QByteArray errorReply(int code) { return platform::DeviceFrame("02", QByteArray::number(code)); }
-QByteArray ackReply() { return platform::DeviceFrame("01", QByteArray("1\0" "30\0", 5)); }
+QByteArray errorReply(int code) {
+    return platform::DeviceFrame("02", QByteArray::number(code));
+}
+QByteArray ackReply() {
+    return platform::DeviceFrame("01", QByteArray("1\0"
+                                                  "30\0",
+                                                  5));
+}
 
 TEST_F(Exchange, QueryAnsweredPutsQueryFrameOnWireAndLogsReply) {
     auto& peer = attachPeer();
     peer.on(q("A1"), dataReply("A1", "1"), 20);
     ui::QueryDevice(QStringLiteral("A1"));
     ASSERT_EQ(peer.frames().size(), 1);
-    EXPECT_EQ(peer.frames()[0], QByteArray::fromHex("0232303033413100" "03"));
-    EXPECT_EQ(logLines(), (QStringList{
-                              QStringLiteral("Sent: (STX)2003A1(NUL)(ETX) on COM1 @ 19200"),
-                              QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("A1\0" "1\0", 5))}));
+    EXPECT_EQ(peer.frames()[0], QByteArray::fromHex("0232303033413100"
+                                                    "03"));
+    EXPECT_EQ(logLines(),
+              (QStringList{QStringLiteral("Sent: (STX)2003A1(NUL)(ETX) on COM1 @ 19200"),
+                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("A1\0"
+                                                                                      "1\0",
+                                                                                      5))}));
     EXPECT_EQ(link().PowerState, QStringLiteral("ON"));
     EXPECT_FALSE(link().TimedOut);
 }
@@ -53,7 +64,8 @@ TEST_F(Exchange, SetFrameIsTypeThirtyWithValueAndTwoNuls) {
     peer.on({}, ackReply());
     ui::SetDevice(QStringLiteral("A1"), QStringLiteral("1"));
     ASSERT_EQ(peer.frames().size(), 1);
-    EXPECT_EQ(peer.frames()[0], QByteArray::fromHex("02333030354131003100" "03"));
+    EXPECT_EQ(peer.frames()[0], QByteArray::fromHex("02333030354131003100"
+                                                    "03"));
     EXPECT_EQ(logLines().last(), QStringLiteral("Resp: (STX)01051(NUL)30(NUL)5C(ETX)"));
 }
 
@@ -90,8 +102,8 @@ TEST_F(Exchange, ErrorFourOnBothTriesRetriesThenLogsErrAndText) {
     EXPECT_GE(peer.frameTimesUs()[1] - peer.frameTimesUs()[0], 100'000);
     const QString sent = QStringLiteral("Sent: (STX)3006B1(NUL)99(NUL)(ETX) on COM1 @ 19200");
     EXPECT_EQ(logLines(),
-              (QStringList{sent, QStringLiteral("System Returned Error (1), Retrying Command"), sent,
-                           QStringLiteral("System Returned Error (2), Retrying Command"),
+              (QStringList{sent, QStringLiteral("System Returned Error (1), Retrying Command"),
+                           sent, QStringLiteral("System Returned Error (2), Retrying Command"),
                            QStringLiteral("Err:  ") + PrintableFrame("02", "4"),
                            QStringLiteral("Range Error. Attempt to modify a device setting with "
                                           "vlaue out of range")}));
@@ -106,8 +118,9 @@ TEST_F(Exchange, ErrorTwoOnLastTryIsBadCommandWithoutErrLine) {
     const QStringList lines = logLines();
     ASSERT_EQ(lines.size(), 4);
     EXPECT_EQ(lines[1], QStringLiteral("System Returned Error (1), Retrying Command"));
-    EXPECT_EQ(lines[3], QStringLiteral("System Returned 'Bad Command' Response (error), Received: ") +
-                            PrintableFrame("02", "2"));
+    EXPECT_EQ(lines[3],
+              QStringLiteral("System Returned 'Bad Command' Response (error), Received: ") +
+                  PrintableFrame("02", "2"));
     EXPECT_TRUE(link().BadCommand);
     EXPECT_EQ(link().Reply.toLatin1(), errorReply(2));
 }
@@ -153,7 +166,9 @@ TEST_F(Exchange, EchoIsLoggedAndTheWaitGoesOnUntilTheReply) {
     EXPECT_EQ(logLines(),
               (QStringList{QStringLiteral("Sent: (STX)2003B1(NUL)(ETX) on COM1 @ 19200"),
                            QStringLiteral("Echo: (STX)2003B1(NUL)(ETX)"),
-                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B1\0" "5\0", 5))}));
+                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B1\0"
+                                                                                      "5\0",
+                                                                                      5))}));
 }
 
 TEST_F(Exchange, EchoAloneStillTimesOut) {
@@ -223,7 +238,8 @@ TEST_F(Exchange, SpeedChangeToDeadDeviceReturnsAfterFourthSending) {
     ui::SetDevice(QStringLiteral("A3"), QStringLiteral("6"));
     QStringList sent;
     for (const QString& l : logLines())
-        if (l.startsWith(QStringLiteral("Sent: "))) sent << l.section(QStringLiteral(" @ "), 1);
+        if (l.startsWith(QStringLiteral("Sent: ")))
+            sent << l.section(QStringLiteral(" @ "), 1);
     EXPECT_EQ(sent, (QStringList{QStringLiteral("19200"), QStringLiteral("19200"),
                                  QStringLiteral("19200"), QStringLiteral("57600")}));
     EXPECT_EQ(logLines().last(), QStringLiteral("Transmission Timed Out.  Transmission Timed out"));
@@ -260,9 +276,12 @@ TEST_F(Exchange, SpeedQueryToDeadDeviceKeepsTryingUntilAReplyComes) {
     at(10'000, [&] { peer.on({}, dataReply("A3", "6")); });
     ui::QueryDevice(QStringLiteral("A3"));
     const QStringList lines = logLines();
-    const int reopened = int(lines.count(QStringLiteral("Application Port settings changed to 57600")));
+    const int reopened =
+        int(lines.count(QStringLiteral("Application Port settings changed to 57600")));
     EXPECT_GE(reopened, 10);
-    EXPECT_EQ(lines.last(), QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("A3\0" "6\0", 5)));
+    EXPECT_EQ(lines.last(), QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("A3\0"
+                                                                                       "6\0",
+                                                                                       5)));
     EXPECT_EQ(link().ReportedSpeedCode, QStringLiteral("6"));
 }
 
@@ -275,8 +294,9 @@ TEST_F(Exchange, PortFoundClosedAtSendingIsReopened) {
     EXPECT_EQ(peer.frames().size(), 1);
     const QStringList lines = logLines();
     ASSERT_GE(lines.size(), 3);
-    EXPECT_EQ(lines[1],
-              QStringLiteral("GordaCommSend attempted to send (STX)2003B1(NUL)(ETX) Port is closed"));
+    EXPECT_EQ(
+        lines[1],
+        QStringLiteral("GordaCommSend attempted to send (STX)2003B1(NUL)(ETX) Port is closed"));
     EXPECT_TRUE(lines[2].startsWith(QStringLiteral("Rply: ")));
 }
 
@@ -322,8 +342,8 @@ TEST_F(Exchange, SimulatedSpeedChangeIsReportedBack) {
 TEST_F(Exchange, SendVerifiedAcceptsAnAcknowledgedSet) {
     auto& peer = attachPeer();
     peer.on({}, ackReply());
-    EXPECT_TRUE(ui::SendVerified(QStringLiteral("30"), QStringLiteral("B1") + kNul +
-                                                           QStringLiteral("5") + kNul));
+    EXPECT_TRUE(ui::SendVerified(QStringLiteral("30"),
+                                 QStringLiteral("B1") + kNul + QStringLiteral("5") + kNul));
     EXPECT_EQ(peer.frames().size(), 1);
 }
 
@@ -350,15 +370,20 @@ QByteArray spliced(const QByteArray& frame, const QByteArray& noise) {
 
 TEST_F(Exchange, SendVerifiedAsksAgainWhenTheAnswerCameWithNoiseInIt) {
     auto& peer = attachPeer();
-    peer.then(spliced(dataReply("B2", "7"), "\xd7" "5"));
+    peer.then(spliced(dataReply("B2", "7"), "\xd7"
+                                            "5"));
     peer.on({}, dataReply("B2", "7"));
     EXPECT_TRUE(ui::SendVerified(QStringLiteral("20"), QStringLiteral("B2") + kNul));
     EXPECT_EQ(peer.frames().size(), 2);
     EXPECT_EQ(link().Reply.toLatin1(), dataReply("B2", "7"));
     const QStringList lines = logLines();
     EXPECT_EQ(lines.filter(QStringLiteral("Rply: ")),
-              (QStringList{QStringLiteral("Rply: ") + core::Printable(QString::fromLatin1(spliced(dataReply("B2", "7"), "\xd7" "5"))),
-                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B2\0" "7\0", 5))}));
+              (QStringList{QStringLiteral("Rply: ") + core::Printable(QString::fromLatin1(
+                                                          spliced(dataReply("B2", "7"), "\xd7"
+                                                                                        "5"))),
+                           QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B2\0"
+                                                                                      "7\0",
+                                                                                      5))}));
     EXPECT_EQ(lines.filter(QStringLiteral("Error receiving result. Result=")).size(), 1);
 }
 
@@ -416,14 +441,17 @@ TEST_F(Exchange, GordaCommSendInSimulationFillsTheSimulatedAck) {
     s().chkSim->click();
     ui::GordaCommSend(core::BuildFrame(QStringLiteral("20"), QStringLiteral("A1") + kNul));
     EXPECT_FALSE(link().WaitingReply);
-    EXPECT_EQ(link().Reply.toLatin1(), QByteArray::fromHex("0230313035310033300035430" "3"));
+    EXPECT_EQ(link().Reply.toLatin1(), QByteArray::fromHex("0230313035310033300035430"
+                                                           "3"));
 }
 
 TEST_F(Exchange, GarbageBetweenFramesIsDropped) {
     auto& peer = attachPeer();
     peer.on({}, QByteArray("xx\r\n\x08zz") + dataReply("B1", "3") + "tail");
     ui::QueryDevice(QStringLiteral("B1"));
-    EXPECT_EQ(logLines().last(), QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B1\0" "3\0", 5)));
+    EXPECT_EQ(logLines().last(), QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("B1\0"
+                                                                                            "3\0",
+                                                                                            5)));
 }
 
 TEST_F(Exchange, CtsDropDuringBlockIsLoggedOnceForTheSameLine) {
@@ -438,7 +466,8 @@ TEST_F(Exchange, CtsDropDuringBlockIsLoggedOnceForTheSameLine) {
     l->peerSetCts(false);
     const QStringList lines = logLines();
     EXPECT_EQ(lines.filter(QStringLiteral("CTS Dropped")).size(), 1);
-    EXPECT_TRUE(lines.last().startsWith(QStringLiteral("CTS Dropped, Fileposition= 300, Bytes sent =")));
+    EXPECT_TRUE(
+        lines.last().startsWith(QStringLiteral("CTS Dropped, Fileposition= 300, Bytes sent =")));
 }
 
 } // namespace

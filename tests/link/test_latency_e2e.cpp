@@ -7,15 +7,15 @@
 
 #include "common/LoaderFixture.h"
 
-#include "common/DelayProxy.h"
-#include "common/CliRun.h"
 #include "app/Main.h"
 #include "app/Tools.h"
+#include "common/CliRun.h"
+#include "common/DelayProxy.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "config/modRegistry.h"
 #include "core/text/Classic.h"
 #include "link/Driver.h"
-#include "common/Ser2Net.h"
-#include "common/SimProcess.h"
 #include "link/zSCL.h"
 #include "platform/serial/LinkLatency.h"
 #include "settings/SaveRestore.h"
@@ -36,8 +36,10 @@ protected:
     void SetUp() override {
         LoaderFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
-        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
-        if (Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+        if (!QFile::exists(SimBinary()))
+            GTEST_SKIP() << "vorix-sim not built";
+        if (Ser2NetBinary().isEmpty())
+            GTEST_SKIP() << "ser2net not installed";
         ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
                      QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
         // A run starts with no link measured.
@@ -73,7 +75,8 @@ protected:
     QStringList heard(int from = 0) const {
         QStringList out;
         for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
         return out.mid(from);
     }
     // The device's own answer follows the frame it heard.
@@ -86,15 +89,16 @@ protected:
     // Goes on at every breakpoint of the main window.
     void keepGoing() {
         events.in(20, [this] {
-            if (!s().cmdContinue->isHidden()) QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
+            if (!s().cmdContinue->isHidden())
+                QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
             keepGoing();
         });
     }
     QString image(const QString& name, const QString& version, qint64 size) {
         QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name),
-                              QStringLiteral("--version"), version, QStringLiteral("--size"),
-                              QString::number(size)});
+        p.start(SimBinary(),
+                {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
+                 version, QStringLiteral("--size"), QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
     }
@@ -115,7 +119,8 @@ protected:
     QString m_scheme;
 };
 
-// ---- the matrix: each job at each round trip, with a jitter of a third of it ---------------------
+// ---- the matrix: each job at each round trip, with a jitter of a third of it
+// ---------------------
 
 class Matrix : public FarDevice, public ::testing::WithParamInterface<int> {
 protected:
@@ -126,7 +131,8 @@ protected:
                                                            : QStringLiteral("Auto Start = False")});
         serve(GetParam(), GetParam() / 3);
         ui::Main();
-        if (!refresh) ui::ConnectDevice();
+        if (!refresh)
+            ui::ConnectDevice();
         expectConnected();
     }
 };
@@ -174,7 +180,8 @@ TEST_P(Matrix, FirmwareLoadRunsAndTheDeviceIsFoundAfterItsReboot) {
     EXPECT_TRUE(m_sim->traceHas(QStringLiteral("Verify OK, version 2.76")));
     EXPECT_FALSE(m_sim->traceHas(QStringLiteral("Failure")));
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Communications re-established with the Gorda")));
 }
 
 INSTANTIATE_TEST_SUITE_P(RoundTrip, Matrix, ::testing::Values(0, 50, 150, 300),
@@ -192,13 +199,15 @@ TEST_F(FarDevice, ServerGoneMidRefreshStopsTheRefreshWithThePortError) {
     // Down once the refresh is under way, and up again later: the refresh must not hang.
     const qsizetype before = heard().size();
     std::function<void()> watch = [&] {
-        if (heard().size() < before + 5) return events.in(20, watch);
+        if (heard().size() < before + 5)
+            return events.in(20, watch);
         m_proxy->down();
     };
     events.in(20, watch);
     QTest::mouseClick(s().cmdRefreshAll, Qt::LeftButton);
     const QStringList log = logLines();
-    EXPECT_TRUE(log.contains(QStringLiteral("COM1: ") + address() + QStringLiteral(": connection lost")));
+    EXPECT_TRUE(
+        log.contains(QStringLiteral("COM1: ") + address() + QStringLiteral(": connection lost")));
     // The new connection the reopen tries is refused, and the log says so.
     bool refused = false;
     for (const QString& l : log)
@@ -206,13 +215,15 @@ TEST_F(FarDevice, ServerGoneMidRefreshStopsTheRefreshWithThePortError) {
                    l.contains(QStringLiteral("connection refused"), Qt::CaseInsensitive);
     EXPECT_TRUE(refused);
     bool closed = false;
-    for (const QString& l : log) closed |= l.contains(QStringLiteral(" Port is closed"));
+    for (const QString& l : log)
+        closed |= l.contains(QStringLiteral(" Port is closed"));
     EXPECT_TRUE(closed);
     // The refresh stops where the port is gone, as with an adapter pulled out: the run-time error
     // of a port that is not open, and the reason on the status line.
     const QStringList boxes = scripted->messageTexts();
     ASSERT_EQ(boxes.size(), 1);
-    EXPECT_TRUE(boxes.first().startsWith(QStringLiteral("Run-time error '8012':"))) << qPrintable(boxes.first());
+    EXPECT_TRUE(boxes.first().startsWith(QStringLiteral("Run-time error '8012':")))
+        << qPrintable(boxes.first());
     EXPECT_EQ(s().lblMessage->text(),
               address().section(QStringLiteral("://"), 1) + QStringLiteral(": connection refused"));
     EXPECT_FALSE(ui::WindowExists("FWR"));
@@ -228,7 +239,8 @@ TEST_F(FarDevice, ServerGoneMidLoadLeavesTheRestartFileThenTheLoadResumesThrough
     QTest::mouseClick(s().cmdStart, Qt::LeftButton);
     QString question;
     std::function<void()> watch = [&] {
-        if (ui::App().FilePosition < 5000) return events.in(20, watch);
+        if (ui::App().FilePosition < 5000)
+            return events.in(20, watch);
         s().chkConfirm->setChecked(true);
         m_proxy->down();
         answerPrompt(false, &question);
@@ -238,7 +250,8 @@ TEST_F(FarDevice, ServerGoneMidLoadLeavesTheRestartFileThenTheLoadResumesThrough
     EXPECT_TRUE(question.startsWith(
         QStringLiteral("Confirm Operation: Gorda Boot Loader timed out and aborted, ")))
         << qPrintable(question);
-    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")), QByteArray("COM1,19200,57600,0\r\n"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("RestartLoader.txt")),
+              QByteArray("COM1,19200,57600,0\r\n"));
 
     // The link is back, the device switched off and on; the program starts again.
     m_proxy->up();
@@ -274,14 +287,18 @@ TEST_F(FarDevice, AnAnswerPastItsTimeOutIsLoggedLateAndNeverAnswersTheNextQuesti
     EXPECT_EQ(core::Mid(ui::Link().Reply, 2, 2), QStringLiteral("21"));
     EXPECT_EQ(core::Mid(ui::Link().Reply, 6, 2), QStringLiteral("A8"));
     const QStringList log = logLines();
-    const qsizetype late = log.indexOf(QRegularExpression(QStringLiteral("^Late: \\(STX\\)21..A9.*, \\d+ ms after it was sent$")));
+    const qsizetype late = log.indexOf(
+        QRegularExpression(QStringLiteral("^Late: \\(STX\\)21..A9.*, \\d+ ms after it was sent$")));
     ASSERT_GE(late, 0);
     // Logged before the next question went out, which then had its own answer.
-    const qsizetype next = log.indexOf(QStringLiteral("Sent: (STX)2003A8(NUL)(ETX) on COM1 @ 19200"), late);
+    const qsizetype next =
+        log.indexOf(QStringLiteral("Sent: (STX)2003A8(NUL)(ETX) on COM1 @ 19200"), late);
     ASSERT_GT(next, late);
     ASSERT_LT(next + 1, log.size());
-    EXPECT_TRUE(log.at(next + 1).startsWith(QStringLiteral("Rply: (STX)21"))) << qPrintable(log.at(next + 1));
-    EXPECT_TRUE(log.at(next + 1).contains(QStringLiteral("A8(NUL)"))) << qPrintable(log.at(next + 1));
+    EXPECT_TRUE(log.at(next + 1).startsWith(QStringLiteral("Rply: (STX)21")))
+        << qPrintable(log.at(next + 1));
+    EXPECT_TRUE(log.at(next + 1).contains(QStringLiteral("A8(NUL)")))
+        << qPrintable(log.at(next + 1));
 }
 
 // socket:// has no Telnet of its own to measure: the exchange's answers are the measure. In
@@ -297,7 +314,8 @@ TEST_F(FarDevice, OverAPlainSocketAt300msTheStartUpAndASaveWork) {
     EXPECT_TRUE(logLines().contains(
         QStringLiteral("Breakpoint: All settings have been saved from the Gorda")));
     bool measured = false;
-    for (const QString& l : logLines()) measured |= l.startsWith(address() + QStringLiteral(": round trip "));
+    for (const QString& l : logLines())
+        measured |= l.startsWith(address() + QStringLiteral(": round trip "));
     EXPECT_TRUE(measured);
 }
 
@@ -312,21 +330,25 @@ TEST_F(FarDevice, BeyondTheWorkableRoundTripTheSearchNamesTheLatencyAndNeverAsks
     QString alert;
     for (const QString& l : logLines()) {
         late |= l.startsWith(QStringLiteral("Late: (STX)2105A1"));
-        if (l.startsWith(QStringLiteral("All requested Com Ports Checked, No Vorix Device Found: ")))
+        if (l.startsWith(
+                QStringLiteral("All requested Com Ports Checked, No Vorix Device Found: ")))
             alert = l;
     }
     EXPECT_TRUE(late);
     EXPECT_TRUE(alert.contains(address() + QStringLiteral(" answers after ")));
-    EXPECT_TRUE(alert.contains(QStringLiteral(" ms, beyond the 1000 ms round trip the program waits for")))
+    EXPECT_TRUE(
+        alert.contains(QStringLiteral(" ms, beyond the 1000 ms round trip the program waits for")))
         << qPrintable(alert);
 }
 
 // The user's own words for it: telvo-cli info, as the command line runs it.
 TEST_F(FarDevice, TheCommandLineSaysHowFarADeviceBeyondReachIs) {
-    if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
+    if (!QFile::exists(CliBinary()))
+        GTEST_SKIP() << "telvo-cli not built";
     writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Baud = 19200")});
     serve(1600, 0);
-    const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
+    const CliResult r =
+        RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
     EXPECT_EQ(r.exit, 3);
     EXPECT_TRUE(r.err.contains(("no device found: " + address() + " answers after ").toUtf8()))
         << r.err.constData();
@@ -336,10 +358,12 @@ TEST_F(FarDevice, TheCommandLineSaysHowFarADeviceBeyondReachIs) {
 
 // The command line's info at 300 ms.
 TEST_F(FarDevice, TheCommandLinesInfoAt300msTellsTheDevice) {
-    if (!QFile::exists(CliBinary())) GTEST_SKIP() << "telvo-cli not built";
+    if (!QFile::exists(CliBinary()))
+        GTEST_SKIP() << "telvo-cli not built";
     writeIni({QStringLiteral("Max Ports = 1")});
     serve(300, 100);
-    const CliResult r = RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
+    const CliResult r =
+        RunCli(home(), {QStringLiteral("--port"), address(), QStringLiteral("info")});
     EXPECT_EQ(r.exit, 0) << r.err.constData();
     EXPECT_TRUE(r.out.contains("Gorda")) << r.out.constData();
 }

@@ -7,15 +7,15 @@
 
 #include "common/LoaderFixture.h"
 
-#include "common/SimProcess.h"
-#include "common/Ser2Net.h"
 #include "app/Main.h"
-#include "link/Driver.h"
+#include "common/Ser2Net.h"
+#include "common/SimProcess.h"
 #include "config/modRegistry.h"
+#include "link/Driver.h"
 #include "link/zSCL.h"
 #include "platform/serial/NetworkPortBackend.h"
-#include "settings/SaveRestore.h"
 #include "settings/SCL.h"
+#include "settings/SaveRestore.h"
 
 #include <QTest>
 #include <arpa/inet.h>
@@ -32,15 +32,19 @@ namespace {
 
 const QString kFive = QStringLiteral("     ");
 
-QString query(const QString& id) { return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)"); }
+QString query(const QString& id) {
+    return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)");
+}
 
 class NetEndToEnd : public LoaderFixture {
 protected:
     void SetUp() override {
         LoaderFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
-        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
-        if (Ser2NetBinary().isEmpty()) GTEST_SKIP() << "ser2net not installed";
+        if (!QFile::exists(SimBinary()))
+            GTEST_SKIP() << "vorix-sim not built";
+        if (Ser2NetBinary().isEmpty())
+            GTEST_SKIP() << "ser2net not installed";
         // The adapter warning before a load is not asked again.
         ui::RegWrite(QStringLiteral("HKCU"), QString::fromLatin1(ui::kDongleKey),
                      QStringLiteral("ShowDongleWarning"), QStringLiteral("D"), 1);
@@ -69,19 +73,22 @@ protected:
     QStringList heard(int from = 0) const {
         QStringList out;
         for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
         return out.mid(from);
     }
     QStringList notes() const {
         QStringList out;
         for (const QString& l : m_sim->trace())
-            if (l.startsWith(QLatin1String("note"))) out << l.mid(6);
+            if (l.startsWith(QLatin1String("note")))
+                out << l.mid(6);
         return out;
     }
     // Goes on at every breakpoint and answers every question with Continue.
     void keepGoing() {
         at(20, [this] {
-            if (!s().cmdContinue->isHidden()) QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
+            if (!s().cmdContinue->isHidden())
+                QTest::mouseClick(s().cmdContinue, Qt::LeftButton);
             keepGoing();
         });
     }
@@ -107,7 +114,8 @@ protected:
         const qsizetype at = frames.lastIndexOf(QStringLiteral("host  ") + setB1);
         ASSERT_GE(at, 0);
         ASSERT_LT(at + 1, frames.size());
-        EXPECT_TRUE(frames.at(at + 1).startsWith(QStringLiteral("device  (STX)01"))) << qPrintable(frames.at(at + 1));
+        EXPECT_TRUE(frames.at(at + 1).startsWith(QStringLiteral("device  (STX)01")))
+            << qPrintable(frames.at(at + 1));
     }
 
     std::unique_ptr<SimProcess> m_sim;
@@ -166,10 +174,10 @@ TEST_F(NetEndToEnd, ServerWithoutTheComPortOptionIsRefusedWithWhatToDo) {
     EXPECT_THROW(ui::Main(), platform::ProgramEnd);
 
     const QString port = m_server->address().mid(QStringLiteral("rfc2217://").size());
-    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() +
-                                    QStringLiteral(": the server at ") + port +
-                                    QStringLiteral(" does not take COM port settings: use socket:// "
-                                                   "and set Baud =")))
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("COM1: ") + m_server->address() + QStringLiteral(": the server at ") + port +
+        QStringLiteral(" does not take COM port settings: use socket:// "
+                       "and set Baud =")))
         << qPrintable(logLines().join(QLatin1Char('\n')));
     // Not one frame reached the device through a server that would have changed it.
     EXPECT_TRUE(heard().isEmpty());
@@ -202,10 +210,12 @@ TEST_F(NetEndToEnd, Ser2NetBusyWithAnotherClientIsTriedAgainUntilItLetsGo) {
     const QStringList log = logLines();
     const QStringList retries = log.filter(QStringLiteral("trying again"));
     ASSERT_FALSE(retries.isEmpty()) << qPrintable(log.join(QLatin1Char('\n')));
-    EXPECT_TRUE(retries.first().endsWith(QStringLiteral("the server closed the connection (\"Port already in use\"): "
-                                                        "trying again in 100 ms (attempt 2)")))
+    EXPECT_TRUE(retries.first().endsWith(
+        QStringLiteral("the server closed the connection (\"Port already in use\"): "
+                       "trying again in 100 ms (attempt 2)")))
         << qPrintable(retries.first());
-    EXPECT_FALSE(log.filter(QStringLiteral("connected (connection %1)").arg(retries.size() + 1)).isEmpty());
+    EXPECT_FALSE(
+        log.filter(QStringLiteral("connected (connection %1)").arg(retries.size() + 1)).isEmpty());
 }
 
 // ---- the same whole session against each server: one TCP connection for all of it ------------
@@ -219,8 +229,9 @@ protected:
     }
     QString image(const QString& name, const QString& version, qint64 size) {
         QProcess p;
-        p.start(SimBinary(), {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
-                              version, QStringLiteral("--size"), QString::number(size)});
+        p.start(SimBinary(),
+                {QStringLiteral("--make-firmware"), homeFile(name), QStringLiteral("--version"),
+                 version, QStringLiteral("--size"), QString::number(size)});
         p.waitForFinished(10000);
         return homeFile(name);
     }
@@ -251,7 +262,8 @@ TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnec
     ui::ldr().cmdStart->click(); // the whole load runs inside this click
     EXPECT_EQ(s().txtFirmware->text(), QStringLiteral("2.76"));
     bool verified = false;
-    for (const QString& l : m_sim->trace()) verified = verified || l.contains(QStringLiteral("Verify OK, version 2.76"));
+    for (const QString& l : m_sim->trace())
+        verified = verified || l.contains(QStringLiteral("Verify OK, version 2.76"));
     EXPECT_TRUE(verified);
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("RestartLoader.txt"))));
 
@@ -259,15 +271,22 @@ TEST_P(EveryServer, SearchRefreshSaveRestoreSpeedAndA64KilobyteLoadOverOneConnec
     const QStringList log = logLines();
     const QString addr = m_server->address();
     EXPECT_EQ(log.count(QStringLiteral("COM1: connected to ") + addr), 1);
-    EXPECT_EQ(log.filter(QStringLiteral("COM1: ") + addr + QStringLiteral(": connected (connection 1); the server said ")).size(), 1);
+    EXPECT_EQ(log.filter(QStringLiteral("COM1: ") + addr +
+                         QStringLiteral(": connected (connection 1); the server said "))
+                  .size(),
+              1);
     EXPECT_TRUE(log.filter(QStringLiteral("connection 2")).isEmpty());
     EXPECT_TRUE(log.filter(QStringLiteral("trying again")).isEmpty());
-    EXPECT_TRUE(log.filter(QStringLiteral("no answer to")).isEmpty()) << qPrintable(log.filter(QStringLiteral("no answer")).join(QLatin1Char('\n')));
-    EXPECT_EQ(log.filter(QRegularExpression(QStringLiteral("^COM1: .*: round trip [0-9]+ ms$"))).size(), 1);
+    EXPECT_TRUE(log.filter(QStringLiteral("no answer to")).isEmpty())
+        << qPrintable(log.filter(QStringLiteral("no answer")).join(QLatin1Char('\n')));
+    EXPECT_EQ(
+        log.filter(QRegularExpression(QStringLiteral("^COM1: .*: round trip [0-9]+ ms$"))).size(),
+        1);
 }
 
 TEST_F(NetEndToEnd, ServerWithoutRtsCtsIsNamedBeforeAnyLoad) {
-    if (PySerialPython().isEmpty()) GTEST_SKIP() << "python3-serial not installed";
+    if (PySerialPython().isEmpty())
+        GTEST_SKIP() << "python3-serial not installed";
     writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Auto Start = True"),
               QStringLiteral("Port = 1"), QStringLiteral("Baud = 19200")});
     serve({}, Ser2Net::PySerialNoHardwareFlow);
@@ -278,17 +297,19 @@ TEST_F(NetEndToEnd, ServerWithoutRtsCtsIsNamedBeforeAnyLoad) {
     // before any block of an image could be sent.
     ASSERT_EQ(s().txtState->text(), QStringLiteral("Powered"));
     const QString port = m_server->address().mid(QStringLiteral("rfc2217://").size());
-    EXPECT_TRUE(logLines().contains(QStringLiteral("COM1: ") + m_server->address() + QStringLiteral(": the server at ") +
-                                    port +
-                                    QStringLiteral(" does not do RTS/CTS flow control (SET-CONTROL answered 1, "
-                                                   "not 3): a firmware load is not paced by the device there and "
-                                                   "may overrun")))
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("COM1: ") + m_server->address() + QStringLiteral(": the server at ") + port +
+        QStringLiteral(" does not do RTS/CTS flow control (SET-CONTROL answered 1, "
+                       "not 3): a firmware load is not paced by the device there and "
+                       "may overrun")))
         << qPrintable(logLines().join(QLatin1Char('\n')));
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, EveryServer, ::testing::Values(Ser2Net::Rfc2217, Ser2Net::PySerial),
+INSTANTIATE_TEST_SUITE_P(Servers, EveryServer,
+                         ::testing::Values(Ser2Net::Rfc2217, Ser2Net::PySerial),
                          [](const ::testing::TestParamInfo<Ser2Net::Kind>& i) {
-                             return std::string(i.param == Ser2Net::PySerial ? "PySerial" : "Ser2Net");
+                             return std::string(i.param == Ser2Net::PySerial ? "PySerial"
+                                                                             : "Ser2Net");
                          });
 
 } // namespace

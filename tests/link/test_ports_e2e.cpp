@@ -4,12 +4,12 @@
 
 #include "common/Fixture.h"
 
-#include "common/SimProcess.h"
 #include "app/Main.h"
+#include "common/SimProcess.h"
 #include "link/Driver.h"
 #include "link/zSCL.h"
-#include "settings/SCL.h"
 #include "platform/serial/SystemPorts.h"
+#include "settings/SCL.h"
 
 #include <QFile>
 
@@ -77,8 +77,9 @@ TEST_F(MachinePorts, SearchFindsTheDeviceOnTheSecondMachinePortAndLogsItsDeviceF
     EXPECT_EQ(ui::scl().txtPort->text(), QStringLiteral("COM2"));
     EXPECT_EQ(ui::scl().txtState->text(), QStringLiteral("Powered"));
     const QStringList log = logLines();
-    EXPECT_TRUE(log.contains(QStringLiteral("COM1 is ") + empty.path() +
-                             QStringLiteral(": Telvo Empty Adapter [usb-Telvo_Empty_Adapter-if00-port0]")));
+    EXPECT_TRUE(
+        log.contains(QStringLiteral("COM1 is ") + empty.path() +
+                     QStringLiteral(": Telvo Empty Adapter [usb-Telvo_Empty_Adapter-if00-port0]")));
     EXPECT_TRUE(log.contains(QStringLiteral("COM2 is ") + m_sim->path() +
                              QStringLiteral(": Vorix Sim Adapter, serial 0042 "
                                             "[usb-Vorix_Sim_Adapter_0042-if00-port0]")))
@@ -97,7 +98,8 @@ TEST_F(MachinePorts, AdapterBackUnderAnotherDeviceFileIsReopenedThroughItsByIdNa
     SimProcess before(home(), QStringLiteral("before"), args);
     SimProcess after(home(), QStringLiteral("after"), args);
     ASSERT_TRUE(before.running() && after.running());
-    const QString link = byId(QStringLiteral("usb-Vorix_Sim_Adapter_0042-if00-port0"), before.path());
+    const QString link =
+        byId(QStringLiteral("usb-Vorix_Sim_Adapter_0042-if00-port0"), before.path());
     platform::SystemPort adapter;
     adapter.path = before.path();
     adapter.byId = link;

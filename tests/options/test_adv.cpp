@@ -1,16 +1,16 @@
 // "Advanced Options": scheduling class, thread priority bounds, and the port speed that changes
 // without telling the device.
 
-#include "platform/doubles/ScriptedPriority.h"
 #include "common/Accessible.h"
 #include "common/Fixture.h"
+#include "platform/doubles/ScriptedPriority.h"
 
 #include "app/Tools.h"
 #include "options/ADV.h"
+#include "platform/doubles/ScriptedPeer.h"
+#include "platform/os/Priority.h"
 #include "platform/serial/CommControl.h"
 #include "platform/serial/PortMap.h"
-#include "platform/os/Priority.h"
-#include "platform/doubles/ScriptedPeer.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
@@ -29,7 +29,8 @@ namespace {
 class CountingPeer : public platform::ScriptedPeer {
 public:
     void hostOpenChanged(bool open) override {
-        if (open) ++opens;
+        if (open)
+            ++opens;
         platform::ScriptedPeer::hostOpenChanged(open);
     }
     int opens = 0;
@@ -54,17 +55,21 @@ protected:
     ui::ADV& a() { return ui::adv(); }
     void click(QWidget* w) { QTest::mouseClick(w, Qt::LeftButton); }
     // An option button takes clicks on its mark and caption only, not across its whole width.
-    void click(QRadioButton* o) { QTest::mouseClick(o, Qt::LeftButton, {}, QPoint(8, o->height() / 2)); }
+    void click(QRadioButton* o) {
+        QTest::mouseClick(o, Qt::LeftButton, {}, QPoint(8, o->height() / 2));
+    }
     QStringList checkedClasses() {
         QStringList out;
         for (QRadioButton* o : a().optProcessPriority)
-            if (o->isChecked()) out << o->text();
+            if (o->isChecked())
+                out << o->text();
         return out;
     }
     QStringList checkedSpeeds() {
         QStringList out;
         for (QRadioButton* o : a().optSpeed)
-            if (o->isChecked()) out << o->text();
+            if (o->isChecked())
+                out << o->text();
         return out;
     }
     platform::ScriptedPriority* pri = nullptr;
@@ -82,7 +87,8 @@ TEST_F(Advanced, CaptionsNamesAndIndices) {
     EXPECT_EQ(a().optProcessPriority.value(128)->text(), QStringLiteral("High"));
     EXPECT_EQ(a().optProcessPriority.value(256)->text(), QStringLiteral("Realtime (Dangerous)"));
     const char* speeds[] = {"4800", "9600", "14400", "19200", "38400", "57600"};
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(a().optSpeed[i]->text(), QLatin1String(speeds[i]));
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(a().optSpeed[i]->text(), QLatin1String(speeds[i]));
     EXPECT_EQ(a().Label17->text(), QStringLiteral("Thread Priority"));
     EXPECT_EQ(a().chkNoFWupdate->text(), QStringLiteral("No Firmware Update (Testing)"));
     EXPECT_EQ(a().cmdDelFileList->text(), QStringLiteral("Delete File List"));
@@ -246,10 +252,11 @@ TEST_F(Advanced, IdleWithoutAWayBackIsAskedFirst) {
     scripted->answers.push_back(platform::vbNo);
     click(a().optProcessPriority.value(64));
     ASSERT_EQ(scripted->messageTexts().size(), 1);
-    EXPECT_EQ(scripted->messageTexts().at(0),
-              QStringLiteral("Low (Idle) can not be undone: once it is set, this user may not raise "
-                             "the program's priority again until the program is restarted.\r\n"
-                             "Set Low (Idle)?"));
+    EXPECT_EQ(
+        scripted->messageTexts().at(0),
+        QStringLiteral("Low (Idle) can not be undone: once it is set, this user may not raise "
+                       "the program's priority again until the program is restarted.\r\n"
+                       "Set Low (Idle)?"));
     EXPECT_TRUE(pri->classCalls.empty());
     EXPECT_EQ(checkedClasses(), QStringList{QStringLiteral("Normal")});
     scripted->answers.push_back(platform::vbYes);
@@ -294,12 +301,18 @@ TEST(SystemPriority, NiceValuesFollowTheChoices) {
         const int tid = int(syscall(SYS_gettid));
         const int before = getpriority(PRIO_PROCESS, id_t(tid));
         int code = 0;
-        if (!p->SetThreadPriority(-3, error)) code = 1;
-        else if (getpriority(PRIO_PROCESS, id_t(tid)) != std::min(before + 3, 19)) code = 2;
-        else if (p->GetThreadPriority() != -3) code = 3;
-        else if (!p->SetPriorityClass(platform::IDLE_PRIORITY_CLASS, error)) code = 4;
-        else if (p->GetPriorityClass() != platform::IDLE_PRIORITY_CLASS) code = 5;
-        else if (getpriority(PRIO_PROCESS, id_t(tid)) != 19) code = 6;
+        if (!p->SetThreadPriority(-3, error))
+            code = 1;
+        else if (getpriority(PRIO_PROCESS, id_t(tid)) != std::min(before + 3, 19))
+            code = 2;
+        else if (p->GetThreadPriority() != -3)
+            code = 3;
+        else if (!p->SetPriorityClass(platform::IDLE_PRIORITY_CLASS, error))
+            code = 4;
+        else if (p->GetPriorityClass() != platform::IDLE_PRIORITY_CLASS)
+            code = 5;
+        else if (getpriority(PRIO_PROCESS, id_t(tid)) != 19)
+            code = 6;
         _exit(code);
     }
     int status = 0;

@@ -21,9 +21,9 @@
 #include <QThread>
 #include <atomic>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
-#include <gtest/gtest.h>
 
 using namespace telvo;
 using namespace telvo::core;
@@ -33,7 +33,8 @@ namespace {
 
 QByteArray B(std::initializer_list<int> bytes) {
     QByteArray out;
-    for (const int b : bytes) out += char(b);
+    for (const int b : bytes)
+        out += char(b);
     return out;
 }
 
@@ -49,7 +50,7 @@ public:
     int resets = 0;
     int ackDelayMs = 0;
     QMap<int, QByteArray> answerInstead; // command -> the value answered
-    QByteArray beforePurgeAnswer;       // data sent just before the purge's answer
+    QByteArray beforePurgeAnswer;        // data sent just before the purge's answer
     ~Server() override {
         m_stop = true;
         wait();
@@ -85,11 +86,14 @@ protected:
         m_port = server.serverPort();
         m_ready.release();
         while (!m_stop) {
-            if (!server.waitForNewConnection(20)) continue;
+            if (!server.waitForNewConnection(20))
+                continue;
             QTcpSocket* s = server.nextPendingConnection();
             ++m_accepted;
-            if (m_accepted <= resets) s->abort();
-            else serve(s);
+            if (m_accepted <= resets)
+                s->abort();
+            else
+                serve(s);
             delete s;
         }
     }
@@ -97,10 +101,11 @@ protected:
 private:
     QByteArray negotiate(const TelnetEvent& e) const {
         using namespace telnet;
-        const bool refused = (e.option == COM_PORT && refuseComPort) ||
-                             (e.option == BINARY && refuseBinary);
+        const bool refused =
+            (e.option == COM_PORT && refuseComPort) || (e.option == BINARY && refuseBinary);
         const bool known = e.option == COM_PORT || e.option == BINARY || e.option == SGA;
-        if (e.verb == WILL) return B({255, (refused || !known) ? DONT : DO, e.option});
+        if (e.verb == WILL)
+            return B({255, (refused || !known) ? DONT : DO, e.option});
         if (e.verb == DO && e.option != COM_PORT)
             return B({255, (refused || !known) ? WONT : WILL, e.option});
         return {};
@@ -115,10 +120,12 @@ private:
             }
             {
                 QMutexLocker lock(&m_mutex);
-                if (!m_out.isEmpty()) s->write(std::exchange(m_out, {}));
+                if (!m_out.isEmpty())
+                    s->write(std::exchange(m_out, {}));
             }
             s->flush();
-            if (!s->waitForReadyRead(10)) continue;
+            if (!s->waitForReadyRead(10))
+                continue;
             const QByteArray raw = s->readAll();
             std::vector<TelnetEvent> events;
             const QByteArray data = telnet ? parser.feed(raw, &events) : raw;
@@ -126,8 +133,10 @@ private:
             m_raw += raw;
             m_data += data;
             for (const TelnetEvent& e : events) {
-                if (e.kind == TelnetEvent::Option) s->write(negotiate(e));
-                if (e.kind != TelnetEvent::ComPort) continue;
+                if (e.kind == TelnetEvent::Option)
+                    s->write(negotiate(e));
+                if (e.kind != TelnetEvent::ComPort)
+                    continue;
                 m_commands.push_back(e);
                 if (!answers || e.command == comport::SetModemstateMask ||
                     e.command == comport::Signature)
@@ -136,7 +145,8 @@ private:
                     s->flush();
                     QThread::msleep(ulong(ackDelayMs));
                 }
-                if (e.command == comport::PurgeData) s->write(beforePurgeAnswer);
+                if (e.command == comport::PurgeData)
+                    s->write(beforePurgeAnswer);
                 s->write(ComPortCommand(e.command + comport::kServerOffset,
                                         answerInstead.value(e.command, e.value)));
             }
@@ -165,7 +175,8 @@ protected:
         PortMap::instance().setPorts({});
     }
     QString address(const char* scheme, quint16 port) {
-        return QString::fromLatin1(scheme) + QStringLiteral("://127.0.0.1:") + QString::number(port);
+        return QString::fromLatin1(scheme) + QStringLiteral("://127.0.0.1:") +
+               QString::number(port);
     }
     // Waits, on events, for `cond`; a generous bound so that a broken build fails, not hangs.
     template <class F> bool until(F cond) {
@@ -196,7 +207,8 @@ protected:
     static QStringList commandsOf(const std::vector<TelnetEvent>& events) {
         QStringList out;
         for (const TelnetEvent& e : events)
-            out << QString::number(e.command) + QLatin1Char(':') + QString::fromLatin1(e.value.toHex());
+            out << QString::number(e.command) + QLatin1Char(':') +
+                       QString::fromLatin1(e.value.toHex());
         return out;
     }
 };
@@ -215,9 +227,9 @@ TEST_F(NetPort, OpenTakesTheOptionsAndSetsRateFramingFlowAndModemMaskThenPurges)
     ASSERT_EQ(b.open(s, &error), 0) << qPrintable(error);
     EXPECT_TRUE(b.isOpen());
     EXPECT_EQ(commandsOf(server.commands()),
-              (QStringList{QStringLiteral("1:00004b00"), QStringLiteral("2:08"), QStringLiteral("3:01"),
-                           QStringLiteral("4:01"), QStringLiteral("11:11"), QStringLiteral("5:03"),
-                           QStringLiteral("12:03")}));
+              (QStringList{QStringLiteral("1:00004b00"), QStringLiteral("2:08"),
+                           QStringLiteral("3:01"), QStringLiteral("4:01"), QStringLiteral("11:11"),
+                           QStringLiteral("5:03"), QStringLiteral("12:03")}));
     EXPECT_TRUE(server.raw().startsWith(
         B({255, 251, 0, 255, 251, 3, 255, 251, 44, 255, 253, 0, 255, 253, 3})));
     // Per connection, the log names the server's answer to each option and the round trip.
@@ -308,7 +320,8 @@ TEST_F(NetPort, ServerKeepingTextModeIsNoPortEither) {
     QString error;
     EXPECT_EQ(b.open(LineSettings{}, &error), 8002);
     EXPECT_TRUE(error.contains(QStringLiteral("does not take COM port settings")));
-    EXPECT_TRUE(notes.contains(addr + QStringLiteral(": refused: BINARY"))) << qPrintable(notes.join(QLatin1Char('\n')));
+    EXPECT_TRUE(notes.contains(addr + QStringLiteral(": refused: BINARY")))
+        << qPrintable(notes.join(QLatin1Char('\n')));
     EXPECT_TRUE(server.commands().empty());
 }
 
@@ -323,7 +336,8 @@ TEST_F(NetPort, ServerThatNeverNegotiatesIsNoPort) {
     QString error;
     EXPECT_EQ(b.open(LineSettings{}, &error), 8002);
     EXPECT_TRUE(error.contains(QStringLiteral("does not take COM port settings")));
-    EXPECT_TRUE(notes.contains(addr + QStringLiteral(": no answer within 200 ms to: COM-PORT-OPTION, BINARY")))
+    EXPECT_TRUE(notes.contains(
+        addr + QStringLiteral(": no answer within 200 ms to: COM-PORT-OPTION, BINARY")))
         << qPrintable(notes.join(QLatin1Char('\n')));
     // Not one sub-negotiation was sent after the option went unanswered.
     EXPECT_FALSE(server.raw().contains(B({255, 250})));
@@ -340,8 +354,10 @@ TEST_F(NetPort, EveryAnswerIsCheckedAndAChangeIsNamed) {
     QStringList& notes = notesOf(b);
     LineSettings s = settings(19200, Handshake::Rts);
     ASSERT_EQ(b.open(s, nullptr), 0);
-    EXPECT_TRUE(notes.contains(addr + QStringLiteral(": the server runs at 38400 baud, not 19200")));
-    EXPECT_TRUE(notes.contains(addr + QStringLiteral(": the server changed SET-DATASIZE: asked 8, answered 7")));
+    EXPECT_TRUE(
+        notes.contains(addr + QStringLiteral(": the server runs at 38400 baud, not 19200")));
+    EXPECT_TRUE(notes.contains(
+        addr + QStringLiteral(": the server changed SET-DATASIZE: asked 8, answered 7")));
     EXPECT_TRUE(notes.contains(
         addr + QStringLiteral(": the server at 127.0.0.1:%1 does not do RTS/CTS flow control "
                               "(SET-CONTROL answered 1, not 3): a firmware load is not paced by "
@@ -361,9 +377,10 @@ TEST_F(NetPort, ServerThatNeverAnswersASettingIsWaitedForOnlyUpToTheLimitAndALat
     server.answers = false;
     ASSERT_EQ(b.open(LineSettings{}, nullptr), 0);
     EXPECT_TRUE(b.isOpen());
-    EXPECT_EQ(notes.last(), addr + QStringLiteral(": no answer to SET-BAUDRATE 9600, SET-DATASIZE, "
-                                                  "SET-PARITY, SET-STOPSIZE, SET-CONTROL, PURGE-DATA "
-                                                  "within 200 ms"));
+    EXPECT_EQ(notes.last(),
+              addr + QStringLiteral(": no answer to SET-BAUDRATE 9600, SET-DATASIZE, "
+                                    "SET-PARITY, SET-STOPSIZE, SET-CONTROL, PURGE-DATA "
+                                    "within 200 ms"));
     LineSettings s;
     s.baud = 38400;
     b.apply(s);
@@ -388,7 +405,8 @@ TEST_F(NetPort, SignatureIsAnsweredWhenAskedAndTheServersIsLogged) {
     ASSERT_TRUE(until([&] { return b.bytesAvailable() == 1; }));
     ASSERT_TRUE(until([&] {
         for (const TelnetEvent& e : server.commands())
-            if (e.command == comport::Signature) return true;
+            if (e.command == comport::Signature)
+                return true;
         return false;
     }));
     for (const TelnetEvent& e : server.commands()) {
@@ -439,8 +457,11 @@ TEST_F(NetPort, NobodyListeningIsTriedForABoundedTimeThenConnectionRefused) {
     EXPECT_FALSE(b.isOpen());
     // 100 + 200 ms of pauses fit the bound, 400 more do not.
     ASSERT_EQ(notes.size(), 3) << qPrintable(notes.join(QLatin1Char('\n')));
-    EXPECT_TRUE(notes[0].endsWith(QStringLiteral("connection refused: trying again in 100 ms (attempt 2)")));
-    EXPECT_TRUE(notes[2].startsWith(addr + QStringLiteral(": 127.0.0.1:%1: connection refused, given up after 3 attempts in ").arg(port)))
+    EXPECT_TRUE(notes[0].endsWith(
+        QStringLiteral("connection refused: trying again in 100 ms (attempt 2)")));
+    EXPECT_TRUE(notes[2].startsWith(
+        addr + QStringLiteral(": 127.0.0.1:%1: connection refused, given up after 3 attempts in ")
+                   .arg(port)))
         << qPrintable(notes[2]);
 }
 
@@ -505,7 +526,8 @@ TEST_F(NetPort, ARunningLinkIsAskedItsRateToKeepTheRoundTripUpToDate) {
     server.queue("z");
     ASSERT_TRUE(until([&] { return b.bytesAvailable() == 1; }));
     EXPECT_EQ(b.lineBaud(), 19200);
-    EXPECT_TRUE(notes.filter(QStringLiteral("late")).isEmpty()) << qPrintable(notes.join(QLatin1Char('\n')));
+    EXPECT_TRUE(notes.filter(QStringLiteral("late")).isEmpty())
+        << qPrintable(notes.join(QLatin1Char('\n')));
     EXPECT_TRUE(notes.filter(QStringLiteral("changed")).isEmpty());
 }
 
@@ -518,8 +540,10 @@ TEST_F(NetPort, AFloodNobodyReadsIsHeldToAFixedAmount) {
     const int total = 8 * 1024 * 1024;
     server.queue(QByteArray(total - 3, 'f') + "end");
     // Nobody reads: what is held stays within its bound, and the newest bytes are the ones kept.
-    ASSERT_TRUE(until([&] { return b.bytesAvailable() > 0 && b.bytesAvailable() <= NetworkPortBackend::kMaxUnread &&
-                                   notes.last().contains(QStringLiteral("nobody read")); }));
+    ASSERT_TRUE(until([&] {
+        return b.bytesAvailable() > 0 && b.bytesAvailable() <= NetworkPortBackend::kMaxUnread &&
+               notes.last().contains(QStringLiteral("nobody read"));
+    }));
     bool ended = false;
     ASSERT_TRUE(until([&] {
         EXPECT_LE(b.bytesAvailable(), NetworkPortBackend::kMaxUnread);
@@ -528,8 +552,11 @@ TEST_F(NetPort, AFloodNobodyReadsIsHeldToAFixedAmount) {
     }));
     // Each time it runs over again is one line, never one per byte dropped.
     EXPECT_GE(notes.filter(QStringLiteral("nobody read")).size(), 1);
-    EXPECT_LE(notes.filter(QStringLiteral("nobody read")).size(), total / NetworkPortBackend::kMaxUnread);
-    EXPECT_EQ(notes.last(), addr + QStringLiteral(": more than 1048576 bytes nobody read: the oldest are dropped"));
+    EXPECT_LE(notes.filter(QStringLiteral("nobody read")).size(),
+              total / NetworkPortBackend::kMaxUnread);
+    EXPECT_EQ(notes.last(),
+              addr +
+                  QStringLiteral(": more than 1048576 bytes nobody read: the oldest are dropped"));
 }
 
 TEST_F(NetPort, OutputCountsWhatTheRemoteLineCannotYetHaveCarried) {
@@ -580,7 +607,8 @@ TEST_F(NetPort, PlainSocketSendsBytesAsTheyAreAndLogsARateChangeAsNotApplicable)
     EXPECT_EQ(server.raw(), B({0x02, 0xFF, 0x03}));
     s.baud = 57600;
     b.apply(s);
-    EXPECT_EQ(notes.last(), addr + QStringLiteral(": the rate is the server's; 57600 baud does not apply"));
+    EXPECT_EQ(notes.last(),
+              addr + QStringLiteral(": the rate is the server's; 57600 baud does not apply"));
     server.queue(B({0xFF, 0xFF}));
     ASSERT_TRUE(until([&] { return b.bytesAvailable() == 2; }));
     EXPECT_EQ(b.readAll(), B({0xFF, 0xFF}));
@@ -638,7 +666,8 @@ TEST_F(NetPort, SerialControlSaysTheServerClosedTheConnectionMidJob) {
     ASSERT_TRUE(until([&] { return !p1.PortOpen(); }));
     p1.Output(QStringLiteral("x"));
     EXPECT_EQ(p1.ErrNumber(), 8012);
-    EXPECT_EQ(p1.ErrDescription(), QStringLiteral("127.0.0.1:%1: the server closed the connection").arg(port));
+    EXPECT_EQ(p1.ErrDescription(),
+              QStringLiteral("127.0.0.1:%1: the server closed the connection").arg(port));
 }
 
 TEST_F(NetPort, SerialControlGivesNoSuchPortAndTheAddressForAnUnreachableServer) {

@@ -1,14 +1,14 @@
 // The platform stand-ins: the clock, timers, the yield, the port map and the serial control.
 
 #include "platform/clock/Clock.h"
+#include "platform/clock/DoEvents.h"
+#include "platform/clock/Timer.h"
+#include "platform/dialogs/Platform.h"
+#include "platform/doubles/ScriptedPeer.h"
 #include "platform/doubles/ScriptedPlatform.h"
 #include "platform/serial/CommControl.h"
-#include "platform/clock/DoEvents.h"
-#include "platform/dialogs/Platform.h"
 #include "platform/serial/PortMap.h"
-#include "platform/doubles/ScriptedPeer.h"
 #include "platform/serial/SimulatedLine.h"
-#include "platform/clock/Timer.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -71,7 +71,8 @@ TEST_F(Platform, TimerDisabledInsideItsTickTicksOnce) {
         t.setEnabled(false);
     });
     t.setEnabled(true);
-    while (t.Enabled()) DoEvents();
+    while (t.Enabled())
+        DoEvents();
     Clock::instance().advanceBy(1000'000);
     EXPECT_EQ(ticks, 1);
 }
@@ -83,7 +84,8 @@ TEST_F(Platform, VirtualClockJumpsToTheNextEventWhenTheProgramWaits) {
     c.scheduleIn(30LL * 1000'000, [&] { done = true; });
     QElapsedTimer real;
     real.start();
-    while (!done) DoEvents();
+    while (!done)
+        DoEvents();
     EXPECT_EQ(c.nowUs() - start, 30LL * 1000'000);
     EXPECT_LT(real.elapsed(), 5000);
 }
@@ -91,7 +93,8 @@ TEST_F(Platform, VirtualClockJumpsToTheNextEventWhenTheProgramWaits) {
 TEST_F(Platform, RunUntilStopsWhenTheConditionHoldsOrTheLimitPasses) {
     Clock& c = Clock::instance();
     int n = 0;
-    for (int i = 1; i <= 5; ++i) c.scheduleIn(i * 1000, [&] { ++n; });
+    for (int i = 1; i <= 5; ++i)
+        c.scheduleIn(i * 1000, [&] { ++n; });
     EXPECT_TRUE(c.runUntil([&] { return n == 2; }, 10'000));
     EXPECT_EQ(n, 2);
     EXPECT_FALSE(c.runUntil([&] { return n == 5; }, 1500));
@@ -120,7 +123,8 @@ TEST_F(Platform, WaitingOnTheRealClockDoesNotSpin) {
     bool done = false;
     Clock::instance().scheduleIn(400'000, [&] { done = true; });
     const double before = cpuSeconds();
-    while (!done) DoEvents();
+    while (!done)
+        DoEvents();
     const double used = cpuSeconds() - before;
     Clock::instance().setVirtual(true);
     // A busy loop would burn the whole 0.4 s; a blocked wait costs next to nothing.
@@ -137,7 +141,8 @@ TEST_F(Platform, EndProgramUnwindsNestedWaitsAndIsRecorded) {
     });
     bool unwound = false;
     try {
-        for (;;) DoEvents();
+        for (;;)
+            DoEvents();
     } catch (const ProgramEnd&) {
         unwound = true;
     }
@@ -162,7 +167,6 @@ TEST_F(Platform, PortMapGivesComNumbersInTheOrderOfTheList) {
     EXPECT_EQ(m.resolve(2).kind, PortTarget::Missing);
     EXPECT_EQ(m.resolve(3).kind, PortTarget::Missing);
 }
-
 
 TEST_F(Platform, SerialControlReportsClassicErrorNumbers) {
     PortMap::instance().setPorts({});
@@ -193,7 +197,8 @@ TEST_F(Platform, SimulatedLinePacesBytesAtTenBitTimes) {
     const qint64 start = Clock::instance().nowUs();
     p1.OutputBytes(QByteArray(192, 'x'));
     EXPECT_EQ(p1.OutBufferCount(), 192);
-    while (peer.heard().size() < 192) DoEvents();
+    while (peer.heard().size() < 192)
+        DoEvents();
     // 192 bytes of ten bits at 19200 baud: 100 ms.
     EXPECT_NEAR(double(Clock::instance().nowUs() - start), 100'000.0, 200.0);
     EXPECT_EQ(p1.OutBufferCount(), 0);
@@ -205,7 +210,8 @@ TEST_F(Platform, SimulatedLinePacesBytesAtTenBitTimes) {
 class StampingPeer : public LinePeer {
 public:
     void bytesArrived(const QByteArray& bytes) override {
-        for (qsizetype i = 0; i < bytes.size(); ++i) times.push_back(Clock::instance().nowUs());
+        for (qsizetype i = 0; i < bytes.size(); ++i)
+            times.push_back(Clock::instance().nowUs());
     }
     std::vector<qint64> times;
 };
@@ -263,7 +269,8 @@ TEST_F(Platform, OnTheWallClockEachByteArrivesStampedWithItsOwnTime) {
         StampedLine l(115200, Handshake::None);
         bt = l.bt;
         l.line.write(QByteArray(300, 'z'));
-        while (l.peer.times.size() < 300) DoEvents();
+        while (l.peer.times.size() < 300)
+            DoEvents();
         times = l.peer.times;
     }
     c.setVirtual(true);
@@ -298,7 +305,8 @@ TEST_F(Platform, SimulatedLineHoldsOutputWhileCtsIsLow) {
     p1.setPortOpen(true);
     int ctsEvents = 0;
     QObject::connect(&p1, &CommControl::OnComm, [&] {
-        if (p1.CommEvent() == comEvCTS) ++ctsEvents;
+        if (p1.CommEvent() == comEvCTS)
+            ++ctsEvents;
     });
     SimulatedLine* line = PortMap::instance().simulatedLine(1);
     line->peerSetCts(false);
@@ -308,7 +316,8 @@ TEST_F(Platform, SimulatedLineHoldsOutputWhileCtsIsLow) {
     EXPECT_TRUE(peer.heard().isEmpty());
     EXPECT_EQ(p1.OutBufferCount(), 10);
     line->peerSetCts(true);
-    while (peer.heard().size() < 10) DoEvents();
+    while (peer.heard().size() < 10)
+        DoEvents();
     EXPECT_EQ(ctsEvents, 2);
     p1.setPortOpen(false);
     PortMap::instance().setPorts({});
@@ -322,8 +331,11 @@ TEST_F(Platform, BytesAtTheWrongRateArriveAsNoiseNeverAsAFrame) {
     p1.setCommPort(1);
     p1.setSettings(QStringLiteral("19200,n,8,1"));
     p1.setPortOpen(true);
-    p1.OutputBytes(QByteArray("\x02" "2003A1\0\x03", 9));
-    while (peer.heard().size() < 9) DoEvents();
+    p1.OutputBytes(QByteArray("\x02"
+                              "2003A1\0\x03",
+                              9));
+    while (peer.heard().size() < 9)
+        DoEvents();
     EXPECT_TRUE(peer.frames().isEmpty());
     EXPECT_FALSE(peer.heard().contains('\x02'));
     p1.setPortOpen(false);

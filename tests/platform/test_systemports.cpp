@@ -19,8 +19,10 @@ SystemPort Port(const QString& path, const QString& byId = QString(), bool hardw
     return p;
 }
 
-const QString kFtdi = QStringLiteral("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A10K3Z-if00-port0");
-const QString kProlific = QStringLiteral("/dev/serial/by-id/usb-Prolific_USB-Serial_Controller-if00-port0");
+const QString kFtdi =
+    QStringLiteral("/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A10K3Z-if00-port0");
+const QString kProlific =
+    QStringLiteral("/dev/serial/by-id/usb-Prolific_USB-Serial_Controller-if00-port0");
 
 class SystemPorts : public ::testing::Test {
 protected:
@@ -44,18 +46,18 @@ protected:
     }
     QStringList comPaths(PortMap& m, int count) {
         QStringList out;
-        for (int n = 1; n <= count; ++n) out << m.defaultPath(n);
+        for (int n = 1; n <= count; ++n)
+            out << m.defaultPath(n);
         return out;
     }
     QByteArray m_saved;
 };
 
 TEST_F(SystemPorts, SameOrderWhicheverOrderTheMachineListsThem) {
-    const QList<SystemPort> first{Port(QStringLiteral("/dev/ttyS10")),
-                                  Port(QStringLiteral("/dev/ttyUSB1"), kProlific),
-                                  Port(QStringLiteral("/dev/ttyS2")),
-                                  Port(QStringLiteral("/dev/ttyUSB0"), kFtdi),
-                                  Port(QStringLiteral("/dev/ttyACM0"))};
+    const QList<SystemPort> first{
+        Port(QStringLiteral("/dev/ttyS10")), Port(QStringLiteral("/dev/ttyUSB1"), kProlific),
+        Port(QStringLiteral("/dev/ttyS2")), Port(QStringLiteral("/dev/ttyUSB0"), kFtdi),
+        Port(QStringLiteral("/dev/ttyACM0"))};
     const QStringList expected{kFtdi, kProlific, QStringLiteral("/dev/ttyACM0"),
                                QStringLiteral("/dev/ttyS2"), QStringLiteral("/dev/ttyS10")};
     EXPECT_EQ(comPaths(mapOver(first), 5), expected);
@@ -65,15 +67,16 @@ TEST_F(SystemPorts, SameOrderWhicheverOrderTheMachineListsThem) {
 }
 
 TEST_F(SystemPorts, AdapterThatMovesToAnotherTtyUsbKeepsItsComNumber) {
-    PortMap& before = mapOver({Port(QStringLiteral("/dev/ttyUSB0"), kFtdi),
-                               Port(QStringLiteral("/dev/ttyS0"))});
+    PortMap& before =
+        mapOver({Port(QStringLiteral("/dev/ttyUSB0"), kFtdi), Port(QStringLiteral("/dev/ttyS0"))});
     ASSERT_EQ(before.defaultPath(1), kFtdi);
     // Replugged: the adapter is ttyUSB1 now, and another one took ttyUSB0.
-    PortMap& after = mapOver({Port(QStringLiteral("/dev/ttyUSB0"), kProlific),
-                              Port(QStringLiteral("/dev/ttyUSB1"), kFtdi),
-                              Port(QStringLiteral("/dev/ttyS0"))});
+    PortMap& after =
+        mapOver({Port(QStringLiteral("/dev/ttyUSB0"), kProlific),
+                 Port(QStringLiteral("/dev/ttyUSB1"), kFtdi), Port(QStringLiteral("/dev/ttyS0"))});
     EXPECT_EQ(after.defaultPath(1), kFtdi);
-    EXPECT_EQ(after.describe(1), QStringLiteral("/dev/ttyUSB1 [usb-FTDI_FT232R_USB_UART_A10K3Z-if00-port0]"));
+    EXPECT_EQ(after.describe(1),
+              QStringLiteral("/dev/ttyUSB1 [usb-FTDI_FT232R_USB_UART_A10K3Z-if00-port0]"));
     EXPECT_EQ(after.defaultPath(2), kProlific);
     EXPECT_EQ(after.defaultPath(3), QStringLiteral("/dev/ttyS0"));
 }
@@ -83,8 +86,8 @@ TEST_F(SystemPorts, UartNodesWithoutHardwareAreNotListed) {
                           Port(QStringLiteral("/dev/ttyS1"), QString(), false),
                           Port(QStringLiteral("/dev/ttyS2"), QString(), false),
                           Port(QStringLiteral("/dev/ttyUSB0"))});
-    EXPECT_EQ(comPaths(m, 3),
-              (QStringList{QStringLiteral("/dev/ttyS0"), QStringLiteral("/dev/ttyUSB0"), QString()}));
+    EXPECT_EQ(comPaths(m, 3), (QStringList{QStringLiteral("/dev/ttyS0"),
+                                           QStringLiteral("/dev/ttyUSB0"), QString()}));
 }
 
 TEST_F(SystemPorts, TelvoPortsOverridesTheMachinesPorts) {

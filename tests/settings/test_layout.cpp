@@ -40,9 +40,9 @@ protected:
 
 TEST_F(Layout, FullWindowStacksTheFramesAsDesigned) {
     lay(0);
-    const QRect f2 = at(s().Frame2), f4 = at(s().Frame4), f5 = at(s().Frame5),
-                f6 = at(s().Frame6), d1 = at(s().D1), btm = at(s().FrameBtm),
-                top = at(s().FrameTop), msg = at(s().lblMessage);
+    const QRect f2 = at(s().Frame2), f4 = at(s().Frame4), f5 = at(s().Frame5), f6 = at(s().Frame6),
+                d1 = at(s().D1), btm = at(s().FrameBtm), top = at(s().FrameTop),
+                msg = at(s().lblMessage);
     // Support tools right under communications, at its left and of its width.
     EXPECT_GE(f4.top(), f2.bottom());
     EXPECT_EQ(f4.left(), f2.left());
@@ -70,13 +70,13 @@ TEST_F(Layout, FullWindowStacksTheFramesAsDesigned) {
 
 TEST_F(Layout, BeginnersWindowHidesThePanelsAndStacksTheRest) {
     lay(1);
-    const QRect f2 = at(s().Frame2), f4 = at(s().Frame4), f5 = at(s().Frame5),
-                f6 = at(s().Frame6), d1 = at(s().D1), area = at(s().statusArea);
+    const QRect f2 = at(s().Frame2), f4 = at(s().Frame4), f5 = at(s().Frame5), f6 = at(s().Frame6),
+                d1 = at(s().D1), area = at(s().statusArea);
     EXPECT_TRUE(s().panelArea->isHidden());
     EXPECT_TRUE(s().Frame3->isHidden());
-    for (QWidget* w : {static_cast<QWidget*>(s().chkConfirm), static_cast<QWidget*>(s().chkSim),
-                       static_cast<QWidget*>(s().chkNoFWupdate),
-                       static_cast<QWidget*>(s().cmdRefreshAll)})
+    for (QWidget* w :
+         {static_cast<QWidget*>(s().chkConfirm), static_cast<QWidget*>(s().chkSim),
+          static_cast<QWidget*>(s().chkNoFWupdate), static_cast<QWidget*>(s().cmdRefreshAll)})
         EXPECT_TRUE(w->isHidden()) << w->objectName().toStdString();
     EXPECT_FALSE(s().Frame6->isHidden());
     EXPECT_GE(f5.top(), f6.bottom());
@@ -120,8 +120,8 @@ TEST_F(Layout, BeginnersEnableAllLeavesTheTailAlone) {
     ui::EnableControls(QStringLiteral("ALL"));
     EXPECT_TRUE(s().cmdAdvanced->isEnabled());
     EXPECT_TRUE(s().cmdOpen->isEnabled());
-    for (QPushButton* b : {s().cmdSave, s().cmdRestore, s().cmdRefreshAll, s().cmdSaveAs,
-                           s().cmdSaveAs2})
+    for (QPushButton* b :
+         {s().cmdSave, s().cmdRestore, s().cmdRefreshAll, s().cmdSaveAs, s().cmdSaveAs2})
         EXPECT_FALSE(b->isEnabled()) << b->objectName().toStdString();
     lay(0);
     ui::EnableControls(QStringLiteral("ALL"));
@@ -195,36 +195,60 @@ TEST_F(Layout, EveryCaptionIsTheSystemsOwn) {
         const char* caption;
     };
     const Row rows[] = {
-        {"Frame2", "Communications"},        {"Label2", "Com Port"},
-        {"Label4", "Baud Rate"},             {"Label1", "Vorix Port"},
-        {"Label7", "Original Vorix Speed"},  {"Label11", "Current Vorix Speed"},
-        {"Label6", "Vorix XFR Speed"},       {"cmdOpen", "Connect"},
-        {"Frame3", "Device Settings"},       {"cmdSave", "Save"},
-        {"cmdRestore", "Restore"},           {"Label8", "Device Model"},
-        {"lblFirmware", "Firmware Loaded"},  {"Frame4", "Vorix Support Tools"},
-        {"cmdStart", " Loader"},             {"cmdDecodeIR", "IR Tool"},
-        {"cmdDebugger", " Debug"},           {"cmdAdvanced", "Adv"},
-        {"cmdSupport", "Support"},           {"cmdGamma", "Gamma"},
-        {"Frame5", "Termination"},           {"chkSaveRestore", "Save Settings"},
-        {"chkDefaults", "Restore Defaults"}, {"cmdEnd", "Exit"},
-        {"Frame6", "Operation and Options"}, {"cmdRefreshAll", "Get Current State"},
-        {"chkConfirm", "Confirm "},          {"chkSim", "Simulate"},
-        {"chkNoFWupdate", "No Firmware Update"}, {"lblState", "Device State"},
-        {"lblWait", "WAIT - Processing"},    {"Label9", "Details"},
-        {"cmdContinue", "Continue"},         {"cmdCancel", "Cancel"},
-        {"FrameTop", "Input and Picture Settings"}, {"FrameMid", "Output Settings"},
-        {"FrameBtm", "Configuration Settings"}, {"optDigital", "Digital (HDMI)"},
-        {"optAnalog", "Analog (BNC)"},       {"cmdSaveAs", "Save As"},
-        {"cmdSaveAs2", "Save As"},           {"frmEnter", "Enter Value"},
+        {"Frame2", "Communications"},
+        {"Label2", "Com Port"},
+        {"Label4", "Baud Rate"},
+        {"Label1", "Vorix Port"},
+        {"Label7", "Original Vorix Speed"},
+        {"Label11", "Current Vorix Speed"},
+        {"Label6", "Vorix XFR Speed"},
+        {"cmdOpen", "Connect"},
+        {"Frame3", "Device Settings"},
+        {"cmdSave", "Save"},
+        {"cmdRestore", "Restore"},
+        {"Label8", "Device Model"},
+        {"lblFirmware", "Firmware Loaded"},
+        {"Frame4", "Vorix Support Tools"},
+        {"cmdStart", " Loader"},
+        {"cmdDecodeIR", "IR Tool"},
+        {"cmdDebugger", " Debug"},
+        {"cmdAdvanced", "Adv"},
+        {"cmdSupport", "Support"},
+        {"cmdGamma", "Gamma"},
+        {"Frame5", "Termination"},
+        {"chkSaveRestore", "Save Settings"},
+        {"chkDefaults", "Restore Defaults"},
+        {"cmdEnd", "Exit"},
+        {"Frame6", "Operation and Options"},
+        {"cmdRefreshAll", "Get Current State"},
+        {"chkConfirm", "Confirm "},
+        {"chkSim", "Simulate"},
+        {"chkNoFWupdate", "No Firmware Update"},
+        {"lblState", "Device State"},
+        {"lblWait", "WAIT - Processing"},
+        {"Label9", "Details"},
+        {"cmdContinue", "Continue"},
+        {"cmdCancel", "Cancel"},
+        {"FrameTop", "Input and Picture Settings"},
+        {"FrameMid", "Output Settings"},
+        {"FrameBtm", "Configuration Settings"},
+        {"optDigital", "Digital (HDMI)"},
+        {"optAnalog", "Analog (BNC)"},
+        {"cmdSaveAs", "Save As"},
+        {"cmdSaveAs2", "Save As"},
+        {"frmEnter", "Enter Value"},
         {"frmSelect", "Select Value"},
     };
     for (const Row& r : rows) {
         QWidget* w = s().findChild<QWidget*>(QLatin1String(r.name));
         ASSERT_NE(w, nullptr) << r.name;
         QString text;
-        if (auto* b = qobject_cast<QAbstractButton*>(w)) text = b->text();
-        else if (auto* g = qobject_cast<QGroupBox*>(w)) text = g->title();
-        else if (auto* l = qobject_cast<QLabel*>(w)) text = l->text();
+        if (auto* b = qobject_cast<QAbstractButton*>(w))
+            text = b->text();
+        else if (auto* g = qobject_cast<QGroupBox*>(w))
+            text = g->title();
+        else if (auto* l = qobject_cast<QLabel*>(w))
+            text = l->text();
         EXPECT_EQ(text, QLatin1String(r.caption)) << r.name;
     }
     EXPECT_EQ(s().SSTab1->count(), 12);
@@ -237,13 +261,16 @@ TEST_F(Layout, EveryControlHasANameAndSomethingToSpeak) {
         const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QLineEdit*>(w) ||
                              qobject_cast<QComboBox*>(w) || qobject_cast<QListWidget*>(w) ||
                              qobject_cast<ui::SettingLabel*>(w);
-        if (!control || w->parent() == nullptr) continue;
-        if (qobject_cast<QListWidget*>(w->parentWidget())) continue;
+        if (!control || w->parent() == nullptr)
+            continue;
+        if (qobject_cast<QListWidget*>(w->parentWidget()))
+            continue;
         EXPECT_FALSE(w->objectName().isEmpty()) << w->metaObject()->className();
         QString spoken = w->accessibleName();
         if (auto* b = qobject_cast<QAbstractButton*>(w); spoken.isEmpty() && b)
             spoken = b->text();
-        if (auto* l = qobject_cast<QLabel*>(w); spoken.isEmpty() && l) spoken = l->text();
+        if (auto* l = qobject_cast<QLabel*>(w); spoken.isEmpty() && l)
+            spoken = l->text();
         EXPECT_FALSE(spoken.trimmed().isEmpty()) << w->objectName().toStdString();
     }
 }

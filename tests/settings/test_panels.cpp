@@ -4,8 +4,8 @@
 #include "common/SettingsFixture.h"
 
 #include "app/Controls.h"
-#include "core/text/Classic.h"
 #include "common/Accessible.h"
+#include "core/text/Classic.h"
 
 #include "firmware/LDR.h"
 #include "link/zSCL.h"
@@ -53,10 +53,10 @@ TEST_F(Panels, EverySettingOfTheFileHasALabelInItsPanel) {
     // Read-only labels are disabled.
     EXPECT_FALSE(labelNamed(QStringLiteral("Model"))->isEnabled());
     EXPECT_TRUE(labelNamed(QStringLiteral("OSD Timeout"))->isEnabled());
-    EXPECT_EQ(ui::ControlMapAt(1), core::FindCommandByName(ui::Config().Commands,
-                                                           QStringLiteral("Brightness")));
-    EXPECT_EQ(ui::ControlMapAt(201), core::FindCommandByName(ui::Config().Commands,
-                                                             QStringLiteral("Model")));
+    EXPECT_EQ(ui::ControlMapAt(1),
+              core::FindCommandByName(ui::Config().Commands, QStringLiteral("Brightness")));
+    EXPECT_EQ(ui::ControlMapAt(201),
+              core::FindCommandByName(ui::Config().Commands, QStringLiteral("Model")));
 }
 
 TEST_F(Panels, FourthLabelOpensRowTwoOfTheTopButStaysInRowOneOfTheBottom) {
@@ -81,8 +81,7 @@ TEST_F(Panels, RefreshShowsTheDevicesValuesAndSendsTheSelectorsFirst) {
     QTest::mouseClick(s().cmdRefreshAll, Qt::LeftButton);
     const QStringList frames = sent(from);
     ASSERT_GE(frames.size(), 4);
-    EXPECT_EQ(frames.mid(0, 4),
-              (QStringList{query("4C"), query("E1"), query("60"), query("E0")}));
+    EXPECT_EQ(frames.mid(0, 4), (QStringList{query("4C"), query("E1"), query("60"), query("E0")}));
     EXPECT_EQ(labelNamed(QStringLiteral("Brightness"))->text(), QStringLiteral("Brightness=-12"));
     EXPECT_EQ(labelNamed(QStringLiteral("Aspect Ratio"))->text(),
               QStringLiteral("Aspect Ratio=16:9"));
@@ -213,8 +212,8 @@ TEST_F(Panels, AnAnswerOfAnUnknownCommandIsAnAlert) {
     const QString reply = QString(QChar(2)) + QStringLiteral("2105ZZ") + QChar(0) +
                           QStringLiteral("1") + QChar(0) + QChar(3);
     EXPECT_EQ(ui::FormatAnswer(reply), QString());
-    EXPECT_TRUE(s().lblMessage->text().startsWith(
-        QStringLiteral("Device returned an un-recognized command code(1). Reply was '(STX)2105ZZ(NUL)1")));
+    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral(
+        "Device returned an un-recognized command code(1). Reply was '(STX)2105ZZ(NUL)1")));
 }
 
 TEST_F(Panels, ViewStateIsKeptAndPutBackWithTheDeliberateOffByOne) {
@@ -231,11 +230,11 @@ TEST_F(Panels, ViewStateIsKeptAndPutBackWithTheDeliberateOffByOne) {
     ui::RestoreViewState();
     const QStringList frames = sent(from);
     ASSERT_GE(frames.size(), 9);
-    EXPECT_EQ(frames.mid(0, 9),
-              (QStringList{set("4C", QStringLiteral("2")), query("4C"),
-                           set("E1", QStringLiteral("7")), query("E1"),
-                           set("60", QStringLiteral("2")), set("60", QStringLiteral("1")),
-                           query("60"), set("E0", QStringLiteral("3")), query("E0")}));
+    EXPECT_EQ(
+        frames.mid(0, 9),
+        (QStringList{set("4C", QStringLiteral("2")), query("4C"), set("E1", QStringLiteral("7")),
+                     query("E1"), set("60", QStringLiteral("2")), set("60", QStringLiteral("1")),
+                     query("60"), set("E0", QStringLiteral("3")), query("E0")}));
     EXPECT_EQ(dev.settings().input(), 2);
     EXPECT_EQ(dev.settings().preset(), 7);
     EXPECT_EQ(dev.settings().output(), 1);
@@ -296,8 +295,9 @@ TEST_F(Panels, RangeValuesArePaddedToTheirDecimalsBeforeTheyAreSent) {
     for (const Row r : {Row{"1", "1.00"}, Row{"1.5", "1.50"}, Row{"1.234", "1.234"}}) {
         press(labelNamed(QStringLiteral("Red Gain")));
         ASSERT_FALSE(s().frmEnter->isHidden());
-        EXPECT_EQ(s().lblEnter->text(),
-                  QStringLiteral("Enter a value in the range 0.00 to 1.50, Press enter to execute"));
+        EXPECT_EQ(
+            s().lblEnter->text(),
+            QStringLiteral("Enter a value in the range 0.00 to 1.50, Press enter to execute"));
         s().txtValEnter->setText(QLatin1String(r.typed));
         const int from = logSize();
         QTest::keyClick(s().txtValEnter, Qt::Key_Return);
@@ -352,8 +352,7 @@ TEST_F(Panels, ChoosersOpenDownFromTheTopAndUpFromTheLowerPanels) {
     EXPECT_GE(s().frmSelect->y(), t->mapTo(&s(), QPoint(0, 0)).y());
     ui::SettingLabel* b = labelNamed(QStringLiteral("Menu Language"));
     press(b);
-    EXPECT_LE(s().frmSelect->y() + s().frmSelect->height(),
-              b->mapTo(&s(), QPoint(0, 5)).y() + 1);
+    EXPECT_LE(s().frmSelect->y() + s().frmSelect->height(), b->mapTo(&s(), QPoint(0, 5)).y() + 1);
     // A click on a frame abandons the choice.
     QTest::mousePress(s().FrameBtm, Qt::LeftButton, {}, QPoint(2, 2));
     EXPECT_TRUE(s().frmSelect->isHidden());
@@ -385,7 +384,8 @@ TEST_F(Panels, DoubleClickOnARebootChoiceSendsItOnce) {
     const int from = logSize();
     const QPoint at0 = s().lstSelect->visualItemRect(s().lstSelect->item(0)).center();
     // The second click of the double-click comes during the first one's pause.
-    at(200, [this, at0] { QTest::mouseDClick(s().lstSelect->viewport(), Qt::LeftButton, {}, at0); });
+    at(200,
+       [this, at0] { QTest::mouseDClick(s().lstSelect->viewport(), Qt::LeftButton, {}, at0); });
     QTest::mouseClick(s().lstSelect->viewport(), Qt::LeftButton, {}, at0);
     const QStringList frames = sent(from);
     EXPECT_EQ(frames.count(set("DC", QStringLiteral("1"))), 1);
@@ -403,8 +403,8 @@ TEST_F(Panels, LoaderActionMovesToTheTransferSpeedAndShowsTheLoader) {
     press(labelNamed(QStringLiteral("Enter Loader")));
     QTest::mouseClick(s().lstSelect->viewport(), Qt::LeftButton, {},
                       s().lstSelect->visualItemRect(s().lstSelect->item(0)).center());
-    EXPECT_TRUE(logLines().contains(
-        QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
+    EXPECT_TRUE(
+        logLines().contains(QStringLiteral("Starting program SetGordaBaudRate with input=57600")));
     EXPECT_EQ(s().txtCrntSpeed->text(), QStringLiteral("57600"));
     EXPECT_FALSE(ui::ldr().isHidden());
     EXPECT_TRUE(s().frmSelect->isHidden());

@@ -15,11 +15,14 @@ using namespace telvo::test;
 
 namespace {
 
-QString query(const QString& id) { return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)"); }
+QString query(const QString& id) {
+    return QStringLiteral("(STX)2003") + id + QStringLiteral("(NUL)(ETX)");
+}
 QString set(const QString& id, const QString& value) {
     const int length = 2 + 1 + int(value.size()) + 1;
-    return QStringLiteral("(STX)30") + QStringLiteral("%1").arg(length, 2, 16, QChar(u'0')).toUpper() +
-           id + QStringLiteral("(NUL)") + value + QStringLiteral("(NUL)(ETX)");
+    return QStringLiteral("(STX)30") +
+           QStringLiteral("%1").arg(length, 2, 16, QChar(u'0')).toUpper() + id +
+           QStringLiteral("(NUL)") + value + QStringLiteral("(NUL)(ETX)");
 }
 
 class PanelsEndToEnd : public RunFixture {
@@ -27,7 +30,8 @@ protected:
     void SetUp() override {
         RunFixture::SetUp();
         platform::Clock::instance().setVirtual(false);
-        if (!QFile::exists(SimBinary())) GTEST_SKIP() << "vorix-sim not built";
+        if (!QFile::exists(SimBinary()))
+            GTEST_SKIP() << "vorix-sim not built";
         writeIni({QStringLiteral("Max Ports = 1"), QStringLiteral("Port = 1"),
                   QStringLiteral("Baud = 19200")});
         m_sim = std::make_unique<SimProcess>(
@@ -48,13 +52,15 @@ protected:
     QStringList heard(int from = 0) const {
         QStringList out;
         for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  "))) out << f.mid(6);
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
         return out.mid(from);
     }
     ui::SettingLabel* labelNamed(const QString& name) {
         for (auto* list : {&s().lblSettingTop, &s().lblSettingMid, &s().lblSettingBtm})
             for (ui::SettingLabel* l : *list)
-                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name) return l;
+                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name)
+                    return l;
         return nullptr;
     }
     std::unique_ptr<SimProcess> m_sim;
@@ -69,8 +75,10 @@ TEST_F(PanelsEndToEnd, FirstRefreshReadsTheSelectorsThenEverySettingInTheFilesOr
     const core::CommandTable& commands = ui::Config().Commands;
     for (int i = 1; i < commands.size(); ++i) {
         const core::CommandRec& r = commands.at(i);
-        if (r.ControlIndex == 0 || r.WriteOnly) continue;
-        if (r.Panel == 1 || r.Panel == 2 || r.Panel == 3) expected << query(r.Cmd);
+        if (r.ControlIndex == 0 || r.WriteOnly)
+            continue;
+        if (r.Panel == 1 || r.Panel == 2 || r.Panel == 3)
+            expected << query(r.Cmd);
     }
     EXPECT_EQ(frames.mid(start, expected.size()), expected);
     // Captions are the name, "=", and the device's value as its kind shows it.

@@ -2,8 +2,8 @@
 // device: the file's lines, the restore's walk through the states with its kept quirks, the
 // prompts, and a save that never leaves a half-written file.
 
-#include "common/SettingsFixture.h"
 #include "common/Accessible.h"
+#include "common/SettingsFixture.h"
 
 #include "link/zSCL.h"
 #include "settings/Panels.h"
@@ -30,7 +30,8 @@ protected:
     QStringList settingsLines() const {
         const QByteArray bytes = readHomeFile(QStringLiteral("Settings.txt"));
         QStringList out = QString::fromLatin1(bytes).split(QStringLiteral("\r\n"));
-        if (!out.isEmpty() && out.last().isEmpty()) out.removeLast();
+        if (!out.isEmpty() && out.last().isEmpty())
+            out.removeLast();
         return out;
     }
     // Answers the questions in turn (true: Continue) as they come up, recording their texts,
@@ -75,7 +76,8 @@ TEST_F(SaveRestore, SaveWritesEveryStateAndPlainRowInFileOrder) {
     const QStringList lines = settingsLines();
     EXPECT_EQ(lines.first(),
               QStringLiteral("SetState=Input Video 1,4C1; SetParameter=Brightness, B1-12"));
-    EXPECT_EQ(lines.at(1), QStringLiteral("SetState=Input Video 1,4C1; SetParameter=Contrast, B20"));
+    EXPECT_EQ(lines.at(1),
+              QStringLiteral("SetState=Input Video 1,4C1; SetParameter=Contrast, B20"));
     EXPECT_TRUE(lines.contains(QStringLiteral("SetParameter=OSD Timeout, D160")));
     EXPECT_TRUE(lines.contains(
         QStringLiteral("SetState=Preset User 1,530; SetParameter=Aspect Ratio, C11")));
@@ -95,9 +97,10 @@ TEST_F(SaveRestore, FailedWriteSaysItFailedAndNothingElse) {
     QTest::mouseClick(s().cmdSave, Qt::LeftButton);
     EXPECT_TRUE(m_breaks.isEmpty());
     for (const QString& line : logLines())
-        EXPECT_FALSE(line.contains(QStringLiteral("All settings have been saved"))) << line.toStdString();
-    EXPECT_TRUE(s().lblMessage->text().startsWith(
-        QStringLiteral("Could not write ") + homeFile(QStringLiteral("Settings.txt")) + u':'))
+        EXPECT_FALSE(line.contains(QStringLiteral("All settings have been saved")))
+            << line.toStdString();
+    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral("Could not write ") +
+                                                  homeFile(QStringLiteral("Settings.txt")) + u':'))
         << s().lblMessage->text().toStdString();
 }
 
@@ -149,8 +152,10 @@ TEST_F(SaveRestore, PresetMemoryIsStoredWithTheSetTextOfTheLineThatFollowsIt) {
                            // the second's is the output line's set text, sent twice
                            set("60", QStringLiteral("1")), set("60", QStringLiteral("1")),
                            set("64", QStringLiteral("1"))}));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Setting state(1) 'Input Video 1' for new set of parameters")));
-    EXPECT_TRUE(logLines().contains(QStringLiteral("Setting state(2) 'Output Analog' for new set of parameters")));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Setting state(1) 'Input Video 1' for new set of parameters")));
+    EXPECT_TRUE(logLines().contains(
+        QStringLiteral("Setting state(2) 'Output Analog' for new set of parameters")));
 }
 
 TEST_F(SaveRestore, PresetLinesBeforeAnyInputAreDropped) {
@@ -192,7 +197,8 @@ TEST_F(SaveRestore, InSimulationStateRowsWriteNothingAndPlainRowsALine) {
     ui::SaveSettings();
     const QStringList lines = settingsLines();
     ASSERT_FALSE(lines.isEmpty());
-    for (const QString& l : lines) EXPECT_TRUE(l.startsWith(QLatin1String("SetParameter="))) << l.toStdString();
+    for (const QString& l : lines)
+        EXPECT_TRUE(l.startsWith(QLatin1String("SetParameter="))) << l.toStdString();
     EXPECT_EQ(lines.size(), 9); // the nine general settings
 }
 
@@ -203,8 +209,10 @@ TEST_F(SaveRestore, RefusedStateAsksAndCancelLeavesTheEarlierFileWhole) {
     answerPrompts({false});
     ui::SaveSettings();
     ASSERT_EQ(m_prompts.size(), 1);
-    EXPECT_TRUE(m_prompts.at(0).startsWith(QStringLiteral("Confirm Operation: Unable to set Gorda state to Input Video 1")));
-    EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")), QByteArray("SetParameter=Earlier, D11\r\n"));
+    EXPECT_TRUE(m_prompts.at(0).startsWith(
+        QStringLiteral("Confirm Operation: Unable to set Gorda state to Input Video 1")));
+    EXPECT_EQ(readHomeFile(QStringLiteral("Settings.txt")),
+              QByteArray("SetParameter=Earlier, D11\r\n"));
 }
 
 TEST_F(SaveRestore, FileStaysWholeWhileTheSaveRuns) {
@@ -223,7 +231,8 @@ TEST_F(SaveRestore, FileStaysWholeWhileTheSaveRuns) {
 // The half of the next test that runs in a child process: a save that stops at a question
 // half-way through, with lines already written, and waits there until it is killed.
 TEST_F(SaveRestore, ChildSavesUntilKilled) {
-    if (qEnvironmentVariableIsEmpty("TELVO_SAVE_CHILD")) GTEST_SKIP() << "the child of KilledSave";
+    if (qEnvironmentVariableIsEmpty("TELVO_SAVE_CHILD"))
+        GTEST_SKIP() << "the child of KilledSave";
     vorix::sim::Device& dev = attachDevice();
     writeHomeFile(QStringLiteral("Settings.txt"), "SetParameter=Earlier, D11\r\n");
     dev.options().faults.errorFor.insert("B2", 4);
@@ -252,7 +261,8 @@ TEST(KilledSave, LeavesThePreviousFileWhole) {
     while (homeDir.isEmpty() && child.waitForReadyRead(60000)) {
         while (child.canReadLine()) {
             const QString line = QString::fromLocal8Bit(child.readLine()).trimmed();
-            if (line.startsWith(QLatin1String("waiting "))) homeDir = line.mid(8);
+            if (line.startsWith(QLatin1String("waiting ")))
+                homeDir = line.mid(8);
         }
     }
     ASSERT_FALSE(homeDir.isEmpty()) << "the child never reached its question";
@@ -271,7 +281,9 @@ TEST_F(SaveRestore, RefusedReadAsksWithTheSystemsWords) {
     answerPrompts({false});
     ui::SaveSettings();
     ASSERT_EQ(m_prompts.size(), 1);
-    EXPECT_TRUE(m_prompts.at(0).startsWith(QStringLiteral("Confirm Operation: Could not Retrieve the Gorda Paramter Contrast for State  Input Video 1")));
+    EXPECT_TRUE(
+        m_prompts.at(0).startsWith(QStringLiteral("Confirm Operation: Could not Retrieve the Gorda "
+                                                  "Paramter Contrast for State  Input Video 1")));
 }
 
 TEST_F(SaveRestore, RestoreAsksWhenAStateIsRefused) {
@@ -285,7 +297,8 @@ TEST_F(SaveRestore, RestoreAsksWhenAStateIsRefused) {
     const int from = logSize();
     ui::RestoreSettings();
     ASSERT_EQ(m_prompts.size(), 1);
-    EXPECT_TRUE(m_prompts.at(0).startsWith(QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Video 1")));
+    EXPECT_TRUE(m_prompts.at(0).startsWith(
+        QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Video 1")));
     // Cancel at the first state goes to the view's return: its frames follow.
     EXPECT_TRUE(sent(from).contains(query("E0")));
 }
@@ -300,8 +313,8 @@ TEST_F(SaveRestore, CancelAtASecondStateEndsAtOnceWithoutTheView) {
     const int from = logSize();
     ui::RestoreSettings();
     ASSERT_EQ(m_prompts.size(), 1);
-    EXPECT_TRUE(
-        m_prompts.at(0).startsWith(QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Bogus")));
+    EXPECT_TRUE(m_prompts.at(0).startsWith(
+        QStringLiteral("Confirm Operation: Could not set the Gorda state to Input Bogus")));
     EXPECT_FALSE(sent(from).contains(query("E0"))); // no view put back
 }
 
@@ -322,7 +335,8 @@ TEST_F(SaveRestore, UntickedSaveSettingsFreesRestoreDefaults) {
     ui::Config().StateSettings = {core::StateSettingRow()};
     s().chkSaveRestore->setEnabled(true);
     s().chkSaveRestore->setChecked(false);
-    QTest::mouseClick(s().chkSaveRestore, Qt::LeftButton, {}, QPoint(6, s().chkSaveRestore->height() / 2));
+    QTest::mouseClick(s().chkSaveRestore, Qt::LeftButton, {},
+                      QPoint(6, s().chkSaveRestore->height() / 2));
     ASSERT_TRUE(s().chkSaveRestore->isChecked());
     ASSERT_FALSE(s().chkDefaults->isEnabled());
     ui::SaveSettings();
@@ -371,7 +385,8 @@ TEST_F(ManyPresets, PresetIndex14IsNoValidPreset) {
     const int from = logSize();
     QTest::mouseClick(s().cmdSaveAs, Qt::LeftButton);
     EXPECT_TRUE(sent(from).isEmpty());
-    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral("No valid preset has been selected.")));
+    EXPECT_TRUE(
+        s().lblMessage->text().startsWith(QStringLiteral("No valid preset has been selected.")));
     s().lstPreset->setCurrentRow(13);
     const int from13 = logSize();
     QTest::mouseClick(s().cmdSaveAs, Qt::LeftButton);
@@ -414,7 +429,8 @@ TEST_F(SaveRestore, SaveAsOfAProfileSendsItsNumber) {
     EXPECT_EQ(sent(from).value(0), set("52", QStringLiteral("3")));
     s().lstProfile->setCurrentRow(-1);
     QTest::mouseClick(s().cmdSaveAs2, Qt::LeftButton);
-    EXPECT_TRUE(s().lblMessage->text().startsWith(QStringLiteral("No valid Profile has been selected.")));
+    EXPECT_TRUE(
+        s().lblMessage->text().startsWith(QStringLiteral("No valid Profile has been selected.")));
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 // The emulated device on the in-process line, under the virtual clock: pace, rates, CTS during a
 // raw transfer, a cut line, and the device the program builds for a "sim" port.
 
-#include "common/CoreApp.h"
 #include "DeviceHarness.h"
 #include "DevicePeer.h"
+#include "common/CoreApp.h"
 
 #include "platform/clock/Clock.h"
 #include "platform/serial/SimulatedLine.h"

@@ -58,8 +58,16 @@ TEST(FaultControl, ALateReplyHoldsTheNextOutputOnce) {
 
 TEST(FaultControl, ASpliceDamagesTheNextDataReplyOnceBeforeItsValue) {
     FaultControl f;
-    const QByteArray ack("\x02" "01051\0" "30\0" "5C\x03", 13);
-    const QByteArray data("\x02" "2105A1\0" "1\0" "6D\x03", 13);
+    const QByteArray ack("\x02"
+                         "01051\0"
+                         "30\0"
+                         "5C\x03",
+                         13);
+    const QByteArray data("\x02"
+                          "2105A1\0"
+                          "1\0"
+                          "6D\x03",
+                          13);
     f.apply(FaultControl::Parse("splice 4"), 0);
     qsizetype at = -1;
     EXPECT_EQ(f.splice(ack, &at), ack); // an acknowledgement is left whole
@@ -96,7 +104,8 @@ TEST(FaultControl, ALineWrittenIntoTheFifoReachesTheHandler) {
     ASSERT_TRUE(f.open(path, &error)) << error.toStdString();
     QList<QByteArray> seen;
     f.setHandler([&](const FaultControl::Command& c, const QByteArray& line) {
-        if (c.kind != Kind::Unknown) seen << line;
+        if (c.kind != Kind::Unknown)
+            seen << line;
     });
     const int w = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_NONBLOCK);
     ASSERT_GE(w, 0);

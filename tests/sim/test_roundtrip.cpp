@@ -7,9 +7,9 @@
 #include "Firmware.h"
 #include "Frames.h"
 
+#include "core/link/Protocol.h"
 #include "core/text/MinorSubs.h"
 #include "link/Driver.h"
-#include "core/link/Protocol.h"
 #include "link/zSCL.h"
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"

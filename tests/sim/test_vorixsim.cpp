@@ -1,16 +1,16 @@
 // The vorix-sim program on a pseudo-terminal, talked to through QSerialPort on the real clock:
 // the path it prints, its link, its trace, rates, a firmware load, and the images it makes.
 
-#include "common/CoreApp.h"
 #include "DeviceHarness.h"
+#include "common/CoreApp.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSerialPort>
 #include <QRegularExpression>
+#include <QSerialPort>
 #include <QTemporaryDir>
 #include <QThread>
 #include <gtest/gtest.h>

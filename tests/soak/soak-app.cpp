@@ -24,9 +24,9 @@
 #include <QTimer>
 
 #include <csignal>
-#include <malloc.h>
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -51,16 +51,19 @@ int openDescriptors() {
 
 int qtTimers() {
     QAbstractEventDispatcher* d = QAbstractEventDispatcher::instance();
-    if (!d) return 0;
+    if (!d)
+        return 0;
     qsizetype n = 0;
     const auto add = [&](QObject* o) {
         n += d->registeredTimers(o).size();
-        for (QObject* c : o->findChildren<QObject*>()) n += d->registeredTimers(c).size();
+        for (QObject* c : o->findChildren<QObject*>())
+            n += d->registeredTimers(c).size();
     };
     add(qApp);
     add(&telvo::platform::Clock::instance());
     for (QWidget* w : QApplication::topLevelWidgets())
-        if (!w->parent()) add(w);
+        if (!w->parent())
+            add(w);
     return int(n);
 }
 
@@ -76,7 +79,8 @@ struct Soak {
     void counts() const {
         const telvo::core::LogLines& log = telvo::ui::scl().D1->lines();
         qint64 chars = 0;
-        for (qsizetype i = 0; i < log.count(); ++i) chars += log.row(i).size();
+        for (qsizetype i = 0; i < log.count(); ++i)
+            chars += log.row(i).size();
         std::printf("counts refreshes=%d boxes=%d fds=%d timers=%d events=%zu qtimers=%d "
                     "details=%lld detailskb=%lld\n",
                     refreshes, boxes, openDescriptors(), telvo::platform::Timer::LiveCount(),
@@ -86,9 +90,11 @@ struct Soak {
     }
 
     void tick() {
-        if (busy) return;
+        if (busy)
+            return;
         QPushButton* b = telvo::ui::scl().cmdRefreshAll;
-        if (!b || !b->isVisible() || !b->isEnabled()) return;
+        if (!b || !b->isVisible() || !b->isEnabled())
+            return;
         busy = true;
         ++refreshes;
         b->click(); // runs the whole refresh, yielding, before it returns
@@ -98,15 +104,19 @@ struct Soak {
     // A box a user would answer: Yes or OK, as the README's recoveries say.
     void answerBox() {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box) return;
+        if (!box)
+            return;
         ++boxes;
         std::printf("box %s\n", qPrintable(box->text().simplified()));
         std::fflush(stdout);
         QAbstractButton* yes = box->button(QMessageBox::Yes);
         QAbstractButton* ok = box->button(QMessageBox::Ok);
-        if (yes) yes->click();
-        else if (ok) ok->click();
-        else box->reject();
+        if (yes)
+            yes->click();
+        else if (ok)
+            ok->click();
+        else
+            box->reject();
     }
 };
 
@@ -133,7 +143,8 @@ int main(int argc, char** argv) {
         auto* n = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, qApp);
         QObject::connect(n, &QSocketNotifier::activated, qApp, [&soak] {
             char c = 0;
-            if (::read(g_pipe[0], &c, 1) != 1) return;
+            if (::read(g_pipe[0], &c, 1) != 1)
+                return;
             if (c == char(SIGUSR1)) {
                 telvo::ui::scl().D1->clear();
                 ::malloc_trim(0);

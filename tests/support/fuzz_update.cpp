@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             const UpdateListResult r = ParseUpdateList(mended, prefix);
             require(!r.entries.isEmpty(), "entry 0");
             for (qsizetype i = 1; i < r.entries.size(); ++i) {
-                require(UnsafeNameReason(r.entries[i].FileName).isEmpty(), "only safe names listed");
+                require(UnsafeNameReason(r.entries[i].FileName).isEmpty(),
+                        "only safe names listed");
                 require(r.entries[i].NotesUrl.endsWith(QStringLiteral("php")), "notes address");
             }
         } catch (const RuntimeError& e) {
@@ -57,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
     }
 
-    if (const auto cut = CutReleaseNotes(FirstLineOf(bytes))) require(!cut->contains(u'\n'), "one line");
+    if (const auto cut = CutReleaseNotes(FirstLineOf(bytes)))
+        require(!cut->contains(u'\n'), "one line");
     return 0;
 }
 
@@ -65,12 +67,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
 #ifndef TELVO_LIBFUZZER
 int main() {
-    const char* corpus[] = {
-        "", "http://host", "http://host:8080/x?y", "host:80", "ftp://h/x", "http://h:99999/",
-        "\r\r\n\n\r", "A\nB", "HTTP/1.0 200 OK\r\n\r\ngorda_1,http://x/a.frk\r\n",
-        "HTTP/1.0 200 OK\r\n\r\n../x,http://x/a.frk\r\ngorda_\x01,abc\r\nzz",
-        "x<!-- #BeginEditable \"content\" -->body<p><b>Downloads</b></p>tail",
-        "\xff\xfe\x00\x01://:/?", "::::////????", "http://:/", "a,b\r\n\r\n,\r\n,,\r\n"};
+    const char* corpus[] = {"",
+                            "http://host",
+                            "http://host:8080/x?y",
+                            "host:80",
+                            "ftp://h/x",
+                            "http://h:99999/",
+                            "\r\r\n\n\r",
+                            "A\nB",
+                            "HTTP/1.0 200 OK\r\n\r\ngorda_1,http://x/a.frk\r\n",
+                            "HTTP/1.0 200 OK\r\n\r\n../x,http://x/a.frk\r\ngorda_\x01,abc\r\nzz",
+                            "x<!-- #BeginEditable \"content\" -->body<p><b>Downloads</b></p>tail",
+                            "\xff\xfe\x00\x01://:/?",
+                            "::::////????",
+                            "http://:/",
+                            "a,b\r\n\r\n,\r\n,,\r\n"};
     for (const char* c : corpus)
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(c), std::strlen(c));
     // A pseudo-random walk over short byte strings, the same every run.
@@ -78,7 +89,8 @@ int main() {
     uint8_t buf[64];
     for (int run = 0; run < 20000; ++run) {
         const size_t n = run % 64;
-        static const char alphabet[] = "\r\n:/?,.\\gorda_http#<>\" \x01" "ab80";
+        static const char alphabet[] = "\r\n:/?,.\\gorda_http#<>\" \x01"
+                                       "ab80";
         for (size_t i = 0; i < n; ++i) {
             seed = seed * 1103515245u + 12345u;
             buf[i] = static_cast<uint8_t>(alphabet[(seed >> 16) % (sizeof alphabet - 1)]);
@@ -86,7 +98,8 @@ int main() {
         LLVMFuzzerTestOneInput(buf, n);
     }
     std::puts("fuzz_update: corpus done");
-    if (telvo::test::FeedCorpus("update", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("update", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     return 0;
 }
 #endif

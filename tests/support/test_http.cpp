@@ -1,8 +1,8 @@
 // The hand-written HTTP/1.0 client against a real server on the loopback interface: request
 // lines, ports, line ends, and servers that close early, never answer or send endless garbage.
 
-#include "platform/doubles/ScriptedShell.h"
 #include "common/Fixture.h"
+#include "platform/doubles/ScriptedShell.h"
 
 #include "common/LoopbackServer.h"
 
@@ -53,7 +53,8 @@ TEST_F(Http, QueryGoesIntoTheRequestLine) {
     ui::HttpGet(server.url(QStringLiteral("/a?b=1")));
     ASSERT_EQ(server.requests.size(), 1);
     EXPECT_TRUE(server.requests[0].startsWith("GET /a?b=1 HTTP/1.0\r\n"));
-    EXPECT_EQ(st().HttpRequestText, QStringLiteral("GET /a?b=1 HTTP/1.0\r\nHost: 127.0.0.1\r\n\r\n"));
+    EXPECT_EQ(st().HttpRequestText,
+              QStringLiteral("GET /a?b=1 HTTP/1.0\r\nHost: 127.0.0.1\r\n\r\n"));
     EXPECT_TRUE(st().HttpResponse.startsWith(QStringLiteral("HTTP/1.0 200 OK\r\n")));
     EXPECT_FALSE(st().HttpConnected);
 }
@@ -96,7 +97,8 @@ TEST_F(Http, SecondFetchWhileOneRunsReturnsAtOnceSilently) {
     server.page(QStringLiteral("/two"), "2");
     bool inner = false;
     server.onRequest = [&](const QByteArray&) {
-        if (inner) return;
+        if (inner)
+            return;
         inner = true;
         ui::HttpGet(server.url(QStringLiteral("/two")));
     };
@@ -120,9 +122,11 @@ TEST_F(Http, EmptyHostIsRefusedAndNothingSent) {
 
 TEST_F(Http, ServerClosingMidAnswerLeavesWhatArrived) {
     server.mode = LoopbackServer::Mode::CloseMidAnswer;
-    server.page(QStringLiteral("/list"), "gorda_1,http://h/a.frk\r\ngorda_2,http://h/bbbbbbbbbbbb.frk\r\n");
+    server.page(QStringLiteral("/list"),
+                "gorda_1,http://h/a.frk\r\ngorda_2,http://h/bbbbbbbbbbbb.frk\r\n");
     ui::HttpGet(server.url(QStringLiteral("/list")));
-    EXPECT_TRUE(st().HttpResponse.endsWith(QStringLiteral("\r\n\r\ngorda_1,http://h/a.frk\r\ngorda")))
+    EXPECT_TRUE(
+        st().HttpResponse.endsWith(QStringLiteral("\r\n\r\ngorda_1,http://h/a.frk\r\ngorda")))
         << st().HttpResponse.toStdString();
     EXPECT_FALSE(st().HttpConnected);
 }
@@ -146,11 +150,13 @@ TEST_F(Http, EndlessGarbageIsCutAtTheCap) {
     EXPECT_TRUE(st().HttpResponse.isEmpty());
     EXPECT_FALSE(st().HttpConnected);
     EXPECT_EQ(scripted->messageTexts(),
-              QStringList{QStringLiteral("The answer from 127.0.0.1 is larger than 262144 bytes and was dropped")});
+              QStringList{QStringLiteral(
+                  "The answer from 127.0.0.1 is larger than 262144 bytes and was dropped")});
 }
 
 TEST_F(Http, RefusedConnectionShowsTheSocketError) {
-    ui::SupportSettings().HttpTimeLimitMs = 2000; // the only way out after a refusal: room for the error first
+    ui::SupportSettings().HttpTimeLimitMs =
+        2000; // the only way out after a refusal: room for the error first
     QTcpServer closed;
     closed.listen(QHostAddress::LocalHost, 0);
     const quint16 port = closed.serverPort();

@@ -11,25 +11,28 @@ namespace {
 const QString kMarker = QStringLiteral("<!-- #BeginEditable \"content\" -->");
 
 TEST(ReleaseNotesCut, BodyBeforeTheDownloadsHeadingIsClosed) {
-    const auto cut =
-        CutReleaseNotes(QStringLiteral("x") + kMarker + QStringLiteral("body<p><b>Downloads</b></p>tail"));
+    const auto cut = CutReleaseNotes(QStringLiteral("x") + kMarker +
+                                     QStringLiteral("body<p><b>Downloads</b></p>tail"));
     ASSERT_TRUE(cut);
     EXPECT_EQ(*cut, QStringLiteral("body</td></tr></table>"));
 }
 
 TEST(ReleaseNotesCut, DownloadIsTriedBeforeDownloads) {
-    const auto cut = CutReleaseNotes(kMarker + QStringLiteral("a<p><b>Downloads</b></p>b<p><b>Download</b></p>c"));
+    const auto cut = CutReleaseNotes(
+        kMarker + QStringLiteral("a<p><b>Downloads</b></p>b<p><b>Download</b></p>c"));
     ASSERT_TRUE(cut);
     EXPECT_EQ(*cut, QStringLiteral("a<p><b>Downloads</b></p>b</td></tr></table>"));
 }
 
 TEST(ReleaseNotesCut, ListHeadingsAreTriedLast) {
-    EXPECT_EQ(*CutReleaseNotes(kMarker + QStringLiteral("a<li><b>Download</b><br>b<li><b>Downloads</b><br>c")),
+    EXPECT_EQ(*CutReleaseNotes(
+                  kMarker + QStringLiteral("a<li><b>Download</b><br>b<li><b>Downloads</b><br>c")),
               QStringLiteral("a<li><b>Download</b><br>b</td></tr></table>"));
 }
 
 TEST(ReleaseNotesCut, NoHeadingKeepsTheWholeRestUnclosed) {
-    EXPECT_EQ(*CutReleaseNotes(kMarker + QStringLiteral("  all of it  ")), QStringLiteral("all of it"));
+    EXPECT_EQ(*CutReleaseNotes(kMarker + QStringLiteral("  all of it  ")),
+              QStringLiteral("all of it"));
 }
 
 TEST(ReleaseNotesCut, MarkerWithoutItsQuotesIsNotFound) {

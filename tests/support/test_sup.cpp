@@ -2,8 +2,8 @@
 // downloads into the firmware folder with the overwrite question, release notes cut and
 // written, hostile names, and the notice of the switched-off service.
 
-#include "platform/doubles/ScriptedShell.h"
 #include "common/Fixture.h"
+#include "platform/doubles/ScriptedShell.h"
 
 #include "common/LoopbackServer.h"
 
@@ -47,7 +47,8 @@ protected:
                                  {QStringLiteral("Forum"), QStringLiteral("http://forum.example/")},
                                  {QStringLiteral("Local"), QStringLiteral("file:///etc/passwd")}};
         ui::scl().DeviceModel->setText(QStringLiteral("Gorda"));
-        list(QByteArrayLiteral("gorda_1_2,") + server.url(QStringLiteral("/gorda_1_2.frk")).toLatin1() +
+        list(QByteArrayLiteral("gorda_1_2,") +
+             server.url(QStringLiteral("/gorda_1_2.frk")).toLatin1() +
              "\r\nfenna_3,http://x/fenna_3.frk\r\ngorda_2_0," +
              server.url(QStringLiteral("/gorda_2_0.frk")).toLatin1() + "\r\n");
         server.page(QStringLiteral("/gorda_1_2.frk"), QByteArray(12345, 'F'));
@@ -63,7 +64,8 @@ protected:
     ui::SUP& w() { return ui::sup(); }
     QStringList listed() {
         QStringList out;
-        for (int i = 0; i < w().lstResponse->count(); ++i) out << w().lstResponse->item(i)->text();
+        for (int i = 0; i < w().lstResponse->count(); ++i)
+            out << w().lstResponse->item(i)->text();
         return out;
     }
     void click(QWidget* b) { QTest::mouseClick(b, Qt::LeftButton); }
@@ -106,9 +108,10 @@ TEST_F(SupWindow, SwitchedOffServiceShowsTheNoticeAndFetchesNothing) {
     ui::ShowSUP();
     EXPECT_FALSE(w().lblNotWorking->isHidden());
     EXPECT_EQ(w().lblNotWorking->text(),
-              QStringLiteral("Please Note: Due to changes in the FRK Web Site design the capability to\r\n"
-                             "download firmware files and review release notes is temporarily unavailable.\r\n"
-                             "Please download the files you require manually from the Telvo web site."));
+              QStringLiteral(
+                  "Please Note: Due to changes in the FRK Web Site design the capability to\r\n"
+                  "download firmware files and review release notes is temporarily unavailable.\r\n"
+                  "Please download the files you require manually from the Telvo web site."));
     EXPECT_TRUE(w().Label15->isHidden());
     EXPECT_TRUE(w().Label1->isHidden());
     EXPECT_FALSE(w().lstForums->isEnabled());
@@ -133,13 +136,16 @@ TEST_F(SupWindow, WindowCaptionsAndNames) {
     EXPECT_EQ(w().cmdUPDdone->text(), QStringLiteral("Done"));
     EXPECT_EQ(w().chkIE->text(), QStringLiteral("Download file using IE dialog"));
     EXPECT_EQ(w().chkBrowser->text(), QStringLiteral("Show Release Notes using IE Explorer"));
-    EXPECT_EQ(w().Label16->text(), QStringLiteral("File already exists in Firmware folder, Overwrite?"));
+    EXPECT_EQ(w().Label16->text(),
+              QStringLiteral("File already exists in Firmware folder, Overwrite?"));
     EXPECT_EQ(w().Label14->text(), QStringLiteral("Available Firmware"));
     EXPECT_EQ(w().Label1->text(), QStringLiteral("Key Web Sites"));
     EXPECT_TRUE(w().Frame4->isHidden());
     for (QWidget* c : w().findChildren<QWidget*>()) {
-        if (c->objectName().isEmpty() || c->objectName().startsWith(QLatin1String("qt_"))) continue;
-        if (qobject_cast<QPushButton*>(c) || qobject_cast<QListWidget*>(c) || qobject_cast<QCheckBox*>(c)) {
+        if (c->objectName().isEmpty() || c->objectName().startsWith(QLatin1String("qt_")))
+            continue;
+        if (qobject_cast<QPushButton*>(c) || qobject_cast<QListWidget*>(c) ||
+            qobject_cast<QCheckBox*>(c)) {
             EXPECT_FALSE(c->accessibleName().isEmpty()) << c->objectName().toStdString();
         }
     }
@@ -178,8 +184,8 @@ TEST_F(SupWindow, NotOnlineAlertsAndFetchesNothing) {
     shell->online = false;
     ui::ShowSUP();
     EXPECT_EQ(server.connections, 0);
-    EXPECT_TRUE(ui::scl().lblMessage->text().startsWith(
-        QStringLiteral("The PC is not connected to the Internet.  Support functions are not available")));
+    EXPECT_TRUE(ui::scl().lblMessage->text().startsWith(QStringLiteral(
+        "The PC is not connected to the Internet.  Support functions are not available")));
 }
 
 TEST_F(SupWindow, EmptyAnswerLeavesTheStatusStanding) {
@@ -194,22 +200,25 @@ TEST_F(SupWindow, ShortAddressInTheListIsARunTimeError) {
     list("gorda_1,ab\r\n");
     click(ui::scl().cmdSupport);
     EXPECT_EQ(scripted->messageTexts(),
-              QStringList{QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
+              QStringList{
+                  QStringLiteral("Run-time error '5':\r\n\r\nInvalid procedure call or argument")});
 }
 
 TEST_F(SupWindow, HostileNamesAreRefusedAndNeverWritten) {
     ui::App().DebuggerMode = true;
     list("../evil," + server.url(QStringLiteral("/gorda_1_2.frk")).toLatin1() +
          "\r\nC:evil,http://h/e.frk\r\nsub/dir,http://h/s.frk\r\nbell\x07,http://h/b.frk\r\n"
-         "good," + server.url(QStringLiteral("/gorda_1_2.frk")).toLatin1() + "\r\n");
+         "good," +
+         server.url(QStringLiteral("/gorda_1_2.frk")).toLatin1() + "\r\n");
     ui::ShowSUP();
     EXPECT_EQ(listed(), QStringList{QStringLiteral("good")});
     ASSERT_EQ(scripted->messageTexts().size(), 1);
-    EXPECT_EQ(scripted->messageTexts()[0],
-              QStringLiteral("The file name '../evil' was refused: it holds a path separator\r\n"
-                             "The file name 'C:evil' was refused: it holds a drive letter or colon\r\n"
-                             "The file name 'sub/dir' was refused: it holds a path separator\r\n"
-                             "The file name 'bell(BEL)' was refused: it holds a control character"));
+    EXPECT_EQ(
+        scripted->messageTexts()[0],
+        QStringLiteral("The file name '../evil' was refused: it holds a path separator\r\n"
+                       "The file name 'C:evil' was refused: it holds a drive letter or colon\r\n"
+                       "The file name 'sub/dir' was refused: it holds a path separator\r\n"
+                       "The file name 'bell(BEL)' was refused: it holds a control character"));
     EXPECT_FALSE(QFile::exists(home() + QStringLiteral("/evil.frk")));
     EXPECT_EQ(server.connections, 1);
 }
@@ -218,7 +227,8 @@ TEST_F(SupWindow, DownloadGoesIntoTheFirmwareFolder) {
     ui::ShowSUP();
     select(0);
     click(w().cndDnLdFrk);
-    EXPECT_EQ(w().lblWWW->text(), QStringLiteral("Download of 'gorda_1_2.frk' Complete, 012,345 bytes"));
+    EXPECT_EQ(w().lblWWW->text(),
+              QStringLiteral("Download of 'gorda_1_2.frk' Complete, 012,345 bytes"));
     QFile f(fw(QStringLiteral("gorda_1_2.frk")));
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_EQ(f.readAll(), QByteArray(12345, 'F'));
@@ -240,7 +250,8 @@ TEST_F(SupWindow, ExistingFileKeptWhenTheUserSaysNo) {
     answerOverwrite(w().cmdNo);
     click(w().cndDnLdFrk);
     EXPECT_TRUE(questionAsked);
-    EXPECT_EQ(w().lblWWW->text(), QStringLiteral("Retrieval of file 'gorda_1_2.frk' cancelled by user"));
+    EXPECT_EQ(w().lblWWW->text(),
+              QStringLiteral("Retrieval of file 'gorda_1_2.frk' cancelled by user"));
     ASSERT_TRUE(old.open(QIODevice::ReadOnly));
     EXPECT_EQ(old.readAll(), QByteArray("old"));
     EXPECT_EQ(ui::Support().OverwriteAnswer, 7);
@@ -255,7 +266,8 @@ TEST_F(SupWindow, ExistingFileReplacedWhenTheUserSaysYes) {
     click(w().cndDnLdFrk);
     EXPECT_TRUE(questionAsked);
     EXPECT_EQ(QFileInfo(old).size(), 12345);
-    EXPECT_EQ(w().lblWWW->text(), QStringLiteral("Download of 'gorda_1_2.frk' Complete, 012,345 bytes"));
+    EXPECT_EQ(w().lblWWW->text(),
+              QStringLiteral("Download of 'gorda_1_2.frk' Complete, 012,345 bytes"));
 }
 
 TEST_F(SupWindow, MissingFileOnTheServerIsAnErrorCode) {
@@ -334,7 +346,8 @@ TEST_F(SupWindow, ReleaseNotesAreCutWrittenAndOpened) {
     select(0);
     click(w().cmdDnLdRN);
     const QString page = home() + QStringLiteral("/ReleaseNotes.html");
-    EXPECT_EQ(readHomeFile(QStringLiteral("ReleaseNotes.html")), QByteArray("body</td></tr></table>"));
+    EXPECT_EQ(readHomeFile(QStringLiteral("ReleaseNotes.html")),
+              QByteArray("body</td></tr></table>"));
     EXPECT_EQ(shell->opened, QStringList{QUrl::fromLocalFile(page).toString()});
     EXPECT_FALSE(QFile::exists(fw(QStringLiteral("gorda_1_2.php"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("Association for file '") + page +
@@ -359,11 +372,12 @@ TEST_F(SupWindow, NoProgramForHtmlShowsTheThreeLines) {
     ui::ShowSUP();
     select(0);
     click(w().cmdDnLdRN);
-    EXPECT_EQ(scripted->messageTexts(),
-              QStringList{QStringLiteral(
-                  "There is no associated program for files of type 'html'.\r\n"
-                  "The normal association for 'html' is 'Internet Explorer'\r\n"
-                  "Set up the association by opening a folder and using tools/options/file types\r\n")});
+    EXPECT_EQ(
+        scripted->messageTexts(),
+        QStringList{QStringLiteral(
+            "There is no associated program for files of type 'html'.\r\n"
+            "The normal association for 'html' is 'Internet Explorer'\r\n"
+            "Set up the association by opening a folder and using tools/options/file types\r\n")});
     EXPECT_FALSE(QFile::exists(homeFile(QStringLiteral("ReleaseNotes.html"))));
     EXPECT_TRUE(QFile::exists(fw(QStringLiteral("gorda_1_2.php"))));
     EXPECT_TRUE(logLines().contains(QStringLiteral("There is no Association for file '") + home() +
@@ -413,7 +427,8 @@ TEST_F(SupWindow, OnlyWebAddressesAreOpened) {
     w().lstForums->setCurrentRow(1);
     w().lstForums_DblClick();
     EXPECT_TRUE(shell->opened.isEmpty());
-    EXPECT_EQ(scripted->messageTexts(), QStringList{QStringLiteral("Not a web address: 'file:///etc/passwd'")});
+    EXPECT_EQ(scripted->messageTexts(),
+              QStringList{QStringLiteral("Not a web address: 'file:///etc/passwd'")});
 }
 
 TEST_F(SupWindow, WatchedBrowserWindowHidesTheProgramUntilItCloses) {

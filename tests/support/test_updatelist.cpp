@@ -81,8 +81,9 @@ TEST(UpdateList, CutOffTailInDebuggerModeIsTheShortAddressError) {
 }
 
 TEST(UpdateList, HeaderOnlyGivesNothing) {
-    EXPECT_EQ(ParseUpdateList(QStringLiteral("HTTP/1.0 404 Not Found\r\nServer: x\r\n"),
-                              QString()).entries.size(), 1);
+    EXPECT_EQ(ParseUpdateList(QStringLiteral("HTTP/1.0 404 Not Found\r\nServer: x\r\n"), QString())
+                  .entries.size(),
+              1);
     EXPECT_EQ(ParseUpdateList(kHeader, QString()).entries.size(), 1);
 }
 
@@ -103,16 +104,23 @@ TEST(NotesUrl, ShorterThanThreeIsAnError) {
 }
 
 TEST(NotesUrl, ShortAddressInTheListIsAnError) {
-    EXPECT_THROW(ParseUpdateList(kHeader + QStringLiteral("gorda_1,ab\r\n"), QStringLiteral("gorda_")),
-                 RuntimeError);
+    EXPECT_THROW(
+        ParseUpdateList(kHeader + QStringLiteral("gorda_1,ab\r\n"), QStringLiteral("gorda_")),
+        RuntimeError);
 }
 
 TEST(UnsafeNames, RefusedWithAReason) {
-    const QString bad[] = {QStringLiteral("../evil"), QStringLiteral("a/b"), QStringLiteral("a\\b"),
-                           QStringLiteral("C:evil"), QStringLiteral(".."), QStringLiteral("a\tb"),
-                           QString(QChar(0)) + QStringLiteral("x"), QStringLiteral("a\x7f"),
+    const QString bad[] = {QStringLiteral("../evil"),
+                           QStringLiteral("a/b"),
+                           QStringLiteral("a\\b"),
+                           QStringLiteral("C:evil"),
+                           QStringLiteral(".."),
+                           QStringLiteral("a\tb"),
+                           QString(QChar(0)) + QStringLiteral("x"),
+                           QStringLiteral("a\x7f"),
                            QString()};
-    for (const QString& n : bad) EXPECT_FALSE(UnsafeNameReason(n).isEmpty()) << n.toStdString();
+    for (const QString& n : bad)
+        EXPECT_FALSE(UnsafeNameReason(n).isEmpty()) << n.toStdString();
     EXPECT_TRUE(UnsafeNameReason(QStringLiteral("gorda_1_2")).isEmpty());
     EXPECT_TRUE(UnsafeNameReason(QStringLiteral("a.b c")).isEmpty());
 }
@@ -126,10 +134,12 @@ TEST(UnsafeNames, HostileLinesAreRefusedAndNotListed) {
     ASSERT_EQ(r.entries.size(), 2);
     EXPECT_EQ(r.entries[1].FileName, QStringLiteral("gorda_ok"));
     ASSERT_EQ(r.refused.size(), 3);
-    EXPECT_EQ(r.refused[0],
-              QStringLiteral("The file name 'gorda_../../etc/x' was refused: it holds a path separator"));
-    EXPECT_EQ(r.refused[2],
-              QStringLiteral("The file name 'gorda_(SOH)' was refused: it holds a control character"));
+    EXPECT_EQ(
+        r.refused[0],
+        QStringLiteral("The file name 'gorda_../../etc/x' was refused: it holds a path separator"));
+    EXPECT_EQ(
+        r.refused[2],
+        QStringLiteral("The file name 'gorda_(SOH)' was refused: it holds a control character"));
 }
 
 TEST(UpdateList, LongGarbageWithoutLineEndsIsQuick) {

@@ -62,7 +62,8 @@ TEST(SplitUrl, PortPastSixteenBitsIsOverflow) {
 }
 
 TEST(HttpRequest, PathWithQueryMakesTheRequestLine) {
-    const QString r = HttpRequest(QStringLiteral("GET"), SplitUrl(QStringLiteral("http://host/a?b=1")));
+    const QString r =
+        HttpRequest(QStringLiteral("GET"), SplitUrl(QStringLiteral("http://host/a?b=1")));
     EXPECT_EQ(r, QStringLiteral("GET /a?b=1 HTTP/1.0\r\nHost: host\r\n\r\n"));
 }
 
@@ -124,7 +125,8 @@ TEST(FixLineEnds, Table) {
         {QStringLiteral("\r\rx"), QStringLiteral("\r\r\nx")},
         {QString(), QString()},
     };
-    for (const FixCase& c : cases) EXPECT_EQ(FixLineEnds(c.in), c.out) << c.in.toStdString();
+    for (const FixCase& c : cases)
+        EXPECT_EQ(FixLineEnds(c.in), c.out) << c.in.toStdString();
 }
 
 TEST(FixLineEnds, ChunksAreMendedAlone) {

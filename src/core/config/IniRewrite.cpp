@@ -1,8 +1,8 @@
 #include "core/config/IniRewrite.h"
 
+#include "core/config/IniFile.h"
 #include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
-#include "core/config/IniFile.h"
 
 namespace telvo::core {
 

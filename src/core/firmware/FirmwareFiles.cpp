@@ -14,21 +14,28 @@ QByteArray FormatFileList(const QStringList& entries) {
     return out;
 }
 
-QStringList ParseFileList(const QByteArray& bytes) { return SplitTextLines(bytes); }
+QStringList ParseFileList(const QByteArray& bytes) {
+    return SplitTextLines(bytes);
+}
 
 QString FirmwareImageProblem(const QByteArray& head) {
-    if (head.isEmpty()) return QStringLiteral("it is empty");
+    if (head.isEmpty())
+        return QStringLiteral("it is empty");
     for (const char c : head) {
         const auto b = static_cast<unsigned char>(c);
-        if ((b < 0x20 && c != '\r' && c != '\n' && c != '\t') || b >= 0x7f) return QString();
+        if ((b < 0x20 && c != '\r' && c != '\n' && c != '\t') || b >= 0x7f)
+            return QString();
     }
     return QStringLiteral("it is text");
 }
 
-bool IsFirmwarePath(const QString& path) { return Right(path, 3).toLower() == QLatin1String("frk"); }
+bool IsFirmwarePath(const QString& path) {
+    return Right(path, 3).toLower() == QLatin1String("frk");
+}
 
 QString FolderOfChoice(const QString& path) {
-    const qsizetype cut = qMax(path.lastIndexOf(QLatin1Char('\\')), path.lastIndexOf(QLatin1Char('/')));
+    const qsizetype cut =
+        qMax(path.lastIndexOf(QLatin1Char('\\')), path.lastIndexOf(QLatin1Char('/')));
     return (cut < 0 ? QString() : path.left(cut)) + QLatin1Char('\\');
 }
 
@@ -64,10 +71,12 @@ QString TransferProgressText(qint16 elapsedS, qint32 filePosition, qint16 blockS
                              int outBufferCount, qint32 bytesRemaining) {
     const qint32 done = filePosition + blockSize - outBufferCount;
     QString head = QStringLiteral("Bytes processed=") + CStr(done);
-    if (elapsedS < 3) return head;
+    if (elapsedS < 3)
+        return head;
     const qint32 rate = CLng(double(filePosition + blockSize) / elapsedS);
     // A rate of 0 would be a division by zero, the general run-time error.
-    if (rate == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (rate == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 remaining = CLng(double(bytesRemaining - blockSize) / rate);
     if (remaining < 61)
         return head + QStringLiteral(",   Approximate Time Remaining = ") + CStr(remaining) +
@@ -80,7 +89,8 @@ QString TransferProgressText(qint16 elapsedS, qint32 filePosition, qint16 blockS
 namespace {
 QString restartTail(qint32 filePosition, int blanks) {
     return CStr(filePosition) + QStringLiteral(" Bytes processed.\r\n") +
-           QString(blanks, QLatin1Char(' ')) + QStringLiteral("Click 'Continue' to restart transfer");
+           QString(blanks, QLatin1Char(' ')) +
+           QStringLiteral("Click 'Continue' to restart transfer");
 }
 } // namespace
 

@@ -16,12 +16,14 @@ namespace {
 
 // The bottom entry is a mark, never a value: taking it means the formula ran out of operands.
 double popValue(EvalStacks& s) {
-    if (s.values.size() <= 1) raiseSubscript();
+    if (s.values.size() <= 1)
+        raiseSubscript();
     return s.values.takeLast();
 }
 
 QString popOp(EvalStacks& s) {
-    if (s.ops.size() <= 1) raiseSubscript();
+    if (s.ops.size() <= 1)
+        raiseSubscript();
     return s.ops.takeLast();
 }
 
@@ -29,17 +31,23 @@ bool isOperator(QChar c) {
     return c == u'+' || c == u'-' || c == u'*' || c == u'/' || c == u'^';
 }
 
-bool isNumberChar(QChar c) { return (c >= u'0' && c <= u'9') || c == u'.'; }
+bool isNumberChar(QChar c) {
+    return (c >= u'0' && c <= u'9') || c == u'.';
+}
 
 } // namespace
 
 qint16 Priority(const QString& op) {
     if (op == QLatin1String("&") || op == QLatin1String("^") || op == QLatin1String("|"))
         return 2;
-    if (op == QLatin1String("+") || op == QLatin1String("-")) return 6;
-    if (op == QLatin1String("*") || op == QLatin1String("/")) return 8;
-    if (op == QLatin1String("@")) return 10;
-    if (op == QLatin1String("~")) return 12;
+    if (op == QLatin1String("+") || op == QLatin1String("-"))
+        return 6;
+    if (op == QLatin1String("*") || op == QLatin1String("/"))
+        return 8;
+    if (op == QLatin1String("@"))
+        return 10;
+    if (op == QLatin1String("~"))
+        return 12;
     return 0;
 }
 
@@ -58,14 +66,16 @@ void EvalOp(EvalStacks& s) {
         // Whole-number division, as the formulas were written for.
         const qint32 a = CLng(left);
         const qint32 b = CLng(right);
-        if (b == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+        if (b == 0)
+            throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
         if (a == std::numeric_limits<qint32>::min() && b == -1)
             throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
         result = a / b; // NOLINT(bugprone-integer-division): whole numbers, as written
     } else if (op == QLatin1String("^")) {
         result = ClassicPow(left, right);
     }
-    if (!std::isfinite(result)) throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+    if (!std::isfinite(result))
+        throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
     s.values.append(result);
 }
 
@@ -78,17 +88,20 @@ double EvaluateOrRaise(const QString& functionText, double x) {
             const QString op(c);
             if (s.ops.size() > 1 && s.ops.last() != QLatin1String("(")) {
                 // Equal ranks leave the loop only by evaluation: left to right.
-                while (s.ops.size() > 1 && Priority(op) <= Priority(s.ops.last())) EvalOp(s);
+                while (s.ops.size() > 1 && Priority(op) <= Priority(s.ops.last()))
+                    EvalOp(s);
             }
             s.ops.append(op);
         } else if (c == u'(') {
             s.ops.append(QStringLiteral("("));
         } else if (c == u')') {
-            while (s.ops.last() != QLatin1String("(")) EvalOp(s);
+            while (s.ops.last() != QLatin1String("("))
+                EvalOp(s);
             popOp(s);
         } else if (isNumberChar(c)) {
             int j = i;
-            while (j < n && isNumberChar(functionText.at(j))) ++j;
+            while (j < n && isNumberChar(functionText.at(j)))
+                ++j;
             // A second point ends the number there, as the classic conversion reads it.
             s.values.append(Val(functionText.mid(i, j - i)));
             i = j - 1;
@@ -96,8 +109,10 @@ double EvaluateOrRaise(const QString& functionText, double x) {
             s.values.append(x);
         }
     }
-    while (s.ops.size() > 1) EvalOp(s);
-    if (s.values.size() < 2) raiseSubscript();
+    while (s.ops.size() > 1)
+        EvalOp(s);
+    if (s.values.size() < 2)
+        raiseSubscript();
     return s.values.at(1);
 }
 

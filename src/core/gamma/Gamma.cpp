@@ -14,23 +14,30 @@ namespace {
 [[noreturn]] void raiseInvalidCall() {
     throw RuntimeError(kInvalidCall, QStringLiteral("Invalid procedure call or argument"));
 }
-[[noreturn]] void raiseOverflow() { throw RuntimeError(kOverflow, QStringLiteral("Overflow")); }
+[[noreturn]] void raiseOverflow() {
+    throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+}
 
 double divide(double a, double b) {
-    if (b == 0) raiseDivision();
+    if (b == 0)
+        raiseDivision();
     const double q = a / b;
-    if (!std::isfinite(q)) raiseOverflow();
+    if (!std::isfinite(q))
+        raiseOverflow();
     return q;
 }
 
 double classicLog(double v) {
-    if (!(v > 0)) raiseInvalidCall();
+    if (!(v > 0))
+        raiseInvalidCall();
     return std::log(v);
 }
 
 } // namespace
 
-void GammaCells::clear() { m_cells.assign(size_t(kGammaRows) * kGammaColors, QString()); }
+void GammaCells::clear() {
+    m_cells.assign(size_t(kGammaRows) * kGammaColors, QString());
+}
 
 size_t GammaCells::index(int row, int color) {
     if (row < 0 || row >= kGammaRows || color < 0 || color >= kGammaColors)
@@ -38,7 +45,9 @@ size_t GammaCells::index(int row, int color) {
     return size_t(row) * kGammaColors + size_t(color);
 }
 
-RefData EmptyRefData() { return RefData(kGammaRows, {0.0, 0.0, 0.0}); }
+RefData EmptyRefData() {
+    return RefData(kGammaRows, {0.0, 0.0, 0.0});
+}
 
 QString FormatCode(int code) {
     const QString digits = QString::number(std::abs(code)).rightJustified(4, u'0');
@@ -51,11 +60,13 @@ QString FormatTenths(double value) {
     const QString e = QString::number(std::fabs(value), 'e', 14); // d.dddddddddddddde+XX
     const QString digits = e.left(1) + e.mid(2, 14);
     const int keep = e.mid(e.indexOf(u'e') + 1).toInt() + 2; // digits up to the tenths
-    if (keep > 15 || !std::isfinite(value)) return QString::number(value, 'f', 1);
+    if (keep > 15 || !std::isfinite(value))
+        return QString::number(value, 'f', 1);
     qint64 tenths = 0;
     if (keep >= 0) {
         tenths = keep == 0 ? 0 : digits.left(keep).toLongLong();
-        if (digits.at(keep) >= u'5') ++tenths;
+        if (digits.at(keep) >= u'5')
+            ++tenths;
     }
     // No "-0.0": a value that rounds to zero shows as zero.
     const QString s = QString::number(tenths / 10) + u'.' + QString::number(tenths % 10);
@@ -63,10 +74,13 @@ QString FormatTenths(double value) {
 }
 
 double ClassicPow(double base, double exponent) {
-    if (base == 0 && exponent < 0) raiseInvalidCall();
-    if (base < 0 && exponent != std::floor(exponent)) raiseInvalidCall();
+    if (base == 0 && exponent < 0)
+        raiseInvalidCall();
+    if (base < 0 && exponent != std::floor(exponent))
+        raiseInvalidCall();
     const double r = std::pow(base, exponent);
-    if (!std::isfinite(r)) raiseOverflow();
+    if (!std::isfinite(r))
+        raiseOverflow();
     return r;
 }
 
@@ -113,10 +127,12 @@ qint16 GammaCode(int i, const Exponent& e, const RefData& ref, int colorOption,
 void ComputeTable(const Exponent& e, const RefData& ref, int colorOption, double sourceGamma,
                   GammaCells& cells, const std::function<void(int)>& beforeRow) {
     for (int i = 0; i < kGammaRows; ++i) {
-        if (beforeRow) beforeRow(i);
+        if (beforeRow)
+            beforeRow(i);
         const QString text = FormatCode(GammaCode(i, e, ref, colorOption, sourceGamma));
         if (colorOption == 0) {
-            for (int c = 0; c < kGammaColors; ++c) cells.at(i, c) = text;
+            for (int c = 0; c < kGammaColors; ++c)
+                cells.at(i, c) = text;
         } else {
             cells.at(i, colorOption - 1) = text;
         }

@@ -23,7 +23,8 @@ const char* const kColorKeys[kGammaColors] = {"Red", "Green", "Blue"};
 // Splits at the first "="; false when the line has none.
 bool splitKey(const QString& line, QString& key, QString& value) {
     const qsizetype eq = line.indexOf(u'=');
-    if (eq < 0) return false;
+    if (eq < 0)
+        return false;
     key = TrimBlank(line.left(eq));
     value = TrimBlank(line.mid(eq + 1));
     return true;
@@ -35,11 +36,14 @@ QStringList blankTokens(const QString& text) {
 
 int colorOfKey(const QString& key, const QString& prefix) {
     for (int c = 0; c < kGammaColors; ++c)
-        if (SameText(key, prefix + QLatin1String(kColorKeys[c]))) return c;
+        if (SameText(key, prefix + QLatin1String(kColorKeys[c])))
+            return c;
     return -1;
 }
 
-QString fraction(double v) { return QString::number(v, 'f', 6); }
+QString fraction(double v) {
+    return QString::number(v, 'f', 6);
+}
 
 } // namespace
 
@@ -50,10 +54,12 @@ QByteArray GammaFileText(const GammaFileHeader& h, const GammaCells& cells) {
     text += QStringLiteral("Display Gamma=") + h.txtDSPgamma + kCrLf;
     text += QStringLiteral("ColorOption=") + QString::number(h.colorOption) + kCrLf;
     text += QStringLiteral("UseRefData=") + QString::number(h.useRefData) + kCrLf;
-    if (h.useRefData == 1) text += QStringLiteral("DSPrefData=") + h.DSPrefFile + kCrLf;
+    if (h.useRefData == 1)
+        text += QStringLiteral("DSPrefData=") + h.DSPrefFile + kCrLf;
     for (int c = 0; c < kGammaColors; ++c) {
         QString line = QString::fromLatin1(kColorKeys[c]).toUpper() + u'=';
-        for (int i = 0; i < kGammaRows; ++i) line += cells.at(i, c) + u' ';
+        for (int i = 0; i < kGammaRows; ++i)
+            line += cells.at(i, c) + u' ';
         text += TrimBlankRight(line) + kCrLf;
     }
     return text.toUtf8();
@@ -64,16 +70,19 @@ void ReadGammaLines(const QStringList& lines, GammaFileRead& out, GammaCells& ce
     for (const QString& line : lines) {
         QString key;
         QString value;
-        if (!splitKey(line, key, value)) continue;
-        if (SameText(key, QStringLiteral("Gamma")) || SameText(key, QStringLiteral("Scalar Gamma"))) {
+        if (!splitKey(line, key, value))
+            continue;
+        if (SameText(key, QStringLiteral("Gamma")) ||
+            SameText(key, QStringLiteral("Scalar Gamma"))) {
             out.txtGamma = value;
         } else if (SameText(key, QStringLiteral("Display Gamma"))) {
             out.txtDSPgamma = value;
         } else if (SameText(key, QStringLiteral("ColorOption"))) {
             const qint16 n = CInt(Val(value));
             if (n < 0 || n > 3)
-                throw RuntimeError(kNoControlArrayElement,
-                                   QStringLiteral("Control array element '%1' doesn't exist").arg(n));
+                throw RuntimeError(
+                    kNoControlArrayElement,
+                    QStringLiteral("Control array element '%1' doesn't exist").arg(n));
             out.colorOption = n;
         } else if (SameText(key, QStringLiteral("UseRefData"))) {
             const qint16 n = CInt(Val(value));
@@ -85,7 +94,8 @@ void ReadGammaLines(const QStringList& lines, GammaFileRead& out, GammaCells& ce
         } else if (const int c = colorOfKey(key, QString()); c >= 0) {
             int row = 0;
             for (const QString& token : blankTokens(value)) {
-                if (row >= kGammaRows) raiseSubscript();
+                if (row >= kGammaRows)
+                    raiseSubscript();
                 cells.at(row++, c) = token;
             }
         }
@@ -98,11 +108,13 @@ QString GammaFileProblem(const QStringList& lines) {
     for (const QString& line : lines) {
         QString key;
         QString value;
-        if (!splitKey(line, key, value)) continue;
+        if (!splitKey(line, key, value))
+            continue;
         if (SameText(key, QStringLiteral("Gamma")) || SameText(key, QStringLiteral("Scalar Gamma")))
             gamma = true;
         const int c = colorOfKey(key, QString());
-        if (c < 0) continue;
+        if (c < 0)
+            continue;
         counts.at(size_t(c)) = 0;
         for (const QString& token : blankTokens(value)) {
             bool number = false;
@@ -113,10 +125,12 @@ QString GammaFileProblem(const QStringList& lines) {
             ++counts.at(size_t(c));
         }
     }
-    if (!gamma) return QStringLiteral("it has no \"Scalar Gamma=\" line");
+    if (!gamma)
+        return QStringLiteral("it has no \"Scalar Gamma=\" line");
     for (int c = 0; c < kGammaColors; ++c) {
         const QString name = QString::fromLatin1(kColorKeys[c]).toUpper();
-        if (counts.at(size_t(c)) < 0) return QStringLiteral("it has no ") + name + QStringLiteral(" table");
+        if (counts.at(size_t(c)) < 0)
+            return QStringLiteral("it has no ") + name + QStringLiteral(" table");
         if (counts.at(size_t(c)) != kGammaRows)
             return QStringLiteral("its %1 table holds %2 codes, not %3")
                 .arg(name)
@@ -130,26 +144,33 @@ void ReadReferenceLines(const QStringList& lines, Reference& ref) {
     ref = Reference{};
     for (qsizetype n = 0; n < lines.size(); ++n) {
         QString line = lines.at(n);
-        if (line.startsWith(u'\'')) continue;
+        if (line.startsWith(u'\''))
+            continue;
         const qsizetype comment = line.indexOf(QStringLiteral(" ' "));
-        if (comment >= 0) line = line.left(comment);
+        if (comment >= 0)
+            line = line.left(comment);
         line = TrimBlank(line);
-        if (line.isEmpty()) continue;
+        if (line.isEmpty())
+            continue;
         QString key;
         QString value;
-        if (!splitKey(line, key, value)) continue;
+        if (!splitKey(line, key, value))
+            continue;
         const int c = colorOfKey(key, QStringLiteral("Function"));
-        if (c < 0) continue;
+        if (c < 0)
+            continue;
         if (!SameText(value, QStringLiteral("Table"))) {
             ref.FunctionText[size_t(c)] = value;
             continue;
         }
         // The table is the next line as it stands, whatever it holds.
         ref.FunctionText[size_t(c)].clear();
-        if (++n >= lines.size()) break;
+        if (++n >= lines.size())
+            break;
         int row = 0;
         for (const QString& token : blankTokens(lines.at(n))) {
-            if (row >= kGammaRows) raiseSubscript();
+            if (row >= kGammaRows)
+                raiseSubscript();
             ref.DSPrefData[size_t(row++)][size_t(c)] = Val(token);
         }
     }
@@ -158,21 +179,25 @@ void ReadReferenceLines(const QStringList& lines, Reference& ref) {
 void ApplyReference(Reference& ref) {
     for (int c = 0; c < kGammaColors; ++c) {
         const QString& text = ref.FunctionText[size_t(c)];
-        if (text.isEmpty() || ContainsText(text, QStringLiteral("Copy"))) continue;
+        if (text.isEmpty() || ContainsText(text, QStringLiteral("Copy")))
+            continue;
         for (int i = 0; i < kGammaRows; ++i) {
             const double v = Evaluate(text, i / kGammaMax) * kGammaMax;
-            if (!std::isfinite(v)) throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+            if (!std::isfinite(v))
+                throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
             ref.DSPrefData[size_t(i)][size_t(c)] = v;
         }
     }
     // In this order, after all evaluation: a copy of a copy takes what stands there now.
     auto copy = [&ref](int to, int from) {
-        for (auto& row : ref.DSPrefData) row[size_t(to)] = row[size_t(from)];
+        for (auto& row : ref.DSPrefData)
+            row[size_t(to)] = row[size_t(from)];
     };
     for (int to = 0; to < kGammaColors; ++to) {
         const QString word = TrimBlank(ref.FunctionText[size_t(to)]);
         for (int from = 0; from < kGammaColors; ++from) {
-            if (from != to && SameText(word, QStringLiteral("Copy") + QLatin1String(kColorKeys[from])))
+            if (from != to &&
+                SameText(word, QStringLiteral("Copy") + QLatin1String(kColorKeys[from])))
                 copy(to, from);
         }
     }
@@ -214,7 +239,8 @@ QByteArray ArgyllCalText(const GammaCells& cells, const QString& created) {
     t += QStringLiteral("NUMBER_OF_SETS %1\nBEGIN_DATA\n").arg(kGammaRows);
     for (int i = 0; i < kGammaRows; ++i) {
         t += fraction(i / kGammaMax);
-        for (int c = 0; c < kGammaColors; ++c) t += u' ' + fraction(CellFraction(cells.at(i, c)));
+        for (int c = 0; c < kGammaColors; ++c)
+            t += u' ' + fraction(CellFraction(cells.at(i, c)));
         t += u'\n';
     }
     t += QStringLiteral("END_DATA\n");
@@ -231,7 +257,8 @@ QByteArray CubeLutText(const GammaCells& cells, const QString& title) {
     t += QStringLiteral("DOMAIN_MIN 0.0 0.0 0.0\nDOMAIN_MAX 1.0 1.0 1.0\n");
     for (int i = 0; i < kGammaRows; ++i) {
         for (int c = 0; c < kGammaColors; ++c) {
-            if (c) t += u' ';
+            if (c)
+                t += u' ';
             t += fraction(CellFraction(cells.at(i, c)));
         }
         t += u'\n';

@@ -24,16 +24,19 @@ int g_depth = 0;
 
 // The stacks are 1-based in the design; reading an empty one is a subscript error.
 template <typename T> T& top(QList<T>& stack) {
-    if (stack.isEmpty()) subscriptError();
+    if (stack.isEmpty())
+        subscriptError();
     return stack.last();
 }
 template <typename T> void pop(QList<T>& stack) {
-    if (stack.isEmpty()) subscriptError();
+    if (stack.isEmpty())
+        subscriptError();
     stack.removeLast();
 }
 
 qint16 checked16(qint64 v) {
-    if (v < -32768 || v > 32767) throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+    if (v < -32768 || v > 32767)
+        throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
     return qint16(v);
 }
 
@@ -50,24 +53,42 @@ void ApplyOp(QList<QChar>& ops, QList<double>& values) {
     const qint16 a = CInt(top(values));
     qint16 r = a;
     switch (op.unicode()) {
-    case u'+': r = checked16(qint64(a) + b); break;
-    case u'-': r = checked16(qint64(a) - b); break;
-    case u'*': r = checked16(qint64(a) * b); break;
+    case u'+':
+        r = checked16(qint64(a) + b);
+        break;
+    case u'-':
+        r = checked16(qint64(a) - b);
+        break;
+    case u'*':
+        r = checked16(qint64(a) * b);
+        break;
     case u'/':
-        if (b == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+        if (b == 0)
+            throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
         r = checked16(qint64(a) / b);
         break;
-    case u'@': r = CInt(std::pow(double(a), double(b))); break;
-    case u'^': r = qint16(a ^ b); break;
-    case u'&': r = qint16(a & b); break;
-    case u'|': r = qint16(a | b); break;
-    default: break;
+    case u'@':
+        r = CInt(std::pow(double(a), double(b)));
+        break;
+    case u'^':
+        r = qint16(a ^ b);
+        break;
+    case u'&':
+        r = qint16(a & b);
+        break;
+    case u'|':
+        r = qint16(a | b);
+        break;
+    default:
+        break;
     }
     top(values) = r;
     pop(ops);
 }
 
-bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
+bool isDigit(QChar c) {
+    return c >= u'0' && c <= u'9';
+}
 
 qint32 evaluate(IRState& s, const QString& text, bool useStored) {
     QString str = text.toUpper();
@@ -95,7 +116,8 @@ qint32 evaluate(IRState& s, const QString& text, bool useStored) {
         } else if (c == u'(') {
             ops.append(c);
         } else if (c == u')') {
-            while (top(ops) != u'(') ApplyOp(ops, values);
+            while (top(ops) != u'(')
+                ApplyOp(ops, values);
             pop(ops);
         } else if (isDigit(c)) {
             if (c == u'0' && acc == 0 && i < n && str.at(i) == u'X') {
@@ -140,43 +162,58 @@ qint32 evaluate(IRState& s, const QString& text, bool useStored) {
         }
         // Anything else, blanks and "&" among them, is skipped.
     }
-    while (!ops.isEmpty()) ApplyOp(ops, values);
-    if (values.isEmpty()) subscriptError();
+    while (!ops.isEmpty())
+        ApplyOp(ops, values);
+    if (values.isEmpty())
+        subscriptError();
     return CLng(values.first());
 }
 
 } // namespace
 
 qint16 OpPriority(const QString& op) {
-    if (op == u"&" || op == u"^" || op == u"|") return 2;
-    if (op == u"+" || op == u"-") return 6;
-    if (op == u"*" || op == u"/") return 8;
-    if (op == u"@") return 10;
-    if (op == u"~") return 12;
+    if (op == u"&" || op == u"^" || op == u"|")
+        return 2;
+    if (op == u"+" || op == u"-")
+        return 6;
+    if (op == u"*" || op == u"/")
+        return 8;
+    if (op == u"@")
+        return 10;
+    if (op == u"~")
+        return 12;
     return 0;
 }
 
 double ExtractSpan(double value, qint16 first, qint16 last) {
     qint16 mask = 0;
-    for (int i = first - 1; i <= last - 1; ++i) mask = CInt(double(mask) + std::pow(2.0, i));
+    for (int i = first - 1; i <= last - 1; ++i)
+        mask = CInt(double(mask) + std::pow(2.0, i));
     const qint32 divisor = CLng(std::pow(2.0, first - 1));
-    if (divisor == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (divisor == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 shifted = (CLng(value) & mask) / divisor; // truncating, as the design has it
     return CInt(shifted);
 }
 
 qint32 EvalExpr(IRState& s, int row, const QString& name, bool useStored) {
-    if (FindDefine(s, name) == 0) return 0;
-    if (row < 0 || row >= s.Defines.size()) return 0;
+    if (FindDefine(s, name) == 0)
+        return 0;
+    if (row < 0 || row >= s.Defines.size())
+        return 0;
     const QString text = s.Defines.at(row).Text;
     auto is = [&text](QStringView word) { return text.compare(word, Qt::CaseInsensitive) == 0; };
-    if (is(u"DEVICE")) return s.IRDeviceCode;
-    if (is(u"FUNCTION")) return s.IRFunctionCode;
-    if (is(u"EXTENSION")) return s.IRExtension;
+    if (is(u"DEVICE"))
+        return s.IRDeviceCode;
+    if (is(u"FUNCTION"))
+        return s.IRFunctionCode;
+    if (is(u"EXTENSION"))
+        return s.IRExtension;
     qint32 result = 0;
     ++g_depth;
     try {
-        if (g_depth > kMaxDepth) throw RuntimeError(kOutOfStack, QStringLiteral("Out of stack space"));
+        if (g_depth > kMaxDepth)
+            throw RuntimeError(kOutOfStack, QStringLiteral("Out of stack space"));
         if (IsNumeric(text))
             result = CLng(Val(text));
         else
@@ -188,7 +225,8 @@ qint32 EvalExpr(IRState& s, int row, const QString& name, bool useStored) {
             --g_depth;
             throw;
         }
-        if (s.Message) s.Message(QString::number(e.number()));
+        if (s.Message)
+            s.Message(QString::number(e.number()));
         result = 0;
     }
     --g_depth;

@@ -24,29 +24,41 @@ namespace {
 }
 
 void message(IRState& s, const QString& text) {
-    if (s.Message) s.Message(text);
+    if (s.Message)
+        s.Message(text);
 }
 
 // The slot at `i` of the fixed table 1..1000; anything else is the run-time's subscript error.
 qint32& slotAt(IRState& s, qint32 i) {
-    if (i < 1 || i > kMaxSlots) subscriptError();
+    if (i < 1 || i > kMaxSlots)
+        subscriptError();
     return s.Slots[static_cast<size_t>(i)];
 }
 
-qint32& lastSlot(IRState& s) { return slotAt(s, s.Count); }
+qint32& lastSlot(IRState& s) {
+    return slotAt(s, s.Count);
+}
 
 void append(IRState& s, qint32 v) {
     slotAt(s, s.Count + 1) = v;
     ++s.Count;
 }
 
-void addRunning(IRState& s, double v) { s.RunningTime = CLng(double(s.RunningTime) + std::fabs(v)); }
+void addRunning(IRState& s, double v) {
+    s.RunningTime = CLng(double(s.RunningTime) + std::fabs(v));
+}
 
-double numberOf(const QString& text) { return Val(text); }
+double numberOf(const QString& text) {
+    return Val(text);
+}
 
-QString upper(const QString& t) { return t.toUpper(); }
+QString upper(const QString& t) {
+    return t.toUpper();
+}
 
-bool is(const QString& text, QStringView word) { return text.compare(word, Qt::CaseInsensitive) == 0; }
+bool is(const QString& text, QStringView word) {
+    return text.compare(word, Qt::CaseInsensitive) == 0;
+}
 
 bool isMarker(const QString& item) {
     return is(item, u"R_") || is(item, u"R*") || item == u"_" || item == u"*";
@@ -56,7 +68,8 @@ bool isMarker(const QString& item) {
 
 qint16 FindDefine(const IRState& s, const QString& label) {
     for (int i = 1; i < s.Defines.size(); ++i)
-        if (s.Defines.at(i).Label.compare(label, Qt::CaseInsensitive) == 0) return qint16(i);
+        if (s.Defines.at(i).Label.compare(label, Qt::CaseInsensitive) == 0)
+            return qint16(i);
     return 0;
 }
 
@@ -90,9 +103,12 @@ qint16 ClassifyDefine(IRState& s, int row) {
     DefineRec& d = s.Defines[row];
     const QString t = d.Text;
     const QString u = upper(t);
-    if (u == u"DEVICE" || u == u"FUNCTION" || u == u"EXTENSION") return KindInput;
-    if (u == u"VALUE") return KindValue;
-    if (u == u"CHECKSUM") return KindChecksum;
+    if (u == u"DEVICE" || u == u"FUNCTION" || u == u"EXTENSION")
+        return KindInput;
+    if (u == u"VALUE")
+        return KindValue;
+    if (u == u"CHECKSUM")
+        return KindChecksum;
     if (IsNumeric(t)) {
         d.Value = numberOf(t);
         return KindNumber;
@@ -112,13 +128,16 @@ qint16 ClassifyDefine(IRState& s, int row) {
         const QChar c = u.at(i);
         if (c >= u'0' && c <= u'9') {
             ++i;
-            if (c == u'0' && i < n && u.at(i) == u'X') ++i;
-            while (i < n && u.at(i) >= u'0' && u.at(i) <= u'9') ++i;
+            if (c == u'0' && i < n && u.at(i) == u'X')
+                ++i;
+            while (i < n && u.at(i) >= u'0' && u.at(i) <= u'9')
+                ++i;
             continue;
         }
         if (c >= u'A' && c <= u'Z') {
             const qint16 k = s.Defines.at(FindDefine(s, QString(c))).Kind;
-            if (k == KindVarExpr || k == KindInput) return KindVarExpr;
+            if (k == KindVarExpr || k == KindInput)
+                return KindVarExpr;
         }
         ++i;
     }
@@ -144,9 +163,11 @@ void ScanFormNames(IRState& s, QString form) {
         const QString item = ParseToken(form, QStringLiteral(","));
         if (item.contains(u':')) {
             QString part = upper(item.left(item.indexOf(u':')));
-            if (part.startsWith(u'-') || part.startsWith(u'+')) part = part.mid(1);
+            if (part.startsWith(u'-') || part.startsWith(u'+'))
+                part = part.mid(1);
             kept = part;
-            if (IsNumeric(part) || FindDefine(s, part) > 0) continue;
+            if (IsNumeric(part) || FindDefine(s, part) > 0)
+                continue;
             DefineRec r;
             r.Label = part;
             r.Text = part;
@@ -154,8 +175,10 @@ void ScanFormNames(IRState& s, QString form) {
             s.Defines.append(r);
             continue;
         }
-        if (isMarker(item) || item.startsWith(u'[') || item.endsWith(u'}')) continue;
-        if (FindDefine(s, item) > 0) continue;
+        if (isMarker(item) || item.startsWith(u'[') || item.endsWith(u'}'))
+            continue;
+        if (FindDefine(s, item) > 0)
+            continue;
         // The name itself stays undefined: the row takes the last part with ":".
         DefineRec r;
         r.Label = kept;
@@ -169,8 +192,10 @@ void PrepareDefines(IRState& s) {
     const QString& f1 = s.ActiveForms[0];
     const QString& f2 = s.ActiveForms[1];
     if (!f1.isEmpty() || !f2.isEmpty()) {
-        if (!f1.isEmpty()) ScanFormNames(s, f1);
-        if (!f2.isEmpty() && f2 != f1) ScanFormNames(s, f2);
+        if (!f1.isEmpty())
+            ScanFormNames(s, f1);
+        if (!f2.isEmpty() && f2 != f1)
+            ScanFormNames(s, f2);
     } else {
         message(s, QStringLiteral("No form has beeen specified for ") + s.IRProtocol +
                        QStringLiteral(" Protocol"));
@@ -178,9 +203,12 @@ void PrepareDefines(IRState& s) {
     int device = 0, function = 0, checksum = 0;
     for (int i = 1; i < s.Defines.size(); ++i) {
         const QString u = upper(s.Defines.at(i).Text);
-        if (u == u"DEVICE") device = i;
-        if (u == u"FUNCTION") function = i;
-        if (u == u"CHECKSUM") checksum = i;
+        if (u == u"DEVICE")
+            device = i;
+        if (u == u"FUNCTION")
+            function = i;
+        if (u == u"CHECKSUM")
+            checksum = i;
     }
     const qint16 deviceKind = checksum > 0 ? KindInputSummed : KindInput;
     if (device == 0) {
@@ -228,8 +256,10 @@ void InitIR(IRState& s) {
         // A second load scales what lies below the unit, as a protocol with a unit would.
         for (QList<Pair>* list : {&s.BitOne, &s.BitZero})
             for (Pair& p : *list) {
-                if (p.on < s.Unit) p.on = CLng(double(p.on) * s.Unit);
-                if (p.off < s.Unit) p.off = CLng(double(p.off) * s.Unit);
+                if (p.on < s.Unit)
+                    p.on = CLng(double(p.on) * s.Unit);
+                if (p.off < s.Unit)
+                    p.off = CLng(double(p.off) * s.Unit);
             }
     }
     PrepareDefines(s);
@@ -259,7 +289,8 @@ void EmitBits(IRState& s, qint32 value, const QString& width, bool invert) {
     for (int bit = 1; bit <= n; ++bit) {
         const qint32 mask = CLng(std::pow(2.0, bit - 1));
         bool one = (value & mask) != 0;
-        if (invert) one = !one;
+        if (invert)
+            one = !one;
         AppendPair(s, one ? s.BitOne : s.BitZero);
     }
 }
@@ -274,7 +305,8 @@ void AddToChecksum(IRState& s, qint32 value) {
 
 qint32 ChecksumByte(const IRState& s) {
     for (const DefineRec& d : s.Defines)
-        if (is(d.Text, u"CHECKSUM")) return CLng(d.Value) & 255;
+        if (is(d.Text, u"CHECKSUM"))
+            return CLng(d.Value) & 255;
     return 0;
 }
 
@@ -298,7 +330,8 @@ void EmitDefine(IRState& s, const QString& name, const QString& width, bool inve
     case KindGapTo: {
         const qint32 t = CLng(d.Value);
         if (lastSlot(s) > 0) {
-            if (s.Count + 1 > kMaxSlots) subscriptError();
+            if (s.Count + 1 > kMaxSlots)
+                subscriptError();
             ++s.Count;
         }
         lastSlot(s) = CLng(double(s.RunningTime) - t);
@@ -328,7 +361,8 @@ void EmitRaw(IRState& s, const QString& text) {
         const QString entry = ParseToken(rest, QStringLiteral(" "));
         if (entry.startsWith(u'^')) {
             if (lastSlot(s) > 0) {
-                if (s.Count + 1 > kMaxSlots) subscriptError();
+                if (s.Count + 1 > kMaxSlots)
+                    subscriptError();
                 ++s.Count;
             }
             const double n = numberOf(entry.mid(1));
@@ -337,14 +371,16 @@ void EmitRaw(IRState& s, const QString& text) {
             s.RunningTime = 0;
         } else if (entry.startsWith(u'#')) {
             if (lastSlot(s) > 0) {
-                if (s.Count + 1 > kMaxSlots) subscriptError();
+                if (s.Count + 1 > kMaxSlots)
+                    subscriptError();
                 ++s.Count;
             }
             lastSlot(s) = CLng(std::fabs(numberOf(entry.mid(1))));
             s.RunningTime = 0;
         } else if (IsNumeric(entry)) {
             qint32 v = CLng(numberOf(entry));
-            if (std::abs(qint64(v)) < s.Unit) v = CLng(double(v) * s.Unit);
+            if (std::abs(qint64(v)) < s.Unit)
+                v = CLng(double(v) * s.Unit);
             append(s, v);
             addRunning(s, v);
         } else {
@@ -357,7 +393,8 @@ void EmitRaw(IRState& s, const QString& text) {
             const DefineRec& d = s.Defines.at(row);
             switch (d.Kind) {
             case KindNone:
-                message(s, QStringLiteral("Name ") + entry + QStringLiteral(" has no defined value"));
+                message(s,
+                        QStringLiteral("Name ") + entry + QStringLiteral(" has no defined value"));
                 append(s, 0);
                 break;
             case KindNumber:
@@ -418,7 +455,8 @@ qint16 ExpandForm(IRState& s, const QString& form, qint16 passes) {
                 continue;
             }
             const bool invert = item.startsWith(u'-') || item.startsWith(u'~');
-            if (invert) item = item.mid(1);
+            if (invert)
+                item = item.mid(1);
             const QString name = ParseToken(item, QStringLiteral(":"));
             if (IsNumeric(name))
                 EmitBits(s, CLng(numberOf(name)), item, invert);
@@ -450,35 +488,43 @@ void CollectIRData(IRState& s, const IRInputs& in) {
         break;
     }
     const qint16 n = ExpandForm(s, s.ActiveForms[0], 1);
-    for (int i = 1; i <= n; ++i) s.Pronto.append(s.Slots[static_cast<size_t>(i)]);
+    for (int i = 1; i <= n; ++i)
+        s.Pronto.append(s.Slots[static_cast<size_t>(i)]);
     s.OnceCount = n;
 }
 
 double EffectiveFrequency(qint32 frequency) {
     const qint32 k = CLng(double(frequency) * 0.241246);
-    if (k == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (k == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 word = 1000000 / k; // integer division, truncating
     const qint16 w = CInt(word);
     const qint32 m = CLng(double(w) * 0.241246);
-    if (m == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (m == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 effective = 1000000 / m;
     return effective;
 }
 
 qint16 ProntoCarrierWord(qint32 frequency) {
-    if (frequency < 1) return 0;
+    if (frequency < 1)
+        return 0;
     const qint32 k = CLng(double(frequency) * 0.241246);
-    if (k == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (k == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 word = 1000000 / k; // integer division, truncating
     return CInt(word);
 }
 
 QString WriteProntoHex(IRState& s) {
-    if (s.Yield) s.Yield();
+    if (s.Yield)
+        s.Yield();
     const qint32 eff = CLng(EffectiveFrequency(s.IRFrequency));
-    if (eff == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (eff == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint32 period = 1000000 / eff;
-    if (period == 0) throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
+    if (period == 0)
+        throw RuntimeError(kDivisionByZero, QStringLiteral("Division by zero"));
     const qint16 carrier = ProntoCarrierWord(s.IRFrequency);
     const qint16 once = CInt(RoundEven(s.OnceCount / 2.0));
     const qint16 repeat = CInt(RoundEven(s.RepeatCount / 2.0));
@@ -495,8 +541,10 @@ QString WriteProntoHex(IRState& s) {
             digits[k++] = "0123456789ABCDEF"[v % 16];
             v /= 16;
         } while (v != 0);
-        for (int pad = k; pad < 4; ++pad) head += '0';
-        while (k > 0) head += digits[--k];
+        for (int pad = k; pad < 4; ++pad)
+            head += '0';
+        while (k > 0)
+            head += digits[--k];
         head += ' ';
     };
     hex4(carrier);
@@ -512,7 +560,8 @@ QString WriteProntoHex(IRState& s) {
 }
 
 bool GenerateIR(IRState& s, const QString& form, const IRInputs& in, QString& output) {
-    if (in.FChex.isEmpty() || in.FCdec.isEmpty() || in.Value.isEmpty()) return false;
+    if (in.FChex.isEmpty() || in.FCdec.isEmpty() || in.Value.isEmpty())
+        return false;
     s.ActiveForms[0] = form;
     ClearIRData(s);
     CollectIRData(s, in);

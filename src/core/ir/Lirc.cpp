@@ -21,19 +21,23 @@ constexpr int kPerLine = 6;
 
 std::optional<RawCode> ProntoDurations(const QString& pronto) {
     const QStringList words = pronto.split(u' ', Qt::SkipEmptyParts);
-    if (words.size() < 4) return std::nullopt;
+    if (words.size() < 4)
+        return std::nullopt;
     QList<qint64> w;
     for (const QString& t : words) {
         bool ok = false;
         const qint64 v = t.toLongLong(&ok, 16);
-        if (!ok || v < 0) return std::nullopt;
+        if (!ok || v < 0)
+            return std::nullopt;
         w << v;
     }
-    if (w[0] != 0 || w[1] <= 0) return std::nullopt;
+    if (w[0] != 0 || w[1] <= 0)
+        return std::nullopt;
     const double period = double(w[1]) * kProntoClock;
     const qint64 declared = 2 * (w[2] + w[3]);
     const qint64 present = std::min<qint64>(declared, w.size() - 4);
-    if (present <= 0) return std::nullopt;
+    if (present <= 0)
+        return std::nullopt;
     RawCode code;
     code.frequency = qint32(RoundEven(1000000.0 / period));
     for (qint64 i = 0; i < present; ++i)
@@ -50,17 +54,20 @@ QString Mode2Text(const RawCode& code) {
     const qsizetype n = code.durations.size();
     for (qsizetype i = 0; i < n; ++i) {
         qint32 d = code.durations.at(i);
-        if (i == n - 1 && i % 2 == 1) d += kPressSilence;
+        if (i == n - 1 && i % 2 == 1)
+            d += kPressSilence;
         out += (i % 2 == 0 ? QStringLiteral("pulse %1\n") : QStringLiteral("space %1\n")).arg(d);
     }
-    if (n % 2 == 1) out += QStringLiteral("space %1\n").arg(kPressSilence);
+    if (n % 2 == 1)
+        out += QStringLiteral("space %1\n").arg(kPressSilence);
     return out;
 }
 
 QString LircButtonName(const QString& name) {
     QString out = name.toUpper();
     for (QChar& c : out)
-        if (!((c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9'))) c = u'_';
+        if (!((c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9')))
+            c = u'_';
     return out;
 }
 
@@ -76,17 +83,21 @@ bool LircRemote::taken(const QString& name) const {
 QString LircRemote::add(const QString& name, const RawCode& code) {
     const QString base = LircButtonName(name);
     QString unique = base;
-    for (int n = 2; taken(unique); ++n) unique = base + u'_' + QString::number(n);
+    for (int n = 2; taken(unique); ++n)
+        unique = base + u'_' + QString::number(n);
     m_buttons << LircButton{unique, code};
     return unique;
 }
 
 QString LircRemote::conf(const QStringList& header) const {
     QString out;
-    for (const QString& line : header) out += QStringLiteral("# ") + line + u'\n';
-    if (!header.isEmpty()) out += u'\n';
+    for (const QString& line : header)
+        out += QStringLiteral("# ") + line + u'\n';
+    if (!header.isEmpty())
+        out += u'\n';
     qint32 gap = 0;
-    for (const LircButton& b : m_buttons) gap = std::max(gap, LeadOut(b.code));
+    for (const LircButton& b : m_buttons)
+        gap = std::max(gap, LeadOut(b.code));
     const qint32 frequency = m_buttons.isEmpty() ? 0 : m_buttons.first().code.frequency;
     out += QStringLiteral("begin remote\n\n");
     out += QStringLiteral("  name  %1\n").arg(QLatin1String(kLircRemoteName));
@@ -99,7 +110,8 @@ QString LircRemote::conf(const QStringList& header) const {
     for (const LircButton& b : m_buttons) {
         out += QStringLiteral("\n          name %1\n").arg(b.name);
         QList<qint32> d = b.code.durations;
-        if (d.size() % 2 == 0) d.removeLast(); // the lead-out is the gap
+        if (d.size() % 2 == 0)
+            d.removeLast(); // the lead-out is the gap
         for (qsizetype i = 0; i < d.size(); i += kPerLine) {
             QStringList line;
             for (qsizetype j = i; j < std::min<qsizetype>(i + kPerLine, d.size()); ++j)

@@ -5,7 +5,8 @@
 namespace telvo::core {
 
 int LineTimeMs(qsizetype bytes, int rate) {
-    if (rate <= 0 || bytes <= 0) return 0;
+    if (rate <= 0 || bytes <= 0)
+        return 0;
     return int((qint64(bytes) * 10 * 1000 + rate - 1) / rate);
 }
 
@@ -23,13 +24,16 @@ void SlowestRecentAnswer::add(int ms) {
 
 int SlowestRecentAnswer::value() const {
     int most = 0;
-    for (int i = 0; i < m_count; ++i) most = std::max(most, m_recent[std::size_t(i)]);
+    for (int i = 0; i < m_count; ++i)
+        most = std::max(most, m_recent[std::size_t(i)]);
     return most;
 }
 
 int WaitGrowthMs(bool network, bool measured, int roundTripMs) {
-    if (!network) return 0;
-    if (!measured) return kWorkableRoundTripMs;
+    if (!network)
+        return 0;
+    if (!measured)
+        return kWorkableRoundTripMs;
     const qint64 grown = qint64(std::max(roundTripMs, 0)) * 3 / 2;
     return int(std::min<qint64>(grown, kWorkableRoundTripMs));
 }

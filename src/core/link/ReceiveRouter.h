@@ -98,9 +98,9 @@ private:
     };
 
     QString m_text;
-    QList<Cut> m_cuts;      // since the last setText
+    QList<Cut> m_cuts; // since the last setText
     quint64 m_setRevision = 0;
-    Mark m_marks[3];        // "failure", "restart.", "frk file now"
+    Mark m_marks[3]; // "failure", "restart.", "frk file now"
     quint64 m_headDropped = 0;
     quint64 m_revision = 0;
 };
@@ -118,7 +118,10 @@ public:
     virtual void PromptSeen() = 0;                       // console prompt: cursor to the end
     // A reply packet other than the echo, before it is taken: true when it is the late answer
     // to a frame that already timed out, which is then dropped and leaves the flags alone.
-    virtual bool LateReply(const QString& reply) { (void)reply; return false; }
+    virtual bool LateReply(const QString& reply) {
+        (void)reply;
+        return false;
+    }
 };
 
 // True when the device state word asks for loader text to be shown.

@@ -14,25 +14,30 @@ NetworkAddress ParseNetworkAddress(const QString& text) {
         QRegularExpression::CaseInsensitiveOption);
     NetworkAddress a;
     const auto m = re.match(text.trimmed());
-    if (!m.hasMatch()) return a;
+    if (!m.hasMatch())
+        return a;
     const uint port = m.captured(3).toUInt();
-    if (port == 0 || port > 65535) return a;
+    if (port == 0 || port > 65535)
+        return a;
     a.kind = m.captured(1).compare(QLatin1String("socket"), Qt::CaseInsensitive) == 0
                  ? NetworkAddress::Socket
                  : NetworkAddress::Rfc2217;
     a.host = m.captured(2);
-    if (a.host.startsWith(QLatin1Char('['))) a.host = a.host.mid(1, a.host.size() - 2);
+    if (a.host.startsWith(QLatin1Char('[')))
+        a.host = a.host.mid(1, a.host.size() - 2);
     a.port = quint16(port);
     return a;
 }
 
 QByteArray TelnetEscape(const QByteArray& data) {
-    if (!data.contains(char(IAC))) return data;
+    if (!data.contains(char(IAC)))
+        return data;
     QByteArray out;
     out.reserve(data.size() + 8);
     for (const char c : data) {
         out += c;
-        if (static_cast<unsigned char>(c) == IAC) out += c;
+        if (static_cast<unsigned char>(c) == IAC)
+            out += c;
     }
     return out;
 }
@@ -51,7 +56,8 @@ QByteArray ComPortCommand(unsigned char command, const QByteArray& value) {
 
 QByteArray SetBaudrateCommand(quint32 baud) {
     QByteArray v(4, '\0');
-    for (int i = 0; i < 4; ++i) v[i] = char((baud >> (8 * (3 - i))) & 0xFF);
+    for (int i = 0; i < 4; ++i)
+        v[i] = char((baud >> (8 * (3 - i))) & 0xFF);
     return ComPortCommand(comport::SetBaudrate, v);
 }
 
@@ -66,8 +72,10 @@ QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>*
         const auto c = static_cast<unsigned char>(ch);
         switch (m_state) {
         case Data:
-            if (c == IAC) m_state = Iac;
-            else data += ch;
+            if (c == IAC)
+                m_state = Iac;
+            else
+                data += ch;
             break;
         case Iac:
             if (c == IAC) {
@@ -90,13 +98,16 @@ QByteArray TelnetParser::feed(const QByteArray& bytes, std::vector<TelnetEvent>*
             e.verb = m_verb;
             e.option = c;
             e.at = data.size();
-            if (events) events->push_back(std::move(e));
+            if (events)
+                events->push_back(std::move(e));
             m_state = Data;
             break;
         }
         case Sub:
-            if (c == IAC) m_state = SubIac;
-            else subByte(ch, data, events);
+            if (c == IAC)
+                m_state = SubIac;
+            else
+                subByte(ch, data, events);
             break;
         case SubIac:
             if (c == IAC) {
@@ -136,7 +147,8 @@ void TelnetParser::subByte(char ch, QByteArray& data, std::vector<TelnetEvent>* 
     e.kind = TelnetEvent::Abandoned;
     e.option = m_sub.isEmpty() ? 0 : static_cast<unsigned char>(m_sub[0]);
     e.at = data.size();
-    if (events) events->push_back(std::move(e));
+    if (events)
+        events->push_back(std::move(e));
     m_sub.clear();
     m_state = Data;
     data += ch;
@@ -146,7 +158,9 @@ bool TelnetNegotiator::weWant(unsigned char option) {
     return option == BINARY || option == SGA || option == COM_PORT;
 }
 
-bool TelnetNegotiator::theyMay(unsigned char option) { return option == BINARY || option == SGA; }
+bool TelnetNegotiator::theyMay(unsigned char option) {
+    return option == BINARY || option == SGA;
+}
 
 static QByteArray verbBytes(unsigned char verb, unsigned char option) {
     QByteArray out;
@@ -186,7 +200,8 @@ QByteArray TelnetNegotiator::answer(unsigned char verb, unsigned char option) {
         return settle(m_us[option], true, weWant(option), WILL, WONT, option);
     case DONT:
         return settle(m_us[option], false, false, WILL, WONT, option);
-    default: return {};
+    default:
+        return {};
     }
 }
 
@@ -226,7 +241,8 @@ void RoundTripEstimate::add(int ms) {
 }
 
 int RoundTripEstimate::estimateMs() const {
-    if (m_count == 0) return 0;
+    if (m_count == 0)
+        return 0;
     const int recentMax = *std::max_element(m_recent.begin(), m_recent.end());
     return qMax(int(std::lround(m_srtt + m_var)), recentMax);
 }

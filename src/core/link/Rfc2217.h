@@ -11,8 +11,7 @@
 namespace telvo::core {
 
 namespace telnet {
-constexpr unsigned char IAC = 255, DONT = 254, DO = 253, WONT = 252, WILL = 251, SB = 250,
-                        SE = 240;
+constexpr unsigned char IAC = 255, DONT = 254, DO = 253, WONT = 252, WILL = 251, SB = 250, SE = 240;
 constexpr unsigned char BINARY = 0, SGA = 3, COM_PORT = 44;
 } // namespace telnet
 
@@ -100,7 +99,9 @@ public:
     // The server refused it: this is no RFC 2217 server.
     bool comPortRefused() const { return m_us[telnet::COM_PORT] == No && m_started; }
     // Binary both ways: without it a server in text mode changes CR and NUL inside frames.
-    bool binaryAgreed() const { return m_us[telnet::BINARY] == Yes && m_him[telnet::BINARY] == Yes; }
+    bool binaryAgreed() const {
+        return m_us[telnet::BINARY] == Yes && m_him[telnet::BINARY] == Yes;
+    }
     // Every option a COM port needs has its answer, yes or no.
     bool settled() const;
 

@@ -10,7 +10,10 @@ namespace telvo::core {
 
 class LogLines {
 public:
-    void add(const QString& line) { m_lines.push_back(line); ++m_revision; }
+    void add(const QString& line) {
+        m_lines.push_back(line);
+        ++m_revision;
+    }
     // Emptied, the box gives its memory back too: a run of days may have kept a million lines.
     void clear() {
         std::vector<QString>().swap(m_lines);

@@ -5,7 +5,9 @@
 
 namespace telvo::core {
 
-int PanelColumns(int panel) { return panel == 3 ? 4 : 3; }
+int PanelColumns(int panel) {
+    return panel == 3 ? 4 : 3;
+}
 
 QList<LabelPlace> PlaceLabels(const CommandTable& commands, const PanelMetrics& m) {
     // Column widths are rounded to whole twips, as the positions are.
@@ -17,7 +19,8 @@ QList<LabelPlace> PlaceLabels(const CommandTable& commands, const PanelMetrics& 
     QList<LabelPlace> places;
     for (int i = 1; i < commands.size(); ++i) {
         const int panel = commands.at(i).Panel;
-        if (panel < 1 || panel > 3) continue;
+        if (panel < 1 || panel > 3)
+            continue;
         LabelPlace p;
         p.record = i;
         p.panel = panel;
@@ -45,35 +48,49 @@ QList<LabelPlace> PlaceLabels(const CommandTable& commands, const PanelMetrics& 
     return places;
 }
 
-QString AnswerType(const QString& reply) { return Mid(reply, 2, 2); }
-QString AnswerCommand(const QString& reply) { return Mid(reply, 6, 2); }
+QString AnswerType(const QString& reply) {
+    return Mid(reply, 2, 2);
+}
+QString AnswerCommand(const QString& reply) {
+    return Mid(reply, 6, 2);
+}
 
-QString AnswerValue(const QString& reply) { return CutAtNul(Mid(reply, 9)); }
+QString AnswerValue(const QString& reply) {
+    return CutAtNul(Mid(reply, 9));
+}
 
 QString FormatAnswerText(const CommandTable& commands, const QString& reply,
                          const QString& modelText, const QString& firmwareText,
                          bool* unknownCommand) {
-    if (unknownCommand) *unknownCommand = false;
+    if (unknownCommand)
+        *unknownCommand = false;
     const QString type = AnswerType(reply);
-    if (type == QLatin1String("02")) return QStringLiteral("N/A");
-    if (type != QLatin1String("21")) return QString();
+    if (type == QLatin1String("02"))
+        return QStringLiteral("N/A");
+    if (type != QLatin1String("21"))
+        return QString();
     const QString code = AnswerCommand(reply);
     const int index = FindCommandByCode(commands, code);
     if (index == 0) {
-        if (unknownCommand) *unknownCommand = true;
+        if (unknownCommand)
+            *unknownCommand = true;
         return QString();
     }
-    if (SameText(code, QStringLiteral("A8"))) return modelText;
-    if (SameText(code, QStringLiteral("A9"))) return firmwareText;
+    if (SameText(code, QStringLiteral("A8")))
+        return modelText;
+    if (SameText(code, QStringLiteral("A9")))
+        return firmwareText;
     return ValueText(commands.at(index), AnswerValue(reply));
 }
 
 QString ValueText(const CommandRec& rec, const QString& value) {
-    if (rec.IsByte || rec.IsInteger || rec.IsRange) return value;
+    if (rec.IsByte || rec.IsInteger || rec.IsRange)
+        return value;
     if (rec.IsList) {
         const double v = Val(value);
         for (int r = 1; r < rec.Values.size(); ++r)
-            if (rec.Values.at(r).Value == v) return rec.Values.at(r).Text;
+            if (rec.Values.at(r).Value == v)
+                return rec.Values.at(r).Text;
         return QString();
     }
     return QString();

@@ -23,12 +23,12 @@ struct LabelPlace {
 
 // The frame measures the placement needs, in twips.
 struct PanelMetrics {
-    int topWidth = 0;     // FrameTop.Width
-    int line1X = 0;       // Line1's x position in FrameTop
-    int midWidth = 0;     // FrameMid.Width
-    int line2X = 0;       // Line2's x position in FrameMid
-    int btmWidth = 0;     // FrameBtm.Width
-    int labelHeight = 0;  // height of one label
+    int topWidth = 0;    // FrameTop.Width
+    int line1X = 0;      // Line1's x position in FrameTop
+    int midWidth = 0;    // FrameMid.Width
+    int line2X = 0;      // Line2's x position in FrameMid
+    int btmWidth = 0;    // FrameBtm.Width
+    int labelHeight = 0; // height of one label
     int interRowSpace = 0;
 };
 

@@ -1,7 +1,7 @@
 #include "core/settings/SettingsFile.h"
 
-#include "core/text/Classic.h"
 #include "core/link/Protocol.h"
+#include "core/text/Classic.h"
 #include "core/text/MinorSubs.h"
 
 #include <QByteArrayList>
@@ -76,12 +76,15 @@ bool isSettingsLine(const QString& line) {
 } // namespace
 
 QString SettingsFileProblem(const QByteArray& bytes) {
-    if (bytes.contains('\0')) return QStringLiteral("it is not text");
+    if (bytes.contains('\0'))
+        return QStringLiteral("it is not text");
     int n = 0, settings = 0;
     for (QByteArray raw : bytes.split('\n')) {
         ++n;
-        while (raw.endsWith('\r')) raw.chop(1);
-        if (raw.trimmed().isEmpty()) continue;
+        while (raw.endsWith('\r'))
+            raw.chop(1);
+        if (raw.trimmed().isEmpty())
+            continue;
         const QString line = QString::fromLatin1(raw);
         if (!isSettingsLine(line))
             return QStringLiteral("line %1 is not a saved setting: ").arg(n) + line.left(60);

@@ -26,12 +26,12 @@ QString SetBody(const QString& saved);
 
 // One line of the file, cut as the restore cuts it.
 struct SettingsLine {
-    bool isState = false;  // the first 8 characters are "SetState"
-    QString state;         // state lines: the state's name
-    QString setBody;       // state lines: the body that sets the state
-    QString stateType;     // state lines: StateType(state)
-    QString parameter;     // the parameter's (or plain row's) name
-    QString item;          // code and value as saved
+    bool isState = false; // the first 8 characters are "SetState"
+    QString state;        // state lines: the state's name
+    QString setBody;      // state lines: the body that sets the state
+    QString stateType;    // state lines: StateType(state)
+    QString parameter;    // the parameter's (or plain row's) name
+    QString item;         // code and value as saved
 };
 SettingsLine ParseSettingsLine(const QString& line);
 

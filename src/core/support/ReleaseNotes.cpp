@@ -4,11 +4,14 @@
 
 namespace telvo::core {
 
-QString ReleaseNotesMarker() { return QStringLiteral("#BeginEditable \"content\" -->"); }
+QString ReleaseNotesMarker() {
+    return QStringLiteral("#BeginEditable \"content\" -->");
+}
 
 QString FirstLineOf(const QByteArray& bytes) {
     qsizetype end = 0;
-    while (end < bytes.size() && bytes[end] != '\r' && bytes[end] != '\n') ++end;
+    while (end < bytes.size() && bytes[end] != '\r' && bytes[end] != '\n')
+        ++end;
     // One character a byte, whatever the page's character set: the markers are plain ASCII, and
     // the cut text goes back out as the very bytes that came in (ReleaseNotes.html carries no
     // charset of its own after the cut).
@@ -18,7 +21,8 @@ QString FirstLineOf(const QByteArray& bytes) {
 std::optional<QString> CutReleaseNotes(const QString& firstLine) {
     const QString marker = ReleaseNotesMarker();
     const qsizetype p = firstLine.indexOf(marker);
-    if (p < 0) return std::nullopt;
+    if (p < 0)
+        return std::nullopt;
     QString text = TrimBlank(firstLine.mid(p + marker.size()));
     // The order decides when a page holds more than one of them.
     static const char* const kDownloadMarks[] = {

@@ -11,12 +11,16 @@ constexpr int kInvalidCall = 5;
 } // namespace
 
 QString ModelPrefix(const QString& model, bool debuggerMode) {
-    if (debuggerMode) return {};
-    static const std::pair<const char*, const char*> kPrefixes[] = {
-        {"Gorda", "gorda_"}, {"Fenna", "fenna_"}, {"Hesta", "hesta_"},
-        {"Jorn", "jorn_"},   {"Jorn+", "jornp_"}};
+    if (debuggerMode)
+        return {};
+    static const std::pair<const char*, const char*> kPrefixes[] = {{"Gorda", "gorda_"},
+                                                                    {"Fenna", "fenna_"},
+                                                                    {"Hesta", "hesta_"},
+                                                                    {"Jorn", "jorn_"},
+                                                                    {"Jorn+", "jornp_"}};
     for (const auto& [word, prefix] : kPrefixes)
-        if (ContainsText(model, QLatin1String(word))) return QLatin1String(prefix);
+        if (ContainsText(model, QLatin1String(word)))
+            return QLatin1String(prefix);
     return {};
 }
 
@@ -27,10 +31,14 @@ QString NotesUrlFor(const QString& fileUrl) {
 }
 
 QString UnsafeNameReason(const QString& name) {
-    if (name.isEmpty()) return QStringLiteral("it is empty");
-    if (name.contains(u'/') || name.contains(u'\\')) return QStringLiteral("it holds a path separator");
-    if (name.contains(QStringLiteral(".."))) return QStringLiteral("it holds \"..\"");
-    if (name.contains(u':')) return QStringLiteral("it holds a drive letter or colon");
+    if (name.isEmpty())
+        return QStringLiteral("it is empty");
+    if (name.contains(u'/') || name.contains(u'\\'))
+        return QStringLiteral("it holds a path separator");
+    if (name.contains(QStringLiteral("..")))
+        return QStringLiteral("it holds \"..\"");
+    if (name.contains(u':'))
+        return QStringLiteral("it holds a drive letter or colon");
     for (const QChar c : name)
         if (c.unicode() < 32 || c.unicode() == 127 || c.category() == QChar::Other_Control)
             return QStringLiteral("it holds a control character");
@@ -60,18 +68,22 @@ UpdateListResult ParseUpdateList(const QString& response, const QString& prefix)
     };
 
     QString line = QStringLiteral("1");
-    while (!line.isEmpty() && pos < n) line = cut();
-    if (!line.isEmpty()) return result; // a response that is all header
+    while (!line.isEmpty() && pos < n)
+        line = cut();
+    if (!line.isEmpty())
+        return result; // a response that is all header
 
     while (pos < n) {
         if (noMoreLineEnds) {
             // Every line left is empty: it matches only the empty prefix, and then its address
             // is too short.
-            if (prefix.isEmpty()) NotesUrlFor(QString());
+            if (prefix.isEmpty())
+                NotesUrlFor(QString());
             break;
         }
         line = cut();
-        if (!line.startsWith(prefix, Qt::CaseInsensitive)) continue;
+        if (!line.startsWith(prefix, Qt::CaseInsensitive))
+            continue;
         UpdateEntry e;
         QString rest = line;
         e.FileName = ParseToken(rest, QStringLiteral(","));
@@ -91,11 +103,13 @@ UpdateListResult ParseUpdateList(const QString& response, const QString& prefix)
 QString FormatThousands(qint64 n) {
     const bool negative = n < 0;
     QString digits = QString::number(negative ? -n : n);
-    while (digits.size() < 6) digits.prepend(u'0');
+    while (digits.size() < 6)
+        digits.prepend(u'0');
     QString out;
     const qsizetype len = digits.size();
     for (qsizetype i = 0; i < len; ++i) {
-        if (i > 0 && (len - i) % 3 == 0) out += u',';
+        if (i > 0 && (len - i) % 3 == 0)
+            out += u',';
         out += digits[i];
     }
     return negative ? u'-' + out : out;

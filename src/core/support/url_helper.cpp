@@ -31,7 +31,8 @@ UrlParts SplitUrl(QString url) {
         const QString port = url.mid(c + 1, s - c - 1);
         if (IsNumericText(port)) {
             const double v = RoundEven(Val(port));
-            if (v < 0 || v > 65535) throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
+            if (v < 0 || v > 65535)
+                throw RuntimeError(kOverflow, QStringLiteral("Overflow"));
             parts.Port = quint16(v);
         }
     }
@@ -48,7 +49,8 @@ UrlParts SplitUrl(QString url) {
 
 QString HttpRequest(const QString& method, const UrlParts& parts, QString formData) {
     QString path = parts.Path;
-    if (!parts.Query.isEmpty()) path += u'?' + parts.Query;
+    if (!parts.Query.isEmpty())
+        path += u'?' + parts.Query;
     QString headers;
     QString body;
     if (!formData.isEmpty()) {
@@ -69,7 +71,8 @@ int RemotePortFor(const UrlParts& parts, int currentPort, bool& badScheme) {
     badScheme = false;
     if (SameText(parts.Scheme, QStringLiteral("http")))
         return parts.Port > 0 ? parts.Port : 80;
-    if (parts.Scheme.isEmpty()) return 80;
+    if (parts.Scheme.isEmpty())
+        return 80;
     badScheme = true;
     return currentPort;
 }
@@ -85,7 +88,8 @@ QString FixLineEnds(const QString& text) {
             out += u'\n';
             pending = false;
         } else if (ch == u'\n') {
-            if (previous != u'\r') out += u'\r';
+            if (previous != u'\r')
+                out += u'\r';
             out += u'\n';
             pending = false;
         } else if (ch == u'\r') {

@@ -14,8 +14,8 @@ struct UrlParts {
     // 0 when the address names none. The whole TCP range 0..65535: a signed 16-bit port would
     // refuse every port above 32767, where the system's own ephemeral ports lie.
     quint16 Port = 0;
-    QString Path;    // from the first "/" up to "?"; "/" if none
-    QString Query;   // behind "?"
+    QString Path;  // from the first "/" up to "?"; "/" if none
+    QString Query; // behind "?"
 };
 
 // A port text that is not numeric leaves Port at 0; one outside 0..65535 raises RuntimeError(6).

@@ -19,7 +19,9 @@ Clock& Clock::instance() {
 
 Clock::At::At(qint64 us) : m_saved(std::exchange(instance().m_atUs, us)) {}
 
-Clock::At::~At() { instance().m_atUs = m_saved; }
+Clock::At::~At() {
+    instance().m_atUs = m_saved;
+}
 
 Clock::Clock() {
     m_wall.start();
@@ -32,7 +34,8 @@ Clock::Clock() {
 }
 
 void Clock::setVirtual(bool on) {
-    if (on == m_virtual) return;
+    if (on == m_virtual)
+        return;
     const qint64 now = readUs();
     m_virtual = on;
     if (on) {
@@ -51,10 +54,13 @@ void Clock::setVirtual(bool on) {
     }
 }
 
-qint64 Clock::nowUs() const { return m_atUs != kRealTime ? m_atUs : readUs(); }
+qint64 Clock::nowUs() const {
+    return m_atUs != kRealTime ? m_atUs : readUs();
+}
 
 qint64 Clock::readUs() const {
-    if (m_virtual) return m_virtualNowUs;
+    if (m_virtual)
+        return m_virtualNowUs;
     return m_wall.nsecsElapsed() / 1000 + m_wallOffsetUs;
 }
 
@@ -69,7 +75,8 @@ Clock::Id Clock::schedule(qint64 dueUs, Callback cb) {
 
 void Clock::cancel(Id id) {
     const auto it = m_index.find(id);
-    if (it == m_index.end()) return;
+    if (it == m_index.end())
+        return;
     m_events.erase(it->second);
     m_index.erase(it);
     rearm();
@@ -101,7 +108,8 @@ int Clock::fireDue() {
 }
 
 bool Clock::advanceToNext() {
-    if (!m_virtual || m_events.empty()) return false;
+    if (!m_virtual || m_events.empty())
+        return false;
     m_virtualNowUs = std::max(m_virtualNowUs, m_events.begin()->first.first);
     fireDue();
     return true;
@@ -110,7 +118,8 @@ bool Clock::advanceToNext() {
 bool Clock::runUntil(const std::function<bool()>& cond, qint64 limitUs) {
     const qint64 end = nowUs() + limitUs;
     while (!cond()) {
-        if (!m_virtual || m_events.empty() || nextDueUs() > end) return false;
+        if (!m_virtual || m_events.empty() || nextDueUs() > end)
+            return false;
         advanceToNext();
     }
     return true;
@@ -118,7 +127,8 @@ bool Clock::runUntil(const std::function<bool()>& cond, qint64 limitUs) {
 
 void Clock::advanceBy(qint64 us) {
     const qint64 target = nowUs() + us;
-    if (!m_virtual) return;
+    if (!m_virtual)
+        return;
     while (!m_events.empty() && m_events.begin()->first.first <= target) {
         m_virtualNowUs = std::max(m_virtualNowUs, m_events.begin()->first.first);
         fireDue();
@@ -135,8 +145,10 @@ void Clock::woken() {
 // The timer file needs the thread's event dispatcher, which exists once the application does.
 bool Clock::preciseWake() {
 #ifdef Q_OS_LINUX
-    if (m_notifier) return true;
-    if (m_timerFd == -2 || !QAbstractEventDispatcher::instance()) return false;
+    if (m_notifier)
+        return true;
+    if (m_timerFd == -2 || !QAbstractEventDispatcher::instance())
+        return false;
     m_timerFd = ::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
     if (m_timerFd < 0) {
         m_timerFd = -2;
@@ -155,13 +167,15 @@ bool Clock::preciseWake() {
 }
 
 void Clock::rearm() {
-    if (m_virtual) return;
+    if (m_virtual)
+        return;
     const qint64 due = m_events.empty() ? kRealTime : m_events.begin()->first.first;
     const qint64 delayUs = due == kRealTime ? 0 : std::max<qint64>(due - readUs(), 0);
 #ifdef Q_OS_LINUX
     if (preciseWake()) {
         // One system call per change of the earliest event, not per event scheduled.
-        if (due == m_armedUs) return;
+        if (due == m_armedUs)
+            return;
         m_armedUs = due;
         itimerspec when{};
         if (due != kRealTime) {

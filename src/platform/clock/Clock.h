@@ -3,9 +3,9 @@
 // benchmarks) jumps straight to the next scheduled event whenever the program would otherwise
 // wait, so an 8 s reboot or a 30 s search costs no real time and always happens in the same order.
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <QElapsedTimer>
 #include <functional>
 #include <map>
 
@@ -45,7 +45,9 @@ public:
     qint64 nowMs() const { return nowUs() / 1000; }
 
     Id schedule(qint64 dueUs, Callback cb);
-    Id scheduleIn(qint64 delayUs, Callback cb) { return schedule(nowUs() + delayUs, std::move(cb)); }
+    Id scheduleIn(qint64 delayUs, Callback cb) {
+        return schedule(nowUs() + delayUs, std::move(cb));
+    }
     void cancel(Id id);
     bool hasPending() const { return !m_events.empty(); }
     std::size_t pendingCount() const { return m_events.size(); }

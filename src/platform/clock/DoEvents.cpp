@@ -38,8 +38,7 @@ void DoEvents() {
                 QCoreApplication::processEvents(QEventLoop::AllEvents |
                                                 QEventLoop::WaitForMoreEvents);
         } else {
-            QCoreApplication::processEvents(QEventLoop::AllEvents |
-                                            QEventLoop::WaitForMoreEvents);
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
             clock.fireDue();
         }
     }

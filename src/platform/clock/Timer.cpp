@@ -6,20 +6,27 @@ namespace {
 int g_live = 0; // the one thread creates and deletes them all
 } // namespace
 
-Timer::Timer(QObject* parent, int intervalMs) : QObject(parent), m_interval(intervalMs) { ++g_live; }
+Timer::Timer(QObject* parent, int intervalMs) : QObject(parent), m_interval(intervalMs) {
+    ++g_live;
+}
 
 Timer::~Timer() {
     disarm();
     --g_live;
 }
 
-int Timer::LiveCount() { return g_live; }
+int Timer::LiveCount() {
+    return g_live;
+}
 
 void Timer::setEnabled(bool on) {
-    if (on == m_enabled) return;
+    if (on == m_enabled)
+        return;
     m_enabled = on;
-    if (on) arm();
-    else disarm();
+    if (on)
+        arm();
+    else
+        disarm();
 }
 
 void Timer::setInterval(int ms) {
@@ -31,7 +38,8 @@ void Timer::setInterval(int ms) {
 }
 
 void Timer::arm() {
-    if (m_interval <= 0) return;
+    if (m_interval <= 0)
+        return;
     m_pending = Clock::instance().scheduleIn(qint64(m_interval) * 1000, [this] {
         m_pending = 0;
         // The next tick is set before the handler runs; a handler that disables the timer
@@ -42,7 +50,8 @@ void Timer::arm() {
 }
 
 void Timer::disarm() {
-    if (m_pending) Clock::instance().cancel(m_pending);
+    if (m_pending)
+        Clock::instance().cancel(m_pending);
     m_pending = 0;
 }
 

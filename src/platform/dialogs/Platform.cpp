@@ -17,18 +17,28 @@ public:
         QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? QStringLiteral("Telvo") : title,
                         text);
         switch (buttons & 7) {
-        case vbOKCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
+        case vbOKCancel:
+            box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel);
+            break;
         case vbYesNoCancel:
             box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
             break;
-        case vbYesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
-        default: box.setStandardButtons(QMessageBox::Ok); break;
+        case vbYesNo:
+            box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+            break;
+        default:
+            box.setStandardButtons(QMessageBox::Ok);
+            break;
         }
         switch (box.exec()) {
-        case QMessageBox::Cancel: return vbCancel;
-        case QMessageBox::Yes: return vbYes;
-        case QMessageBox::No: return vbNo;
-        default: return vbOK;
+        case QMessageBox::Cancel:
+            return vbCancel;
+        case QMessageBox::Yes:
+            return vbYes;
+        case QMessageBox::No:
+            return vbNo;
+        default:
+            return vbOK;
         }
     }
     QString OpenFileDialog(const QString& title, const QString& dir,
@@ -44,7 +54,8 @@ public:
     }
     void Beep() override { QApplication::beep(); }
     void HideEverything() override {
-        for (QWidget* w : QApplication::topLevelWidgets()) w->hide();
+        for (QWidget* w : QApplication::topLevelWidgets())
+            w->hide();
         QCoreApplication::exit(0);
     }
 };
@@ -59,11 +70,14 @@ bool g_ended = false;
 } // namespace
 
 Platform& CurrentPlatform() {
-    if (!slot()) slot() = std::make_unique<QtPlatform>();
+    if (!slot())
+        slot() = std::make_unique<QtPlatform>();
     return *slot();
 }
 
-void InstallPlatform(std::unique_ptr<Platform> platform) { slot() = std::move(platform); }
+void InstallPlatform(std::unique_ptr<Platform> platform) {
+    slot() = std::move(platform);
+}
 
 int MessageBox(const QString& text, int buttons, const QString& title) {
     return CurrentPlatform().MessageBox(text, buttons, title);
@@ -74,14 +88,30 @@ QString OpenFileDialog(const QString& title, const QString& dir, const QString& 
 QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) {
     return CurrentPlatform().SaveFileDialog(title, dir, filter);
 }
-void Beep() { CurrentPlatform().Beep(); }
-PromptAnswer AnswerPrompt(const Prompt& prompt) { return CurrentPlatform().AnswerPrompt(prompt); }
-void StatusShown(const QString& text, bool alert) { CurrentPlatform().StatusShown(text, alert); }
-void ExchangeFailed(const QString& why) { CurrentPlatform().ExchangeFailed(why); }
-void PortNoted(const QString& text) { CurrentPlatform().PortNoted(text); }
-void ProgressMade(const Progress& progress) { CurrentPlatform().ProgressMade(progress); }
-void ProgressEnded(Progress::Kind kind) { CurrentPlatform().ProgressEnded(kind); }
-void WindowWaits(const QString& title) { CurrentPlatform().WindowWaits(title); }
+void Beep() {
+    CurrentPlatform().Beep();
+}
+PromptAnswer AnswerPrompt(const Prompt& prompt) {
+    return CurrentPlatform().AnswerPrompt(prompt);
+}
+void StatusShown(const QString& text, bool alert) {
+    CurrentPlatform().StatusShown(text, alert);
+}
+void ExchangeFailed(const QString& why) {
+    CurrentPlatform().ExchangeFailed(why);
+}
+void PortNoted(const QString& text) {
+    CurrentPlatform().PortNoted(text);
+}
+void ProgressMade(const Progress& progress) {
+    CurrentPlatform().ProgressMade(progress);
+}
+void ProgressEnded(Progress::Kind kind) {
+    CurrentPlatform().ProgressEnded(kind);
+}
+void WindowWaits(const QString& title) {
+    CurrentPlatform().WindowWaits(title);
+}
 
 void EndProgram() {
     if (!g_ended) {
@@ -91,10 +121,15 @@ void EndProgram() {
     throw ProgramEnd();
 }
 
-bool ProgramEnded() { return g_ended; }
-void ResetProgramEnded() { g_ended = false; }
+bool ProgramEnded() {
+    return g_ended;
+}
+void ResetProgramEnded() {
+    g_ended = false;
+}
 void ThrowIfEnded() {
-    if (g_ended) throw ProgramEnd();
+    if (g_ended)
+        throw ProgramEnd();
 }
 
 } // namespace telvo::platform

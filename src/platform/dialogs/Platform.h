@@ -27,7 +27,8 @@ struct ProgramEnd : std::exception {
 struct Prompt {
     enum Kind { Confirm, Breakpoint };
     Kind kind = Confirm;
-    QString text; // the routine's words, without the window's "Confirm Operation: " and "(Click ...)"
+    QString
+        text; // the routine's words, without the window's "Confirm Operation: " and "(Click ...)"
 };
 // Who answers a prompt: the window's buttons (a person), or the platform at once with Continue.
 enum class PromptAnswer { Window, Continue };

@@ -15,8 +15,8 @@ class ScriptedPeer : public LinePeer {
 public:
     ~ScriptedPeer() override;
     struct Rule {
-        QByteArray frame;   // the frame to answer; empty matches any frame
-        QByteArray reply;   // empty: no answer
+        QByteArray frame; // the frame to answer; empty matches any frame
+        QByteArray reply; // empty: no answer
         int delayMs = 0;
         int times = -1;     // how many frames the rule answers; -1 for ever
         bool echo = false;  // send the frame back before the reply
@@ -38,7 +38,7 @@ public:
     // Sends bytes now, unasked (garbage, boot-loader text...).
     void send(const QByteArray& bytes);
 
-    QList<QByteArray> frames() const { return m_frames; } // whole frames received, STX..ETX
+    QList<QByteArray> frames() const { return m_frames; }       // whole frames received, STX..ETX
     QList<qint64> frameTimesUs() const { return m_frameTimes; } // when each frame was whole
     QByteArray heard() const { return m_heard; }
     void clearHeard() {

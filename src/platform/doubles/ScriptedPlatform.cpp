@@ -6,7 +6,8 @@ namespace telvo::platform {
 
 int ScriptedPlatform::MessageBox(const QString& text, int buttons, const QString&) {
     shown.push_back({QStringLiteral("MessageBox"), text, buttons});
-    if (answers.empty()) return (buttons & 7) == vbYesNo || (buttons & 7) == vbYesNoCancel ? vbYes : vbOK;
+    if (answers.empty())
+        return (buttons & 7) == vbYesNo || (buttons & 7) == vbYesNoCancel ? vbYes : vbOK;
     const int a = answers.front();
     answers.pop_front();
     return a;
@@ -14,7 +15,8 @@ int ScriptedPlatform::MessageBox(const QString& text, int buttons, const QString
 
 QString ScriptedPlatform::OpenFileDialog(const QString& title, const QString&, const QString&) {
     shown.push_back({QStringLiteral("Open"), title, 0});
-    if (paths.empty()) return {};
+    if (paths.empty())
+        return {};
     QString p = paths.front();
     paths.pop_front();
     return p;
@@ -22,7 +24,8 @@ QString ScriptedPlatform::OpenFileDialog(const QString& title, const QString&, c
 
 QString ScriptedPlatform::SaveFileDialog(const QString& title, const QString&, const QString&) {
     shown.push_back({QStringLiteral("Save"), title, 0});
-    if (paths.empty()) return {};
+    if (paths.empty())
+        return {};
     QString p = paths.front();
     paths.pop_front();
     return p;
@@ -31,7 +34,8 @@ QString ScriptedPlatform::SaveFileDialog(const QString& title, const QString&, c
 QStringList ScriptedPlatform::messageTexts() const {
     QStringList out;
     for (const Shown& s : shown)
-        if (s.kind == QLatin1String("MessageBox")) out << s.text;
+        if (s.kind == QLatin1String("MessageBox"))
+            out << s.text;
     return out;
 }
 

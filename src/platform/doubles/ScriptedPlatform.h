@@ -20,13 +20,15 @@ public:
     };
 
     int MessageBox(const QString& text, int buttons, const QString& title) override;
-    QString OpenFileDialog(const QString& title, const QString& dir, const QString& filter) override;
-    QString SaveFileDialog(const QString& title, const QString& dir, const QString& filter) override;
+    QString OpenFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override;
+    QString SaveFileDialog(const QString& title, const QString& dir,
+                           const QString& filter) override;
     void Beep() override { ++beeps; }
     void HideEverything() override { ++ends; }
 
-    std::deque<int> answers;    // message box answers, oldest first; vbOK when empty
-    std::deque<QString> paths;  // dialog answers; "" (cancelled) when empty
+    std::deque<int> answers;   // message box answers, oldest first; vbOK when empty
+    std::deque<QString> paths; // dialog answers; "" (cancelled) when empty
     std::vector<Shown> shown;
     int beeps = 0;
     int ends = 0;

@@ -18,9 +18,9 @@ namespace {
 QString ownFolder() {
     static const QString folder = [] {
         QString exe = QCoreApplication::applicationDirPath();
-        if (InstalledSample().isEmpty() && QFileInfo(exe).isWritable()) return exe;
-        return QDir::cleanPath(
-            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+        if (InstalledSample().isEmpty() && QFileInfo(exe).isWritable())
+            return exe;
+        return QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
     }();
     return folder;
 }
@@ -28,7 +28,8 @@ QString ownFolder() {
 
 QString AppPath() {
     const QString home = qEnvironmentVariable("TELVO_HOME");
-    if (!home.isEmpty()) return QDir::cleanPath(home);
+    if (!home.isEmpty())
+        return QDir::cleanPath(home);
     return ownFolder();
 }
 
@@ -39,7 +40,8 @@ void PrepareAppFolder() {
         return;
     QDir().mkpath(folder);
     const QString sample = InstalledSample();
-    if (sample.isEmpty() || QFileInfo::exists(AppFile(QStringLiteral("Telvo.ini")))) return;
+    if (sample.isEmpty() || QFileInfo::exists(AppFile(QStringLiteral("Telvo.ini"))))
+        return;
     const QString target = QDir(folder).filePath(QStringLiteral("Telvo.ini"));
     // The installed copy is read-only for the user; theirs must take the first-run rewrite.
     if (QFile::copy(sample, target))
@@ -48,14 +50,19 @@ void PrepareAppFolder() {
 
 QString FindFileNoCase(const QString& folder, const QString& name) {
     QString exact = QDir(folder).filePath(name);
-    if (QFileInfo::exists(exact)) return exact;
-    const QStringList entries = QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    if (QFileInfo::exists(exact))
+        return exact;
+    const QStringList entries =
+        QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString& e : entries)
-        if (e.compare(name, Qt::CaseInsensitive) == 0) return QDir(folder).filePath(e);
+        if (e.compare(name, Qt::CaseInsensitive) == 0)
+            return QDir(folder).filePath(e);
     return exact;
 }
 
-QString AppFile(const QString& name) { return FindFileNoCase(AppPath(), name); }
+QString AppFile(const QString& name) {
+    return FindFileNoCase(AppPath(), name);
+}
 
 namespace {
 QString& jobFolder() {
@@ -64,11 +71,17 @@ QString& jobFolder() {
 }
 } // namespace
 
-void SetJobFolder(const QString& folder) { jobFolder() = folder; }
+void SetJobFolder(const QString& folder) {
+    jobFolder() = folder;
+}
 
-QString JobFolder() { return jobFolder().isEmpty() ? AppPath() : jobFolder(); }
+QString JobFolder() {
+    return jobFolder().isEmpty() ? AppPath() : jobFolder();
+}
 
-QString JobFile(const QString& name) { return FindFileNoCase(JobFolder(), name); }
+QString JobFile(const QString& name) {
+    return FindFileNoCase(JobFolder(), name);
+}
 
 QString NativePath(const QString& path) {
     QString p = path;

@@ -8,10 +8,13 @@ namespace {
 LaunchHook g_hook = nullptr;
 }
 
-void SetLaunchHook(LaunchHook fake) { g_hook = fake; }
+void SetLaunchHook(LaunchHook fake) {
+    g_hook = fake;
+}
 
 bool LaunchApp(const QString& program, const QStringList& args, const QString& workingDir) {
-    if (g_hook) return g_hook(program, args, workingDir);
+    if (g_hook)
+        return g_hook(program, args, workingDir);
     return QProcess::startDetached(program, args, workingDir);
 }
 

@@ -14,7 +14,9 @@ namespace telvo::platform {
 
 namespace {
 
-int currentTid() { return int(::syscall(SYS_gettid)); }
+int currentTid() {
+    return int(::syscall(SYS_gettid));
+}
 
 int niceOf(int tid) {
     errno = 0;
@@ -23,11 +25,16 @@ int niceOf(int tid) {
 
 QString className(int c) {
     switch (c) {
-    case NORMAL_PRIORITY_CLASS: return QStringLiteral("Normal");
-    case IDLE_PRIORITY_CLASS: return QStringLiteral("Low (Idle)");
-    case HIGH_PRIORITY_CLASS: return QStringLiteral("High");
-    case REALTIME_PRIORITY_CLASS: return QStringLiteral("Realtime");
-    default: return QString::number(c);
+    case NORMAL_PRIORITY_CLASS:
+        return QStringLiteral("Normal");
+    case IDLE_PRIORITY_CLASS:
+        return QStringLiteral("Low (Idle)");
+    case HIGH_PRIORITY_CLASS:
+        return QStringLiteral("High");
+    case REALTIME_PRIORITY_CLASS:
+        return QStringLiteral("Realtime");
+    default:
+        return QString::number(c);
     }
 }
 
@@ -44,27 +51,44 @@ class LinuxPriority : public Priority {
 public:
     int GetPriorityClass() override {
         const int policy = ::sched_getscheduler(0);
-        if (policy == SCHED_RR || policy == SCHED_FIFO) return REALTIME_PRIORITY_CLASS;
+        if (policy == SCHED_RR || policy == SCHED_FIFO)
+            return REALTIME_PRIORITY_CLASS;
         const int base = baseNice();
-        if (base >= 15) return IDLE_PRIORITY_CLASS;
-        if (base > 0) return BELOW_NORMAL_PRIORITY_CLASS;
-        if (base == 0) return NORMAL_PRIORITY_CLASS;
-        if (base > -10) return ABOVE_NORMAL_PRIORITY_CLASS;
+        if (base >= 15)
+            return IDLE_PRIORITY_CLASS;
+        if (base > 0)
+            return BELOW_NORMAL_PRIORITY_CLASS;
+        if (base == 0)
+            return NORMAL_PRIORITY_CLASS;
+        if (base > -10)
+            return ABOVE_NORMAL_PRIORITY_CLASS;
         return HIGH_PRIORITY_CLASS;
     }
 
     bool SetPriorityClass(int c, QString& error) override {
         int base = 0;
         switch (c) {
-        case NORMAL_PRIORITY_CLASS: base = 0; break;
-        case IDLE_PRIORITY_CLASS: base = 19; break;
-        case HIGH_PRIORITY_CLASS: base = -10; break;
-        case REALTIME_PRIORITY_CLASS: base = 0; break;
-        default: error = QStringLiteral("Unknown priority class ") + QString::number(c); return false;
+        case NORMAL_PRIORITY_CLASS:
+            base = 0;
+            break;
+        case IDLE_PRIORITY_CLASS:
+            base = 19;
+            break;
+        case HIGH_PRIORITY_CLASS:
+            base = -10;
+            break;
+        case REALTIME_PRIORITY_CLASS:
+            base = 0;
+            break;
+        default:
+            error = QStringLiteral("Unknown priority class ") + QString::number(c);
+            return false;
         }
-        const QString what = QStringLiteral("Setting the process priority class to ") + className(c);
+        const QString what =
+            QStringLiteral("Setting the process priority class to ") + className(c);
         const int self = currentTid();
-        for (const QString& t : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        for (const QString& t :
+             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             const int tid = t.toInt();
             sched_param param{};
             int policy = SCHED_OTHER;
@@ -73,13 +97,16 @@ public:
                 param.sched_priority = rtPriority(tid == self ? m_offset : 0);
             }
             if (::sched_setscheduler(tid, policy, &param) != 0) {
-                if (errno == ESRCH) continue; // the thread has ended meanwhile
+                if (errno == ESRCH)
+                    continue; // the thread has ended meanwhile
                 error = refusal(what, errno);
                 return false;
             }
             if (policy == SCHED_OTHER &&
-                ::setpriority(PRIO_PROCESS, id_t(tid), niceFor(base, tid == self ? m_offset : 0)) != 0) {
-                if (errno == ESRCH) continue;
+                ::setpriority(PRIO_PROCESS, id_t(tid), niceFor(base, tid == self ? m_offset : 0)) !=
+                    0) {
+                if (errno == ESRCH)
+                    continue;
                 error = refusal(what, errno);
                 return false;
             }
@@ -90,7 +117,8 @@ public:
 
     // Back to nice 0 from a higher nice needs CAP_SYS_NICE (root) or a nice limit of 20.
     bool CanRaiseAgain() override {
-        if (::geteuid() == 0) return true;
+        if (::geteuid() == 0)
+            return true;
         rlimit limit{};
         return ::getrlimit(RLIMIT_NICE, &limit) == 0 &&
                (limit.rlim_cur == RLIM_INFINITY || limit.rlim_cur >= 20);
@@ -134,13 +162,18 @@ std::unique_ptr<Priority>& slot() {
 
 } // namespace
 
-std::unique_ptr<Priority> MakeSystemPriority() { return std::make_unique<LinuxPriority>(); }
+std::unique_ptr<Priority> MakeSystemPriority() {
+    return std::make_unique<LinuxPriority>();
+}
 
 Priority& CurrentPriority() {
-    if (!slot()) slot() = MakeSystemPriority();
+    if (!slot())
+        slot() = MakeSystemPriority();
     return *slot();
 }
 
-void InstallPriority(std::unique_ptr<Priority> priority) { slot() = std::move(priority); }
+void InstallPriority(std::unique_ptr<Priority> priority) {
+    slot() = std::move(priority);
+}
 
 } // namespace telvo::platform

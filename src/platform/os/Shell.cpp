@@ -39,7 +39,8 @@ public:
 
     bool IsOnline() override {
         static const bool loaded = QNetworkInformation::loadDefaultBackend();
-        if (!loaded || !QNetworkInformation::instance()) return true;
+        if (!loaded || !QNetworkInformation::instance())
+            return true;
         return QNetworkInformation::instance()->reachability() !=
                QNetworkInformation::Reachability::Disconnected;
     }
@@ -53,12 +54,17 @@ std::unique_ptr<Shell>& slot() {
 } // namespace
 
 Shell& CurrentShell() {
-    if (!slot()) slot() = std::make_unique<DesktopShell>();
+    if (!slot())
+        slot() = std::make_unique<DesktopShell>();
     return *slot();
 }
 
-void InstallShell(std::unique_ptr<Shell> shell) { slot() = std::move(shell); }
+void InstallShell(std::unique_ptr<Shell> shell) {
+    slot() = std::move(shell);
+}
 
-void InstallDesktopShell() { InstallShell(std::make_unique<DesktopShell>()); }
+void InstallDesktopShell() {
+    InstallShell(std::make_unique<DesktopShell>());
+}
 
 } // namespace telvo::platform

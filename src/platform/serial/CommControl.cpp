@@ -16,10 +16,12 @@ const char* kNotOpen = "The device is not open";
 
 int ParseSettingsBaud(const QString& settings) {
     const QStringList parts = settings.split(QLatin1Char(','));
-    if (parts.size() != 4) return 0;
+    if (parts.size() != 4)
+        return 0;
     bool ok = false;
     const int baud = parts[0].trimmed().toInt(&ok);
-    if (!ok || baud <= 0) return 0;
+    if (!ok || baud <= 0)
+        return 0;
     const QString parity = parts[1].trimmed().toLower();
     if (parity != QLatin1String("n") && parity != QLatin1String("e") &&
         parity != QLatin1String("o") && parity != QLatin1String("m") &&
@@ -31,7 +33,8 @@ int ParseSettingsBaud(const QString& settings) {
 CommControl::CommControl(QObject* parent) : QObject(parent) {}
 
 CommControl::~CommControl() {
-    if (m_backend) m_backend->close();
+    if (m_backend)
+        m_backend->close();
 }
 
 void CommControl::setError(int number, const QString& description) {
@@ -47,7 +50,9 @@ QString OpenFailureReason(int errNumber, const QString& path) {
                                  "in again");
 }
 
-void CommControl::ClearError() { setError(0, QString()); }
+void CommControl::ClearError() {
+    setError(0, QString());
+}
 
 void CommControl::setNotOpen() {
     const QString why = m_backend ? m_backend->closedReason() : QString();
@@ -66,7 +71,9 @@ void CommControl::setCommPort(int port) {
     m_commPort = port;
 }
 
-bool CommControl::PortOpen() const { return m_backend && m_backend->isOpen(); }
+bool CommControl::PortOpen() const {
+    return m_backend && m_backend->isOpen();
+}
 
 static LineSettings lineSettings(int baud, int handshaking) {
     LineSettings s;
@@ -78,7 +85,8 @@ static LineSettings lineSettings(int baud, int handshaking) {
 void CommControl::attach(CommBackend* b) {
     m_backend = b;
     connect(b, &CommBackend::received, this, [this] {
-        if (m_rThreshold <= 0) return;
+        if (m_rThreshold <= 0)
+            return;
         m_commEvent = comEvReceive;
         Q_EMIT OnComm();
     });
@@ -122,8 +130,8 @@ void CommControl::setPortOpen(bool open) {
             m_owned = std::make_unique<SerialPortBackend>(target.path);
         backend = m_owned.get();
         connect(backend, &CommBackend::note, this, [this](const QString& text) {
-            Q_EMIT Note(QStringLiteral("COM") + QString::number(m_commPort) +
-                        QStringLiteral(": ") + text);
+            Q_EMIT Note(QStringLiteral("COM") + QString::number(m_commPort) + QStringLiteral(": ") +
+                        text);
         });
     }
     QString error;
@@ -138,7 +146,8 @@ void CommControl::setPortOpen(bool open) {
     backend->setWriteTimeout(m_writeTimeout);
     attach(backend);
     // A local line has no round trip; a network port measures its own.
-    if (target.kind != PortTarget::Network) SetLinkRoundTripMs(0);
+    if (target.kind != PortTarget::Network)
+        SetLinkRoundTripMs(0);
 }
 
 void CommControl::setSettings(const QString& settings) {
@@ -147,7 +156,8 @@ void CommControl::setSettings(const QString& settings) {
         return;
     }
     m_settings = settings;
-    if (PortOpen()) m_backend->apply(lineSettings(Baud(), m_handshaking));
+    if (PortOpen())
+        m_backend->apply(lineSettings(Baud(), m_handshaking));
 }
 
 void CommControl::setHandshaking(int h) {
@@ -156,27 +166,41 @@ void CommControl::setHandshaking(int h) {
         return;
     }
     m_handshaking = h;
-    if (PortOpen()) m_backend->apply(lineSettings(Baud(), m_handshaking));
+    if (PortOpen())
+        m_backend->apply(lineSettings(Baud(), m_handshaking));
 }
 
-int CommControl::Baud() const { return ParseSettingsBaud(m_settings); }
+int CommControl::Baud() const {
+    return ParseSettingsBaud(m_settings);
+}
 
-bool CommControl::CTSHolding() const { return PortOpen() ? m_backend->cts() : false; }
+bool CommControl::CTSHolding() const {
+    return PortOpen() ? m_backend->cts() : false;
+}
 
-int CommControl::OutBufferCount() const { return PortOpen() ? m_backend->outBufferCount() : 0; }
+int CommControl::OutBufferCount() const {
+    return PortOpen() ? m_backend->outBufferCount() : 0;
+}
 
-int CommControl::InBufferCount() const { return PortOpen() ? m_backend->bytesAvailable() : 0; }
+int CommControl::InBufferCount() const {
+    return PortOpen() ? m_backend->bytesAvailable() : 0;
+}
 
-qintptr CommControl::CommID() const { return PortOpen() ? m_backend->handle() : -1; }
+qintptr CommControl::CommID() const {
+    return PortOpen() ? m_backend->handle() : -1;
+}
 
-void CommControl::Output(const QString& text) { OutputBytes(text.toLatin1()); }
+void CommControl::Output(const QString& text) {
+    OutputBytes(text.toLatin1());
+}
 
 void CommControl::OutputBytes(const QByteArray& bytes) {
     if (!PortOpen()) {
         setNotOpen();
         return;
     }
-    if (m_backend->write(bytes) < 0) setError(8020, QStringLiteral("Error reading comm device"));
+    if (m_backend->write(bytes) < 0)
+        setError(8020, QStringLiteral("Error reading comm device"));
 }
 
 QString CommControl::Input() {
@@ -187,11 +211,14 @@ QString CommControl::Input() {
     return QString::fromLatin1(m_backend->readAll());
 }
 
-int CommControl::WriteTimeout() const { return m_writeTimeout; }
+int CommControl::WriteTimeout() const {
+    return m_writeTimeout;
+}
 
 void CommControl::setWriteTimeout(int ms) {
     m_writeTimeout = ms;
-    if (PortOpen()) m_backend->setWriteTimeout(ms);
+    if (PortOpen())
+        m_backend->setWriteTimeout(ms);
 }
 
 } // namespace telvo::platform

@@ -37,9 +37,9 @@ public:
     int InBufferCount() const;
     qintptr CommID() const;
 
-    void Output(const QString& text);      // one character a byte
+    void Output(const QString& text); // one character a byte
     void OutputBytes(const QByteArray& bytes);
-    QString Input();                      // reads and empties the receive buffer
+    QString Input(); // reads and empties the receive buffer
 
     // The platform's communication time-outs: the write time-out of a probe.
     int WriteTimeout() const;

@@ -22,42 +22,59 @@ const QByteArray kSignature = QByteArrayLiteral("Telvo Utility");
 
 QString optionName(unsigned char option) {
     switch (option) {
-    case telnet::BINARY: return QStringLiteral("BINARY");
-    case telnet::SGA: return QStringLiteral("SUPPRESS-GO-AHEAD");
-    case telnet::COM_PORT: return QStringLiteral("COM-PORT-OPTION");
-    default: return QString::number(option);
+    case telnet::BINARY:
+        return QStringLiteral("BINARY");
+    case telnet::SGA:
+        return QStringLiteral("SUPPRESS-GO-AHEAD");
+    case telnet::COM_PORT:
+        return QStringLiteral("COM-PORT-OPTION");
+    default:
+        return QString::number(option);
     }
 }
 
 QString verbName(unsigned char verb) {
     switch (verb) {
-    case telnet::WILL: return QStringLiteral("WILL");
-    case telnet::WONT: return QStringLiteral("WONT");
-    case telnet::DO: return QStringLiteral("DO");
-    default: return QStringLiteral("DONT");
+    case telnet::WILL:
+        return QStringLiteral("WILL");
+    case telnet::WONT:
+        return QStringLiteral("WONT");
+    case telnet::DO:
+        return QStringLiteral("DO");
+    default:
+        return QStringLiteral("DONT");
     }
 }
 
 QString commandName(unsigned char command) {
     switch (command) {
-    case comport::SetBaudrate: return QStringLiteral("SET-BAUDRATE");
-    case comport::SetDatasize: return QStringLiteral("SET-DATASIZE");
-    case comport::SetParity: return QStringLiteral("SET-PARITY");
-    case comport::SetStopsize: return QStringLiteral("SET-STOPSIZE");
-    case comport::SetControl: return QStringLiteral("SET-CONTROL");
-    case comport::PurgeData: return QStringLiteral("PURGE-DATA");
-    default: return QString::number(command);
+    case comport::SetBaudrate:
+        return QStringLiteral("SET-BAUDRATE");
+    case comport::SetDatasize:
+        return QStringLiteral("SET-DATASIZE");
+    case comport::SetParity:
+        return QStringLiteral("SET-PARITY");
+    case comport::SetStopsize:
+        return QStringLiteral("SET-STOPSIZE");
+    case comport::SetControl:
+        return QStringLiteral("SET-CONTROL");
+    case comport::PurgeData:
+        return QStringLiteral("PURGE-DATA");
+    default:
+        return QString::number(command);
     }
 }
 
 quint32 baudOf(const QByteArray& value) {
     quint32 baud = 0;
-    for (const char c : value) baud = (baud << 8) | static_cast<unsigned char>(c);
+    for (const char c : value)
+        baud = (baud << 8) | static_cast<unsigned char>(c);
     return baud;
 }
 
 QString valueText(unsigned char command, const QByteArray& value) {
-    if (command == comport::SetBaudrate) return QString::number(baudOf(value));
+    if (command == comport::SetBaudrate)
+        return QString::number(baudOf(value));
     return value.isEmpty() ? QString() : QString::number(static_cast<unsigned char>(value[0]));
 }
 } // namespace
@@ -78,7 +95,8 @@ public:
         if (socket.state() == QAbstractSocket::ConnectedState) {
             socket.flush();
             socket.disconnectFromHost();
-            if (socket.state() != QAbstractSocket::UnconnectedState) socket.waitForDisconnected(500);
+            if (socket.state() != QAbstractSocket::UnconnectedState)
+                socket.waitForDisconnected(500);
         }
         socket.abort();
     }
@@ -100,7 +118,8 @@ public:
     }
     bool purging() const {
         for (const Awaited& a : awaiting)
-            if (a.command == comport::PurgeData) return true;
+            if (a.command == comport::PurgeData)
+                return true;
         return false;
     }
 
@@ -133,7 +152,9 @@ QHash<QString, QPointer<NetworkConnection>>& pool() {
 }
 } // namespace
 
-NetworkConnection& NetworkPortBackend::c() const { return *static_cast<NetworkConnection*>(m_c.data()); }
+NetworkConnection& NetworkPortBackend::c() const {
+    return *static_cast<NetworkConnection*>(m_c.data());
+}
 
 void NetworkPortBackend::dropConnections() {
     for (const QPointer<NetworkConnection>& c : pool())
@@ -145,26 +166,32 @@ NetworkPortBackend::NetworkPortBackend(const QString& address)
     : m_address(address), m_addr(ParseNetworkAddress(address)) {
     const QString key = address.trimmed().toLower();
     QPointer<NetworkConnection>& slot = pool()[key];
-    if (!slot) slot = new NetworkConnection(QCoreApplication::instance());
+    if (!slot)
+        slot = new NetworkConnection(QCoreApplication::instance());
     m_c = slot;
     // The open that holds the connection now is the one told of what arrives.
-    for (const auto& w : c().wires) QObject::disconnect(w);
+    for (const auto& w : c().wires)
+        QObject::disconnect(w);
     c().wires = {
         connect(&c().socket, &QTcpSocket::readyRead, this, &NetworkPortBackend::pump),
         connect(&c().socket, &QTcpSocket::disconnected, this, &NetworkPortBackend::lose),
         connect(&c().socket, &QTcpSocket::errorOccurred, this,
                 [this] {
-                    if (c().socket.state() != QAbstractSocket::ConnectedState) lose();
+                    if (c().socket.state() != QAbstractSocket::ConnectedState)
+                        lose();
                 }),
     };
     m_writeWatch.setSingleShot(true);
     connect(&m_writeWatch, &QTimer::timeout, this, [this] {
         // A write that could not leave in time is dropped, as the local port drops it.
-        if (m_open && outBufferCount() > 0) m_pacer.forget();
+        if (m_open && outBufferCount() > 0)
+            m_pacer.forget();
     });
 }
 
-NetworkPortBackend::~NetworkPortBackend() { close(); }
+NetworkPortBackend::~NetworkPortBackend() {
+    close();
+}
 
 void NetworkPortBackend::setTimeLimits(int connectMs, int replyMs, int retryMs) {
     m_connectMs = connectMs;
@@ -176,29 +203,51 @@ QString NetworkPortBackend::server() const {
     return m_addr.host + QLatin1Char(':') + QString::number(m_addr.port);
 }
 
-void NetworkPortBackend::say(const QString& text) { Q_EMIT note(m_address + QStringLiteral(": ") + text); }
+void NetworkPortBackend::say(const QString& text) {
+    Q_EMIT note(m_address + QStringLiteral(": ") + text);
+}
 
 bool NetworkPortBackend::usable() const {
     return m_c && !c().lost && c().socket.state() == QAbstractSocket::ConnectedState &&
            (m_addr.kind == NetworkAddress::Socket || c().negotiated);
 }
 
-bool NetworkPortBackend::isOpen() const { return m_open && usable(); }
-int NetworkPortBackend::bytesAvailable() const { return m_c ? int(c().in.size()) : 0; }
-bool NetworkPortBackend::cts() const { return !m_c || c().cts; }
-qintptr NetworkPortBackend::handle() const { return m_c ? c().socket.socketDescriptor() : -1; }
-int NetworkPortBackend::lineBaud() const { return m_c ? c().lineBaud : 0; }
-bool NetworkPortBackend::connectionLost() const { return !m_c || c().lost; }
-bool NetworkPortBackend::flowControlRefused() const { return m_c && c().flowRefused; }
-int NetworkPortBackend::connectionsMade() const { return m_c ? c().connections : 0; }
-QString NetworkPortBackend::closedReason() const {
-    return m_open && !usable() ? server() + QStringLiteral(": the server closed the connection") : QString();
+bool NetworkPortBackend::isOpen() const {
+    return m_open && usable();
 }
-int NetworkPortBackend::roundTripMs() const { return m_c ? c().rtt.estimateMs() : 0; }
+int NetworkPortBackend::bytesAvailable() const {
+    return m_c ? int(c().in.size()) : 0;
+}
+bool NetworkPortBackend::cts() const {
+    return !m_c || c().cts;
+}
+qintptr NetworkPortBackend::handle() const {
+    return m_c ? c().socket.socketDescriptor() : -1;
+}
+int NetworkPortBackend::lineBaud() const {
+    return m_c ? c().lineBaud : 0;
+}
+bool NetworkPortBackend::connectionLost() const {
+    return !m_c || c().lost;
+}
+bool NetworkPortBackend::flowControlRefused() const {
+    return m_c && c().flowRefused;
+}
+int NetworkPortBackend::connectionsMade() const {
+    return m_c ? c().connections : 0;
+}
+QString NetworkPortBackend::closedReason() const {
+    return m_open && !usable() ? server() + QStringLiteral(": the server closed the connection")
+                               : QString();
+}
+int NetworkPortBackend::roundTripMs() const {
+    return m_c ? c().rtt.estimateMs() : 0;
+}
 
 int NetworkPortBackend::open(const LineSettings& s, QString* error) {
     const auto fail = [&](const QString& why) {
-        if (error) *error = why;
+        if (error)
+            *error = why;
         if (m_c) {
             c().socket.abort();
             c().lost = true;
@@ -212,9 +261,11 @@ int NetworkPortBackend::open(const LineSettings& s, QString* error) {
     m_open = false;
     m_settings = s;
     // A live connection is reused; one the server dropped meanwhile is made again.
-    if (usable() && setLine(false)) return 0;
+    if (usable() && setLine(false))
+        return 0;
     QString why;
-    if (connectAndNegotiate(&why) != 0) return fail(why);
+    if (connectAndNegotiate(&why) != 0)
+        return fail(why);
     return 0;
 }
 
@@ -232,8 +283,10 @@ bool NetworkPortBackend::setLine(bool fresh) {
     sendSettings(m_settings, true);
     purge(fresh ? comport::PurgeBoth : comport::PurgeReceive);
     awaitAnswers();
-    if (fresh && c().rtt.samples() > 0) say(QStringLiteral("round trip %1 ms").arg(c().rtt.estimateMs()));
-    if (usable()) return true;
+    if (fresh && c().rtt.samples() > 0)
+        say(QStringLiteral("round trip %1 ms").arg(c().rtt.estimateMs()));
+    if (usable())
+        return true;
     m_open = false;
     return false;
 }
@@ -272,12 +325,14 @@ int NetworkPortBackend::connectAndNegotiate(QString* why) {
                 return 0;
             }
             // A busy server may take the options and hang up at the first setting.
-            if (negotiate() && setLine(true)) return 0;
+            if (negotiate() && setLine(true))
+                return 0;
             if (c().lost) {
                 // Busy ("Port already in use") or reset just after accept: tried again.
                 QString said = QString::fromLatin1(c().banner).simplified();
                 *why = server() + QStringLiteral(": the server closed the connection");
-                if (!said.isEmpty()) *why += QStringLiteral(" (\"") + said.left(80) + QStringLiteral("\")");
+                if (!said.isEmpty())
+                    *why += QStringLiteral(" (\"") + said.left(80) + QStringLiteral("\")");
                 again = true;
             } else {
                 *why = QStringLiteral("the server at ") + server() +
@@ -297,7 +352,8 @@ int NetworkPortBackend::connectAndNegotiate(QString* why) {
             c().lost = true;
             return -1;
         }
-        say(*why + QStringLiteral(": trying again in %1 ms (attempt %2)").arg(pause).arg(attempt + 1));
+        say(*why +
+            QStringLiteral(": trying again in %1 ms (attempt %2)").arg(pause).arg(attempt + 1));
         c().socket.abort();
         QThread::msleep(ulong(pause));
         pause = qMin(pause * 2, kLongestPauseMs);
@@ -307,17 +363,21 @@ int NetworkPortBackend::connectAndNegotiate(QString* why) {
 bool NetworkPortBackend::negotiate() {
     send(c().negotiator.start());
     waitFor([this] { return c().negotiator.settled(); }, m_replyMs);
-    if (c().lost) return false;
+    if (c().lost)
+        return false;
     say(QStringLiteral("connected (connection %1); the server said %2")
             .arg(c().connections)
             .arg(c().serverOptions.isEmpty() ? QStringLiteral("nothing")
                                              : c().serverOptions.join(QStringLiteral(", "))));
     if (!c().negotiator.comPortAgreed() || !c().negotiator.binaryAgreed()) {
         QStringList missing;
-        if (!c().negotiator.comPortAgreed()) missing << QStringLiteral("COM-PORT-OPTION");
-        if (!c().negotiator.binaryAgreed()) missing << QStringLiteral("BINARY");
-        say((c().negotiator.settled() ? QStringLiteral("refused: ")
-                                      : QStringLiteral("no answer within %1 ms to: ").arg(m_replyMs)) +
+        if (!c().negotiator.comPortAgreed())
+            missing << QStringLiteral("COM-PORT-OPTION");
+        if (!c().negotiator.binaryAgreed())
+            missing << QStringLiteral("BINARY");
+        say((c().negotiator.settled()
+                 ? QStringLiteral("refused: ")
+                 : QStringLiteral("no answer within %1 ms to: ").arg(m_replyMs)) +
             missing.join(QStringLiteral(", ")));
         return false;
     }
@@ -328,26 +388,31 @@ bool NetworkPortBackend::negotiate() {
 
 void NetworkPortBackend::close() {
     m_writeWatch.stop();
-    if (!m_open) return;
+    if (!m_open)
+        return;
     m_open = false;
     // As a local port's close drains its output: the bytes still on the far line go at the
     // rate they were written at, before the next open may change it.
     if (m_c && usable()) {
         const qint64 byteUs = SimulatedLine::byteTimeUs(c().lineBaud);
-        const qint64 drainMs = m_pacer.bytesOnTheLine(c().lineBaud) * byteUs / 1000 +
-                               c().rtt.estimateMs() / 2;
-        if (drainMs > 0) QThread::msleep(ulong(qMin<qint64>(drainMs, kReplyMs)));
+        const qint64 drainMs =
+            m_pacer.bytesOnTheLine(c().lineBaud) * byteUs / 1000 + c().rtt.estimateMs() / 2;
+        if (drainMs > 0)
+            QThread::msleep(ulong(qMin<qint64>(drainMs, kReplyMs)));
     }
     m_pacer.forget();
-    if (!m_c) return;
+    if (!m_c)
+        return;
     c().in.clear();
     // The connection stays for the next open; what the server's port still receives is not
     // wanted by anyone, as on a closed local port. Its answer is awaited by the next open.
-    if (m_addr.kind == NetworkAddress::Rfc2217 && usable()) purge(comport::PurgeReceive);
+    if (m_addr.kind == NetworkAddress::Rfc2217 && usable())
+        purge(comport::PurgeReceive);
 }
 
 void NetworkPortBackend::apply(const LineSettings& s) {
-    if (!isOpen()) return;
+    if (!isOpen())
+        return;
     const LineSettings before = m_settings;
     m_settings = s;
     if (m_addr.kind == NetworkAddress::Socket) {
@@ -355,14 +420,16 @@ void NetworkPortBackend::apply(const LineSettings& s) {
             say(QStringLiteral("the rate is the server's; %1 baud does not apply").arg(s.baud));
         return;
     }
-    if (s.baud == before.baud && s.handshake == before.handshake) return;
+    if (s.baud == before.baud && s.handshake == before.handshake)
+        return;
     sendSettings(s, false);
     awaitAnswers();
 }
 
 void NetworkPortBackend::ask(unsigned char command, const QByteArray& value) {
     // Nothing is asked of an option the server does not hold.
-    if (!c().negotiator.comPortAgreed()) return;
+    if (!c().negotiator.comPortAgreed())
+        return;
     send(ComPortCommand(command, value));
     c().awaiting.push_back({command, value, c().clock.elapsed()});
 }
@@ -370,7 +437,8 @@ void NetworkPortBackend::ask(unsigned char command, const QByteArray& value) {
 void NetworkPortBackend::sendSettings(const LineSettings& s, bool all) {
     if (all || s.baud != c().lineBaud) {
         QByteArray v(4, '\0');
-        for (int i = 0; i < 4; ++i) v[i] = char((quint32(s.baud) >> (8 * (3 - i))) & 0xFF);
+        for (int i = 0; i < 4; ++i)
+            v[i] = char((quint32(s.baud) >> (8 * (3 - i))) & 0xFF);
         ask(comport::SetBaudrate, v);
         c().lineBaud = s.baud;
     }
@@ -382,21 +450,26 @@ void NetworkPortBackend::sendSettings(const LineSettings& s, bool all) {
             send(ComPortByteCommand(comport::SetModemstateMask,
                                     comport::ModemCts | comport::ModemDeltaCts));
     }
-    const unsigned char control = s.handshake == Handshake::Rts || s.handshake == Handshake::RtsXonXoff
-                                      ? comport::ControlHardware
-                                  : s.handshake == Handshake::XonXoff ? comport::ControlXonXoff
-                                                                      : comport::ControlNone;
+    const unsigned char control =
+        s.handshake == Handshake::Rts || s.handshake == Handshake::RtsXonXoff
+            ? comport::ControlHardware
+        : s.handshake == Handshake::XonXoff ? comport::ControlXonXoff
+                                            : comport::ControlNone;
     ask(comport::SetControl, QByteArray(1, char(control)));
 }
 
-void NetworkPortBackend::purge(unsigned char what) { ask(comport::PurgeData, QByteArray(1, char(what))); }
+void NetworkPortBackend::purge(unsigned char what) {
+    ask(comport::PurgeData, QByteArray(1, char(what)));
+}
 
 template <class Done> void NetworkPortBackend::waitFor(Done done, int ms) {
     QDeadlineTimer limit(ms);
     ++m_waiting;
     while (!done() && !c().lost && !limit.hasExpired()) {
-        if (c().socket.bytesAvailable() > 0) pump();
-        else c().socket.waitForReadyRead(int(qMax<qint64>(1, limit.remainingTime())));
+        if (c().socket.bytesAvailable() > 0)
+            pump();
+        else
+            c().socket.waitForReadyRead(int(qMax<qint64>(1, limit.remainingTime())));
     }
     --m_waiting;
 }
@@ -407,18 +480,22 @@ bool NetworkPortBackend::awaitAnswers() {
         m_toldPending = false;
         // Told from the event loop, never from inside a setting the routine is making.
         QMetaObject::invokeMethod(
-            this, [this] {
-                if (isOpen() && !c().in.isEmpty()) Q_EMIT received();
+            this,
+            [this] {
+                if (isOpen() && !c().in.isEmpty())
+                    Q_EMIT received();
             },
             Qt::QueuedConnection);
     }
-    if (c().awaiting.empty()) return true;
+    if (c().awaiting.empty())
+        return true;
     QStringList names;
     for (const auto& a : c().awaiting) {
-        if (a.command == comport::SetBaudrate && a.value == QByteArray(4, '\0')) c().probeUnanswered = true;
-        names << commandName(a.command) +
-                     (a.command == comport::SetBaudrate ? QLatin1Char(' ') + valueText(a.command, a.value)
-                                                        : QString());
+        if (a.command == comport::SetBaudrate && a.value == QByteArray(4, '\0'))
+            c().probeUnanswered = true;
+        names << commandName(a.command) + (a.command == comport::SetBaudrate
+                                               ? QLatin1Char(' ') + valueText(a.command, a.value)
+                                               : QString());
     }
     // Whatever answers later is late: never taken for what is asked next.
     c().awaiting.clear();
@@ -430,17 +507,20 @@ bool NetworkPortBackend::awaitAnswers() {
 }
 
 void NetworkPortBackend::send(const QByteArray& bytes) {
-    if (bytes.isEmpty() || c().socket.state() != QAbstractSocket::ConnectedState) return;
+    if (bytes.isEmpty() || c().socket.state() != QAbstractSocket::ConnectedState)
+        return;
     c().socket.write(bytes);
     c().socket.flush();
 }
 
 qint64 NetworkPortBackend::write(const QByteArray& bytes) {
-    if (!isOpen()) return -1;
+    if (!isOpen())
+        return -1;
     const bool telnet = m_addr.kind == NetworkAddress::Rfc2217;
     send(telnet ? TelnetEscape(bytes) : bytes);
     m_pacer.sent(bytes.size(), c().lineBaud);
-    if (m_writeTimeoutMs > 0) m_writeWatch.start(m_writeTimeoutMs);
+    if (m_writeTimeoutMs > 0)
+        m_writeWatch.start(m_writeTimeoutMs);
     // A running link's round trip is kept up to date: the rate is asked (0 asks without a change).
     if (telnet && !c().probeUnanswered && c().clock.elapsed() - c().lastProbeMs >= kProbeEveryMs &&
         c().awaiting.empty()) {
@@ -451,7 +531,8 @@ qint64 NetworkPortBackend::write(const QByteArray& bytes) {
 }
 
 QByteArray NetworkPortBackend::readAll() {
-    if (!m_c) return {};
+    if (!m_c)
+        return {};
     // What has come in is taken now; telling of it here would re-enter the reader.
     const bool told = m_toldPending;
     ++m_waiting;
@@ -465,18 +546,21 @@ QByteArray NetworkPortBackend::readAll() {
 }
 
 int NetworkPortBackend::outBufferCount() const {
-    if (!isOpen()) return 0;
+    if (!isOpen())
+        return 0;
     const int queued = int(c().socket.bytesToWrite());
     return qMax(queued, m_pacer.bytesOnTheLine(c().lineBaud));
 }
 
 void NetworkPortBackend::pump() {
-    if (!m_c) return;
+    if (!m_c)
+        return;
     const qsizetype before = c().in.size();
     // In bounded pieces: the socket's buffer holds at most one, and what is decoded is capped.
     while (c().socket.bytesAvailable() > 0) {
         const QByteArray raw = c().socket.read(kReadChunk);
-        if (raw.isEmpty()) break;
+        if (raw.isEmpty())
+            break;
         if (m_addr.kind == NetworkAddress::Socket) {
             deliver(raw);
             continue;
@@ -491,18 +575,23 @@ void NetworkPortBackend::pump() {
         }
         deliver(data.mid(from));
     }
-    if (c().in.size() == before || c().in.isEmpty()) return;
-    if (m_waiting > 0) m_toldPending = true;
-    else Q_EMIT received();
+    if (c().in.size() == before || c().in.isEmpty())
+        return;
+    if (m_waiting > 0)
+        m_toldPending = true;
+    else
+        Q_EMIT received();
 }
 
 void NetworkPortBackend::deliver(const QByteArray& data) {
-    if (data.isEmpty()) return;
+    if (data.isEmpty())
+        return;
     // Nothing before the options are settled, nothing on a closed port, and nothing from before
     // the purge's answer is ours; a busy server's words among it are kept for the log.
     const bool settled = m_addr.kind == NetworkAddress::Socket || c().negotiated;
     if (!settled || !m_open || c().purging()) {
-        if (c().banner.size() < 256) c().banner += data.left(256 - c().banner.size());
+        if (c().banner.size() < 256)
+            c().banner += data.left(256 - c().banner.size());
         return;
     }
     c().in += data;
@@ -511,7 +600,8 @@ void NetworkPortBackend::deliver(const QByteArray& data) {
         c().in.remove(0, drop);
         if (!c().overflowTold) {
             c().overflowTold = true;
-            say(QStringLiteral("more than %1 bytes nobody read: the oldest are dropped").arg(kMaxUnread));
+            say(QStringLiteral("more than %1 bytes nobody read: the oldest are dropped")
+                    .arg(kMaxUnread));
         }
     }
 }
@@ -531,12 +621,16 @@ void NetworkPortBackend::take(const TelnetEvent& e) {
         say(QStringLiteral("a sub-negotiation ran past %1 bytes: left, the rest is data")
                 .arg(TelnetParser::kMaxSub));
         return;
-    case TelnetEvent::ComPort: break;
+    case TelnetEvent::ComPort:
+        break;
     }
     const unsigned char command = e.command;
     if (command == comport::Signature + comport::kServerOffset) {
-        if (e.value.isEmpty()) send(ComPortCommand(comport::Signature, kSignature));
-        else say(QStringLiteral("the server is \"") + QString::fromLatin1(e.value).left(80) + QLatin1Char('"'));
+        if (e.value.isEmpty())
+            send(ComPortCommand(comport::Signature, kSignature));
+        else
+            say(QStringLiteral("the server is \"") + QString::fromLatin1(e.value).left(80) +
+                QLatin1Char('"'));
         return;
     }
     if (command == comport::NotifyModemstate + comport::kServerOffset) {
@@ -545,7 +639,8 @@ void NetworkPortBackend::take(const TelnetEvent& e) {
         const bool cts = (state & comport::ModemCts) != 0;
         if (cts != c().cts) {
             c().cts = cts;
-            if (m_open) Q_EMIT ctsChanged();
+            if (m_open)
+                Q_EMIT ctsChanged();
         }
         return;
     }
@@ -564,16 +659,19 @@ void NetworkPortBackend::answered(const TelnetEvent& e) {
         asked == comport::FlowcontrolResume || asked == comport::NotifyModemstate)
         return;
     auto it = c().awaiting.begin();
-    while (it != c().awaiting.end() && it->command != asked) ++it;
+    while (it != c().awaiting.end() && it->command != asked)
+        ++it;
     if (it == c().awaiting.end()) {
         // Late, after its wait gave up: never taken as the line's state.
-        say(QStringLiteral("late answer %1 %2 ignored").arg(commandName(asked), valueText(asked, e.value)));
+        say(QStringLiteral("late answer %1 %2 ignored")
+                .arg(commandName(asked), valueText(asked, e.value)));
         return;
     }
     const NetworkConnection::Awaited sent = *it;
     c().awaiting.erase(it);
     sample(sent.sentAtMs);
-    if (asked == comport::PurgeData) return;
+    if (asked == comport::PurgeData)
+        return;
     if (asked == comport::SetBaudrate) {
         const quint32 baud = baudOf(e.value);
         const quint32 wanted = baudOf(sent.value);
@@ -582,16 +680,19 @@ void NetworkPortBackend::answered(const TelnetEvent& e) {
             say(QStringLiteral("the server runs at %1 baud, not %2").arg(baud).arg(c().lineBaud));
             c().lineBaud = int(baud);
         } else if (e.value.size() != 4 && wanted != 0) {
-            say(QStringLiteral("the server answered SET-BAUDRATE with %1 bytes").arg(e.value.size()));
+            say(QStringLiteral("the server answered SET-BAUDRATE with %1 bytes")
+                    .arg(e.value.size()));
         }
         return;
     }
     if (e.value == sent.value) {
-        if (asked == comport::SetControl && sent.value == QByteArray(1, char(comport::ControlHardware)))
+        if (asked == comport::SetControl &&
+            sent.value == QByteArray(1, char(comport::ControlHardware)))
             c().flowRefused = false;
         return;
     }
-    if (asked == comport::SetControl && sent.value == QByteArray(1, char(comport::ControlHardware))) {
+    if (asked == comport::SetControl &&
+        sent.value == QByteArray(1, char(comport::ControlHardware))) {
         c().flowRefused = true;
         say(QStringLiteral("the server at %1 does not do RTS/CTS flow control (SET-CONTROL "
                            "answered %2, not 3): a firmware load is not paced by the device there "
@@ -607,16 +708,19 @@ void NetworkPortBackend::sample(qint64 sentAtMs) {
     NetworkConnection& n = c();
     // Someone else's evidence (the exchange's answers) counts as a sample too.
     const int now = LinkRoundTripMs();
-    if (n.published >= 0 && now != n.published) n.rtt.add(now);
+    if (n.published >= 0 && now != n.published)
+        n.rtt.add(now);
     n.rtt.add(int(n.clock.elapsed() - sentAtMs));
     n.published = n.rtt.estimateMs();
     SetLinkRoundTripMs(n.published);
 }
 
 void NetworkPortBackend::lose() {
-    if (!m_c || c().lost) return;
+    if (!m_c || c().lost)
+        return;
     c().lost = true;
-    if (m_open) say(QStringLiteral("connection lost"));
+    if (m_open)
+        say(QStringLiteral("connection lost"));
 }
 
 } // namespace telvo::platform

@@ -12,7 +12,9 @@ PortMap& PortMap::instance() {
     return *map;
 }
 
-PortMap::PortMap() { loadFromEnvironment(); }
+PortMap::PortMap() {
+    loadFromEnvironment();
+}
 
 void PortMap::loadFromEnvironment() {
     const QString env = qEnvironmentVariable("TELVO_PORTS").trimmed();
@@ -27,7 +29,8 @@ void PortMap::loadFromEnvironment() {
 
 void PortMap::setPorts(const QStringList& entries) {
     m_entries.clear();
-    for (const QString& e : entries) m_entries << e.trimmed();
+    for (const QString& e : entries)
+        m_entries << e.trimmed();
     m_default = false;
     m_lines.clear();
     m_ownedPeers.clear();
@@ -35,14 +38,16 @@ void PortMap::setPorts(const QStringList& entries) {
 
 void PortMap::attachPeer(int comPort, LinePeer* peer) {
     auto& line = m_lines[comPort];
-    if (!line) line = std::make_unique<SimulatedLine>();
+    if (!line)
+        line = std::make_unique<SimulatedLine>();
     line->setPeer(peer);
     m_ownedPeers.erase(comPort);
 }
 
 void PortMap::rescan() {
 #ifndef Q_OS_WIN
-    if (m_default) m_system = ListSystemPorts();
+    if (m_default)
+        m_system = ListSystemPorts();
 #endif
 }
 
@@ -50,26 +55,32 @@ QString PortMap::defaultPath(int comPort) const {
 #ifdef Q_OS_WIN
     return QStringLiteral("COM%1").arg(comPort);
 #else
-    if (comPort < 1 || comPort > m_system.size()) return QString();
+    if (comPort < 1 || comPort > m_system.size())
+        return QString();
     return m_system[comPort - 1].openPath();
 #endif
 }
 
 QString PortMap::describe(int comPort) const {
     if (m_default) {
-        if (comPort >= 1 && comPort <= m_system.size()) return m_system[comPort - 1].label();
+        if (comPort >= 1 && comPort <= m_system.size())
+            return m_system[comPort - 1].label();
         return defaultPath(comPort);
     }
-    if (comPort >= 1 && comPort <= m_entries.size()) return m_entries[comPort - 1];
+    if (comPort >= 1 && comPort <= m_entries.size())
+        return m_entries[comPort - 1];
     return QString();
 }
 
 SimulatedLine* PortMap::simulatedLine(int comPort) {
     auto it = m_lines.find(comPort);
-    if (it != m_lines.end()) return it->second.get();
-    if (!m_factory) return nullptr;
+    if (it != m_lines.end())
+        return it->second.get();
+    if (!m_factory)
+        return nullptr;
     auto peer = m_factory(comPort);
-    if (!peer) return nullptr;
+    if (!peer)
+        return nullptr;
     auto line = std::make_unique<SimulatedLine>(peer.get());
     SimulatedLine* raw = line.get();
     m_ownedPeers[comPort] = std::move(peer);
@@ -86,12 +97,16 @@ PortTarget PortMap::resolve(int comPort) {
         return t;
     }
     QString entry;
-    if (m_default) entry = defaultPath(comPort);
-    else if (comPort >= 1 && comPort <= m_entries.size()) entry = m_entries[comPort - 1];
-    if (entry.isEmpty()) return t;
+    if (m_default)
+        entry = defaultPath(comPort);
+    else if (comPort >= 1 && comPort <= m_entries.size())
+        entry = m_entries[comPort - 1];
+    if (entry.isEmpty())
+        return t;
     if (entry.compare(QLatin1String("sim"), Qt::CaseInsensitive) == 0) {
         t.line = simulatedLine(comPort);
-        if (t.line) t.kind = PortTarget::Simulated;
+        if (t.line)
+            t.kind = PortTarget::Simulated;
         return t;
     }
     if (core::ParseNetworkAddress(entry).kind != core::NetworkAddress::None) {
@@ -100,7 +115,8 @@ PortTarget PortMap::resolve(int comPort) {
         return t;
     }
 #ifndef Q_OS_WIN
-    if (!QFileInfo::exists(entry)) return t;
+    if (!QFileInfo::exists(entry))
+        return t;
 #endif
     t.kind = PortTarget::Device;
     t.path = entry;

@@ -4,9 +4,9 @@
 // the word "sim") maps COM1, COM2, ... in order; without it COMn is the machine's n-th serial port
 // in the stable order of SystemPorts.h (on Windows, the native COMn).
 
+#include "platform/serial/SystemPorts.h"
 #include <QString>
 #include <QStringList>
-#include "platform/serial/SystemPorts.h"
 #include <functional>
 #include <map>
 #include <memory>

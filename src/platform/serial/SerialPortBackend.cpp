@@ -27,20 +27,26 @@ SerialPortBackend::SerialPortBackend(const QString& path) : m_path(path) {
     });
 }
 
-SerialPortBackend::~SerialPortBackend() { close(); }
+SerialPortBackend::~SerialPortBackend() {
+    close();
+}
 
 static QSerialPort::FlowControl flowOf(Handshake h) {
     switch (h) {
     case Handshake::Rts:
-    case Handshake::RtsXonXoff: return QSerialPort::HardwareControl;
-    case Handshake::XonXoff: return QSerialPort::SoftwareControl;
-    default: return QSerialPort::NoFlowControl;
+    case Handshake::RtsXonXoff:
+        return QSerialPort::HardwareControl;
+    case Handshake::XonXoff:
+        return QSerialPort::SoftwareControl;
+    default:
+        return QSerialPort::NoFlowControl;
     }
 }
 
 int SerialPortBackend::open(const LineSettings& s, QString* error) {
     if (!QFileInfo::exists(m_path)) {
-        if (error) *error = QStringLiteral("Invalid Port Number");
+        if (error)
+            *error = QStringLiteral("Invalid Port Number");
         return 8002;
     }
     m_port.setBaudRate(s.baud);
@@ -50,10 +56,13 @@ int SerialPortBackend::open(const LineSettings& s, QString* error) {
     m_port.setFlowControl(flowOf(s.handshake));
     if (!m_port.open(QIODevice::ReadWrite)) {
         const auto err = m_port.error();
-        if (error) *error = m_port.errorString();
+        if (error)
+            *error = m_port.errorString();
         m_port.clearError();
-        if (err == QSerialPort::PermissionError) return 8010;
-        if (err == QSerialPort::DeviceNotFoundError) return 8002;
+        if (err == QSerialPort::PermissionError)
+            return 8010;
+        if (err == QSerialPort::DeviceNotFoundError)
+            return 8002;
         return 8015;
     }
     // A port opens with nothing received, as a real one does (its last close flushed it, and a
@@ -66,17 +75,20 @@ int SerialPortBackend::open(const LineSettings& s, QString* error) {
     m_ctsReadable = m_port.error() == QSerialPort::NoError;
     m_port.clearError();
     m_lastCts = cts();
-    if (m_ctsReadable) m_ctsPoll.start();
+    if (m_ctsReadable)
+        m_ctsPoll.start();
     return 0;
 }
 
 void SerialPortBackend::close() {
     m_ctsPoll.stop();
     m_writeWatch.stop();
-    if (!m_port.isOpen()) return;
+    if (!m_port.isOpen())
+        return;
     // With a write time-out in force, pending output is discarded so that closing never waits
     // for a line with nothing on it.
-    if (m_writeTimeoutMs > 0) m_port.clear(QSerialPort::Output);
+    if (m_writeTimeoutMs > 0)
+        m_port.clear(QSerialPort::Output);
     m_port.close();
     m_pacer.forget();
 }
@@ -89,7 +101,8 @@ void SerialPortBackend::apply(const LineSettings& s) {
 
 qint64 SerialPortBackend::write(const QByteArray& bytes) {
     const qint64 n = m_port.write(bytes);
-    if (m_writeTimeoutMs > 0) m_writeWatch.start(m_writeTimeoutMs);
+    if (m_writeTimeoutMs > 0)
+        m_writeWatch.start(m_writeTimeoutMs);
     m_pacer.sent(n, int(m_port.baudRate()));
     return n;
 }
@@ -106,7 +119,8 @@ int SerialPortBackend::bytesOnTheLine() const {
 }
 
 bool SerialPortBackend::cts() const {
-    if (!m_port.isOpen() || !m_ctsReadable) return true;
+    if (!m_port.isOpen() || !m_ctsReadable)
+        return true;
     return m_port.pinoutSignals() & QSerialPort::ClearToSendSignal;
 }
 
@@ -114,7 +128,8 @@ int SerialPortBackend::outBufferCount() const {
     int pending = int(m_port.bytesToWrite());
 #ifdef Q_OS_UNIX
     int queued = 0;
-    if (m_port.isOpen() && ::ioctl(int(m_port.handle()), TIOCOUTQ, &queued) == 0) pending += queued;
+    if (m_port.isOpen() && ::ioctl(int(m_port.handle()), TIOCOUTQ, &queued) == 0)
+        pending += queued;
 #endif
     return qMax(pending, m_port.isOpen() ? bytesOnTheLine() : 0);
 }

@@ -37,7 +37,7 @@ public:
 private:
     void dropStalledOutput();
 
-    QString m_path; // QSerialPort gives back a short name, not the path
+    QString m_path;             // QSerialPort gives back a short name, not the path
     mutable QSerialPort m_port; // reading the modem lines is not const in Qt
     int m_writeTimeoutMs = 0;
     QTimer m_writeWatch;

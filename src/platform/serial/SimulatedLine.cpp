@@ -14,7 +14,9 @@ constexpr qint64 kBatchUs = 2000;
 
 } // namespace
 
-SimulatedLine::SimulatedLine(LinePeer* peer) { setPeer(peer); }
+SimulatedLine::SimulatedLine(LinePeer* peer) {
+    setPeer(peer);
+}
 
 SimulatedLine::~SimulatedLine() {
     Clock& c = Clock::instance();
@@ -25,19 +27,22 @@ SimulatedLine::~SimulatedLine() {
 
 void SimulatedLine::setPeer(LinePeer* peer) {
     m_peer = peer;
-    if (peer) peer->attached(this);
+    if (peer)
+        peer->attached(this);
 }
 
 int SimulatedLine::open(const LineSettings& s, QString*) {
     m_settings = s;
     m_open = true;
     m_rx.clear();
-    if (m_peer) m_peer->hostOpenChanged(true);
+    if (m_peer)
+        m_peer->hostOpenChanged(true);
     return 0;
 }
 
 void SimulatedLine::close() {
-    if (!m_open) return;
+    if (!m_open)
+        return;
     m_open = false;
     // Closing a port discards what it had not yet sent and what it had not yet read.
     m_tx.clear();
@@ -45,10 +50,13 @@ void SimulatedLine::close() {
     m_rx.clear();
     Clock::instance().cancel(m_txEvent);
     m_txEvent = 0;
-    if (m_peer) m_peer->hostOpenChanged(false);
+    if (m_peer)
+        m_peer->hostOpenChanged(false);
 }
 
-void SimulatedLine::apply(const LineSettings& s) { m_settings = s; }
+void SimulatedLine::apply(const LineSettings& s) {
+    m_settings = s;
+}
 
 int SimulatedLine::peerBaud() const {
     const int b = m_peer ? m_peer->baud() : 0;
@@ -61,46 +69,54 @@ int SimulatedLine::peerTxBaud() const {
 }
 
 void SimulatedLine::setCut(bool cut) {
-    if (cut == m_cut) return;
+    if (cut == m_cut)
+        return;
     m_cut = cut;
     // An open input reads as "off": the program sees CTS drop with the cable.
     peerSetCts(!cut);
 }
 
 bool SimulatedLine::flowStopped() const {
-    const bool rts = m_settings.handshake == Handshake::Rts ||
-                     m_settings.handshake == Handshake::RtsXonXoff;
+    const bool rts =
+        m_settings.handshake == Handshake::Rts || m_settings.handshake == Handshake::RtsXonXoff;
     return rts && !m_cts;
 }
 
 qint64 SimulatedLine::write(const QByteArray& bytes) {
-    if (!m_open) return -1;
+    if (!m_open)
+        return -1;
     m_wire.append(bytes);
     // An idle line starts the first byte now; on a busy one it follows the last.
     if (!m_wireBusy && m_tx.empty())
         m_txLineFreeUs = std::max(m_txLineFreeUs, Clock::instance().nowUs());
-    for (char c : bytes) m_tx.push_back(c);
+    for (char c : bytes)
+        m_tx.push_back(c);
     pumpTx();
     return bytes.size();
 }
 
 qint64 SimulatedLine::batchedDue(qint64 nextUs, qint64 lastUs) {
     const Clock& clock = Clock::instance();
-    if (clock.isVirtual()) return nextUs;
+    if (clock.isVirtual())
+        return nextUs;
     return std::min(lastUs, std::max(nextUs, clock.nowUs() + kBatchUs));
 }
 
 void SimulatedLine::pumpTx() {
-    if (m_txEvent || m_inTxRun) return;
+    if (m_txEvent || m_inTxRun)
+        return;
     Clock& clock = Clock::instance();
     if (!m_pacing) {
-        if (m_tx.empty() || flowStopped()) return;
+        if (m_tx.empty() || flowStopped())
+            return;
         QByteArray chunk;
-        for (char c : m_tx) chunk.append(c);
+        for (char c : m_tx)
+            chunk.append(c);
         m_tx.clear();
         m_txEvent = clock.scheduleIn(0, [this, chunk] {
             m_txEvent = 0;
-            if (m_cut || !m_peer) return;
+            if (m_cut || !m_peer)
+                return;
             m_bytesToPeer += chunk.size();
             m_peer->bytesArrived(m_noise.carry(chunk, peerBaud() == m_settings.baud));
             pumpTx();
@@ -108,7 +124,8 @@ void SimulatedLine::pumpTx() {
         return;
     }
     const bool starting = !m_tx.empty() && !flowStopped();
-    if (!m_wireBusy && !starting) return;
+    if (!m_wireBusy && !starting)
+        return;
     // Next: the byte on the wire arrives, or the next one starts. The program's count reaches 0
     // as the last queued byte starts, a moment the program waits on: always a wake-up.
     qint64 due = m_txLineFreeUs;
@@ -132,7 +149,8 @@ void SimulatedLine::runTx() {
     // time, and the next starts as it arrives unless the device dropped CTS on it.
     for (;;) {
         if (m_wireBusy) {
-            if (m_txLineFreeUs > now) break;
+            if (m_txLineFreeUs > now)
+                break;
             m_wireBusy = false;
             if (!m_cut && m_peer) {
                 ++m_bytesToPeer;
@@ -141,7 +159,8 @@ void SimulatedLine::runTx() {
                 m_peer->bytesArrived(m_noise.carry(one, peerBaud() == m_settings.baud));
             }
         }
-        if (m_tx.empty() || flowStopped() || m_txLineFreeUs > now) break;
+        if (m_tx.empty() || flowStopped() || m_txLineFreeUs > now)
+            break;
         m_onWire = m_tx.front();
         m_tx.pop_front();
         m_wireBusy = true;
@@ -155,7 +174,8 @@ void SimulatedLine::peerSend(const QByteArray& bytes) {
     // An idle line starts now (the device's own time when it speaks from a stamped moment).
     if (m_fromPeer.empty())
         m_rxLineFreeUs = std::max(m_rxLineFreeUs, Clock::instance().nowUs());
-    for (char c : bytes) m_fromPeer.push_back(c);
+    for (char c : bytes)
+        m_fromPeer.push_back(c);
     pumpRx();
 }
 
@@ -165,7 +185,8 @@ bool SimulatedLine::rxFull() const {
 
 void SimulatedLine::pumpRx() {
     // A full receive buffer holds the line until the program reads (readAll pumps again).
-    if (m_rxEvent || m_fromPeer.empty() || rxFull()) return;
+    if (m_rxEvent || m_fromPeer.empty() || rxFull())
+        return;
     Clock& clock = Clock::instance();
     const int sendBaud = peerTxBaud();
     const qint64 bt = m_pacing ? byteTimeUs(sendBaud) : 0;
@@ -189,7 +210,8 @@ void SimulatedLine::pumpRx() {
             if (!m_notifyEvent)
                 m_notifyEvent = Clock::instance().scheduleIn(0, [this] {
                     m_notifyEvent = 0;
-                    if (m_open && !m_rx.isEmpty()) Q_EMIT received();
+                    if (m_open && !m_rx.isEmpty())
+                        Q_EMIT received();
                 });
         }
         pumpRx();
@@ -204,11 +226,14 @@ QByteArray SimulatedLine::readAll() {
 }
 
 void SimulatedLine::peerSetCts(bool cts) {
-    if (m_cut) cts = false;
-    if (cts == m_cts) return;
+    if (m_cut)
+        cts = false;
+    if (cts == m_cts)
+        return;
     m_cts = cts;
     // The line resumes from the moment CTS came back (stamped when the device's alarm ran late).
-    if (cts && !m_wireBusy) m_txLineFreeUs = std::max(m_txLineFreeUs, Clock::instance().nowUs());
+    if (cts && !m_wireBusy)
+        m_txLineFreeUs = std::max(m_txLineFreeUs, Clock::instance().nowUs());
     if (m_open) {
         Q_EMIT ctsChanged();
         pumpTx();

@@ -5,9 +5,9 @@
 // is not running at into noise, as a real cable does. The program's end works as a UART: a
 // byte leaves the output count when it starts on the wire and arrives ten bit times later.
 
+#include "core/link/LineModel.h"
 #include "platform/clock/Clock.h"
 #include "platform/serial/CommBackend.h"
-#include "core/link/LineModel.h"
 
 #include <QByteArray>
 #include <deque>
@@ -111,8 +111,8 @@ private:
     bool m_cut = false;
     bool m_cts = true;
     int m_writeTimeoutMs = 0;
-    std::deque<char> m_tx;       // written by the program, not yet on the line
-    char m_onWire = 0;           // the byte on its way to the device, when m_wireBusy
+    std::deque<char> m_tx; // written by the program, not yet on the line
+    char m_onWire = 0;     // the byte on its way to the device, when m_wireBusy
     bool m_wireBusy = false;
     bool m_inTxRun = false;
     std::deque<char> m_fromPeer; // sent by the device, not yet on the line

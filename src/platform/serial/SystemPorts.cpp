@@ -30,9 +30,11 @@ QHash<QString, QString> byIdLinks() {
 bool uartPresent(const QString& path) {
     static const QRegularExpression uart(QStringLiteral("^/dev/(ttyS\\d+)$"));
     const auto m = uart.match(path);
-    if (!m.hasMatch()) return true;
+    if (!m.hasMatch())
+        return true;
     QFile type(QStringLiteral("/sys/class/tty/") + m.captured(1) + QStringLiteral("/type"));
-    if (!type.open(QIODevice::ReadOnly)) return true;
+    if (!type.open(QIODevice::ReadOnly))
+        return true;
     return type.readAll().trimmed() != "0";
 }
 
@@ -57,14 +59,18 @@ QList<SystemPort> machinePorts() {
 QString SystemPort::label() const {
     QString text = path;
     QStringList about;
-    if (!manufacturer.isEmpty()) about << manufacturer;
-    if (!description.isEmpty() && description != manufacturer) about << description;
+    if (!manufacturer.isEmpty())
+        about << manufacturer;
+    if (!description.isEmpty() && description != manufacturer)
+        about << description;
     QString what = about.join(QLatin1Char(' '));
     if (!serialNumber.isEmpty())
         what += (what.isEmpty() ? QString() : QStringLiteral(", ")) + QStringLiteral("serial ") +
                 serialNumber;
-    if (!what.isEmpty()) text += QStringLiteral(": ") + what;
-    if (!byId.isEmpty()) text += QStringLiteral(" [") + QFileInfo(byId).fileName() + QLatin1Char(']');
+    if (!what.isEmpty())
+        text += QStringLiteral(": ") + what;
+    if (!byId.isEmpty())
+        text += QStringLiteral(" [") + QFileInfo(byId).fileName() + QLatin1Char(']');
     return text;
 }
 
@@ -75,16 +81,20 @@ bool NaturalLess(const QString& a, const QString& b) {
         if (a[i].isDigit() && b[j].isDigit()) {
             int ei = i;
             int ej = j;
-            while (ei < a.size() && a[ei].isDigit()) ++ei;
-            while (ej < b.size() && b[ej].isDigit()) ++ej;
+            while (ei < a.size() && a[ei].isDigit())
+                ++ei;
+            while (ej < b.size() && b[ej].isDigit())
+                ++ej;
             const qulonglong na = a.mid(i, ei - i).toULongLong();
             const qulonglong nb = b.mid(j, ej - j).toULongLong();
-            if (na != nb) return na < nb;
+            if (na != nb)
+                return na < nb;
             i = ei;
             j = ej;
             continue;
         }
-        if (a[i] != b[j]) return a[i] < b[j];
+        if (a[i] != b[j])
+            return a[i] < b[j];
         ++i;
         ++j;
     }
@@ -92,17 +102,21 @@ bool NaturalLess(const QString& a, const QString& b) {
 }
 
 QList<SystemPort> OrderPorts(QList<SystemPort> ports) {
-    ports.erase(std::remove_if(ports.begin(), ports.end(),
-                               [](const SystemPort& p) { return !p.hasHardware || p.path.isEmpty(); }),
-                ports.end());
+    ports.erase(
+        std::remove_if(ports.begin(), ports.end(),
+                       [](const SystemPort& p) { return !p.hasHardware || p.path.isEmpty(); }),
+        ports.end());
     std::stable_sort(ports.begin(), ports.end(), [](const SystemPort& a, const SystemPort& b) {
-        if (a.byId.isEmpty() != b.byId.isEmpty()) return !a.byId.isEmpty();
+        if (a.byId.isEmpty() != b.byId.isEmpty())
+            return !a.byId.isEmpty();
         return a.byId.isEmpty() ? NaturalLess(a.path, b.path) : NaturalLess(a.byId, b.byId);
     });
     return ports;
 }
 
-void SetPortLister(PortLister l) { lister() = std::move(l); }
+void SetPortLister(PortLister l) {
+    lister() = std::move(l);
+}
 
 QList<SystemPort> ListSystemPorts() {
     return OrderPorts(lister() ? lister()() : machinePorts());

@@ -10,16 +10,17 @@
 namespace telvo::platform {
 
 struct SystemPort {
-    QString path;         // the device file, e.g. /dev/ttyUSB0
-    QString byId;         // its /dev/serial/by-id link, empty when it has none
-    QString description;  // the product as the device names itself
+    QString path;        // the device file, e.g. /dev/ttyUSB0
+    QString byId;        // its /dev/serial/by-id link, empty when it has none
+    QString description; // the product as the device names itself
     QString manufacturer;
     QString serialNumber;
     bool hasHardware = true; // false for a UART node with no chip behind it
 
     // What to open: the by-id link follows an adapter that came back under another ttyUSBn.
     QString openPath() const { return byId.isEmpty() ? path : byId; }
-    // "/dev/ttyUSB0: FTDI FT232R USB UART, serial A10K3Z" (by-id name in brackets when there is one).
+    // "/dev/ttyUSB0: FTDI FT232R USB UART, serial A10K3Z" (by-id name in brackets when there is
+    // one).
     QString label() const;
 };
 

@@ -11,13 +11,15 @@ namespace {
 
 QStringList Args(std::initializer_list<const char*> list) {
     QStringList out;
-    for (const char* a : list) out << QString::fromUtf8(a);
+    for (const char* a : list)
+        out << QString::fromUtf8(a);
     return out;
 }
 
 TEST(StartupLine, NothingOrStartupWordsRun) {
     EXPECT_EQ(ReadStartupLine({}).action, StartupLine::Run);
-    EXPECT_EQ(ReadStartupLine(Args({"FRKdebugger", "\\Reset", "BootLoader"})).action, StartupLine::Run);
+    EXPECT_EQ(ReadStartupLine(Args({"FRKdebugger", "\\Reset", "BootLoader"})).action,
+              StartupLine::Run);
     EXPECT_EQ(ReadStartupLine(Args({"xxfrkdebuggerBOOTLOADER"})).action, StartupLine::Run);
     // A word behind dashes is still the word, as the whole line is searched as text.
     EXPECT_EQ(ReadStartupLine(Args({"--FRKdebugger"})).action, StartupLine::Run);
@@ -27,8 +29,8 @@ TEST(StartupLine, NothingOrStartupWordsRun) {
 TEST(StartupLine, HelpPrintsUsageAndTheWords) {
     const StartupLine l = ReadStartupLine(Args({"FRKdebugger", "--help"}));
     EXPECT_EQ(l.action, StartupLine::Help);
-    EXPECT_TRUE(l.output.startsWith(
-        QStringLiteral("Usage: telvo [--help] [--version] [FRKdebugger] [\\Reset] [BootLoader]\n")));
+    EXPECT_TRUE(l.output.startsWith(QStringLiteral(
+        "Usage: telvo [--help] [--version] [FRKdebugger] [\\Reset] [BootLoader]\n")));
     EXPECT_TRUE(l.output.contains(QStringLiteral("TELVO_PORTS")));
 }
 

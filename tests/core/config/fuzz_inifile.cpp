@@ -2,9 +2,9 @@
 // line also goes through the command parser alone. Built without libFuzzer, main() runs the
 // entry over a small corpus of awkward inputs so that ctest keeps it honest.
 
-#include "core/text/Classic.h"
 #include "core/config/CommandRec.h"
 #include "core/config/IniFile.h"
+#include "core/text/Classic.h"
 
 #include <QFile>
 #include <cstdint>
@@ -108,7 +108,8 @@ int main() {
         }
     }
     std::printf("fuzz_inifile: %d inputs, no crash\n", runs);
-    if (telvo::test::FeedCorpus("inifile", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("inifile", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     return 0;
 }
 #endif

@@ -1,7 +1,7 @@
 // One [COMMANDS] line of Telvo.ini into a command record.
 
-#include "core/text/Classic.h"
 #include "core/config/CommandRec.h"
+#include "core/text/Classic.h"
 
 #include <QStringList>
 #include <gtest/gtest.h>

@@ -133,7 +133,8 @@ int main() {
         LLVMFuzzerTestOneInput(buf.data(), buf.size());
     }
     std::puts("fuzz_receive: corpus passed");
-    if (telvo::test::FeedCorpus("receive", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("receive", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     return 0;
 }
 #endif

@@ -26,7 +26,8 @@ void require(bool condition, const char* what) {
 }
 
 bool same(const std::vector<TelnetEvent>& a, const std::vector<TelnetEvent>& b) {
-    if (a.size() != b.size()) return false;
+    if (a.size() != b.size())
+        return false;
     for (size_t i = 0; i < a.size(); ++i)
         if (a[i].kind != b[i].kind || a[i].verb != b[i].verb || a[i].option != b[i].option ||
             a[i].command != b[i].command || a[i].value != b[i].value)
@@ -65,10 +66,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     TelnetNegotiator neg;
     (void)neg.start();
     for (const TelnetEvent& e : events) {
-        if (e.kind != TelnetEvent::Option) continue;
+        if (e.kind != TelnetEvent::Option)
+            continue;
         const QByteArray reply = neg.answer(e.verb, e.option);
-        require(reply.isEmpty() || (reply.size() == 3 && static_cast<unsigned char>(reply[0]) == 255 &&
-                                    static_cast<unsigned char>(reply[2]) == e.option),
+        require(reply.isEmpty() ||
+                    (reply.size() == 3 && static_cast<unsigned char>(reply[0]) == 255 &&
+                     static_cast<unsigned char>(reply[2]) == e.option),
                 "one verb for the same option");
         // Said again, an agreement is not repeated; a refusal may be.
         const QByteArray second = neg.answer(e.verb, e.option);
@@ -96,7 +99,8 @@ int main() {
         {'a', 255, 241, 'b', 255, 249, 'c', 255, 240},
         {255, 250, 44, 107, 0x11, 255, 240, 2, '2', '1', 3},
     };
-    for (const auto& a : awkward) LLVMFuzzerTestOneInput(a.data(), a.size());
+    for (const auto& a : awkward)
+        LLVMFuzzerTestOneInput(a.data(), a.size());
     std::mt19937 rng(20261124);
     for (int run = 0; run < 2000; ++run) {
         std::vector<uint8_t> buf(rng() % 200);
@@ -108,7 +112,8 @@ int main() {
         LLVMFuzzerTestOneInput(buf.data(), buf.size());
     }
     std::puts("fuzz_rfc2217: corpus passed");
-    if (telvo::test::FeedCorpus("rfc2217", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("rfc2217", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     return 0;
 }
 #endif

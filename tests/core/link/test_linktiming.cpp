@@ -10,10 +10,10 @@ using namespace telvo::core;
 TEST(LineTime, TenBitsAByteRoundedUp) {
     EXPECT_EQ(LineTimeMs(0, 19200), 0);
     EXPECT_EQ(LineTimeMs(8, 0), 0);
-    EXPECT_EQ(LineTimeMs(1, 19200), 1);    // 0.52 ms
+    EXPECT_EQ(LineTimeMs(1, 19200), 1); // 0.52 ms
     EXPECT_EQ(LineTimeMs(192, 19200), 100);
     EXPECT_EQ(LineTimeMs(193, 19200), 101);
-    EXPECT_EQ(LineTimeMs(16, 9600), 17);   // 16.7 ms
+    EXPECT_EQ(LineTimeMs(16, 9600), 17); // 16.7 ms
 }
 
 TEST(SlowestRecentAnswer, UnmeasuredUntilTheFirstSample) {
@@ -32,7 +32,8 @@ TEST(SlowestRecentAnswer, TheSlowestRecentAnswerCountsAndIsForgottenAfterEightMo
     e.add(390);
     e.add(250);
     EXPECT_EQ(e.value(), 390);
-    for (int i = 0; i < SlowestRecentAnswer::kKept - 2; ++i) e.add(300);
+    for (int i = 0; i < SlowestRecentAnswer::kKept - 2; ++i)
+        e.add(300);
     EXPECT_EQ(e.value(), 390); // the spike is still among the last eight
     e.add(300);
     EXPECT_EQ(e.value(), 300);

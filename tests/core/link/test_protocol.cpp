@@ -1,8 +1,8 @@
 // Frames, error texts and the receive handler, alone.
 
-#include "core/text/MinorSubs.h"
 #include "core/link/Protocol.h"
 #include "core/link/ReceiveRouter.h"
+#include "core/text/MinorSubs.h"
 
 #include <gtest/gtest.h>
 
@@ -205,9 +205,13 @@ TEST_F(Router, SpinnerCountStopsAtItsLargestValue) {
     // Outside a transfer nothing resets the count: a long spinner must not overflow it.
     feed(QString(40000, QChar(8)));
     EXPECT_EQ(link.SpinnerCount, 32767);
-    feed(QString(60000, QLatin1Char('|')) + S("\x02" "01\x03"), true);
+    feed(QString(60000, QLatin1Char('|')) + S("\x02"
+                                              "01\x03"),
+         true);
     EXPECT_EQ(link.SpinnerCount, 32767);
-    EXPECT_EQ(link.Reply, S("\x02" "01\x03")) << "what follows the spinner is still routed";
+    EXPECT_EQ(link.Reply, S("\x02"
+                            "01\x03"))
+        << "what follows the spinner is still routed";
     link.SpinnerCount = 0; // the watchdog's tick
     feed(S("/"), true);
     EXPECT_EQ(link.SpinnerCount, 1);
@@ -215,10 +219,14 @@ TEST_F(Router, SpinnerCountStopsAtItsLargestValue) {
 
 TEST_F(Router, PacketWithoutEtxKeepsOnlyItsHead) {
     link.WaitingReply = true;
-    feed(S("\x02" "21") + QString(100000, QLatin1Char('z')));
+    feed(S("\x02"
+           "21") +
+         QString(100000, QLatin1Char('z')));
     EXPECT_EQ(link.PartialPacket.size(), kMaxPacketChars);
     feed(S("\x03"));
-    EXPECT_EQ(link.Reply, S("\x02" "21") + QString(kMaxPacketChars - 3, QLatin1Char('z')) + S("\x03"));
+    EXPECT_EQ(link.Reply, S("\x02"
+                            "21") +
+                              QString(kMaxPacketChars - 3, QLatin1Char('z')) + S("\x03"));
     EXPECT_FALSE(link.WaitingReply);
 }
 
@@ -238,7 +246,8 @@ TEST_F(Router, BoxPastItsLimitKeepsItsLastLinesWhole) {
 
 TEST_F(Router, OneLineLongerThanTheBoxKeepsItsEnd) {
     QString line;
-    for (int i = 0; line.size() <= ConsoleText::kMaxChars; ++i) line += QString::number(i % 10);
+    for (int i = 0; line.size() <= ConsoleText::kMaxChars; ++i)
+        line += QString::number(i % 10);
     feed(line, true);
     EXPECT_EQ(ldr.text(), line.right(ConsoleText::kKeepChars));
 }
@@ -303,34 +312,72 @@ TEST(SpecialState, LoaderStatesAndConsoleAreSpecialIgnoringCase) {
 
 namespace {
 
-QString frameOf(const QByteArray& bytes) { return QString::fromLatin1(bytes); }
+QString frameOf(const QByteArray& bytes) {
+    return QString::fromLatin1(bytes);
+}
 
 TEST(ReplyWhole, AWholeDataReplyIsWhole) {
     // (STX)2105A1(NUL)1(NUL)6D(ETX): the length counts the five data bytes.
-    EXPECT_TRUE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6D\x03", 13))));
+    EXPECT_TRUE(ReplyWhole(frameOf(QByteArray("\x02"
+                                              "2105A1\0"
+                                              "1\0"
+                                              "6D\x03",
+                                              13))));
 }
 
 TEST(ReplyWhole, TheLengthIsReadAsHexadecimalOfEitherCase) {
-    const QByteArray data("B1\0" "12345678\0", 12); // twelve bytes: "0c"
-    EXPECT_TRUE(ReplyWhole(frameOf("\x02" "210c" + data + "00\x03")));
-    EXPECT_TRUE(ReplyWhole(frameOf("\x02" "210C" + data + "00\x03")));
-    EXPECT_FALSE(ReplyWhole(frameOf("\x02" "2112" + data + "00\x03")));
+    const QByteArray data("B1\0"
+                          "12345678\0",
+                          12); // twelve bytes: "0c"
+    EXPECT_TRUE(ReplyWhole(frameOf("\x02"
+                                   "210c" +
+                                   data + "00\x03")));
+    EXPECT_TRUE(ReplyWhole(frameOf("\x02"
+                                   "210C" +
+                                   data + "00\x03")));
+    EXPECT_FALSE(ReplyWhole(frameOf("\x02"
+                                    "2112" +
+                                    data + "00\x03")));
 }
 
 TEST(ReplyWhole, BytesPutIntoTheFrameOnTheWayMakeItDamaged) {
     // Noise that is neither STX nor ETX lands inside the frame: the length no longer fits.
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "\xd7" "q1\0" "6D\x03", 15))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02"
+                                               "2105A1\0"
+                                               "\xd7"
+                                               "q1\0"
+                                               "6D\x03",
+                                               15))));
 }
 
 TEST(ReplyWhole, AFrameWithoutItsTwoChecksumCharactersIsDamaged) {
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "\x03", 11))));
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6\x03", 12))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02"
+                                               "2105A1\0"
+                                               "1\0"
+                                               "\x03",
+                                               11))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02"
+                                               "2105A1\0"
+                                               "1\0"
+                                               "6\x03",
+                                               12))));
 }
 
 TEST(ReplyWhole, ALengthThatIsNotHexadecimalOrAFrameWithoutEndsIsDamaged) {
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "21zzA1\0" "1\0" "6D\x03", 13))));
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02" "2105A1\0" "1\0" "6D", 12))));
-    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("2105A1\0" "1\0" "6D\x03", 12))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02"
+                                               "21zzA1\0"
+                                               "1\0"
+                                               "6D\x03",
+                                               13))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("\x02"
+                                               "2105A1\0"
+                                               "1\0"
+                                               "6D",
+                                               12))));
+    EXPECT_FALSE(ReplyWhole(frameOf(QByteArray("2105A1\0"
+                                               "1\0"
+                                               "6D\x03",
+                                               12))));
     EXPECT_FALSE(ReplyWhole(QString()));
 }
 

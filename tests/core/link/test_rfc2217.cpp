@@ -11,14 +11,20 @@ namespace {
 
 QByteArray B(std::initializer_list<int> bytes) {
     QByteArray out;
-    for (const int b : bytes) out += char(b);
+    for (const int b : bytes)
+        out += char(b);
     return out;
 }
 
 TEST(Rfc2217, EscapeDoublesEveryIacAndNothingElse) {
     EXPECT_EQ(TelnetEscape(B({0x02, 0xFF, 0x00, 0xFF, 0xFF, 0x03})),
               B({0x02, 0xFF, 0xFF, 0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0x03}));
-    EXPECT_EQ(TelnetEscape(QByteArray("\x02" "2003A1\0\x03", 9)), QByteArray("\x02" "2003A1\0\x03", 9));
+    EXPECT_EQ(TelnetEscape(QByteArray("\x02"
+                                      "2003A1\0\x03",
+                                      9)),
+              QByteArray("\x02"
+                         "2003A1\0\x03",
+                         9));
     EXPECT_EQ(TelnetEscape(QByteArray()), QByteArray());
 }
 
@@ -33,7 +39,8 @@ TEST(Rfc2217, ParserUndoesTheEscapeEvenSplitBetweenTheTwoIacs) {
 
 TEST(Rfc2217, CommandsAreBuiltWithTheirValuesEscaped) {
     EXPECT_EQ(SetBaudrateCommand(57600), B({255, 250, 44, 1, 0, 0, 0xE1, 0x00, 255, 240}));
-    EXPECT_EQ(SetBaudrateCommand(0xFF00FF), B({255, 250, 44, 1, 0, 0xFF, 0xFF, 0, 0xFF, 0xFF, 255, 240}));
+    EXPECT_EQ(SetBaudrateCommand(0xFF00FF),
+              B({255, 250, 44, 1, 0, 0xFF, 0xFF, 0, 0xFF, 0xFF, 255, 240}));
     EXPECT_EQ(ComPortByteCommand(comport::SetControl, comport::ControlHardware),
               B({255, 250, 44, 5, 3, 255, 240}));
     EXPECT_EQ(ComPortByteCommand(comport::PurgeData, comport::PurgeBoth),
@@ -41,8 +48,9 @@ TEST(Rfc2217, CommandsAreBuiltWithTheirValuesEscaped) {
 }
 
 TEST(Rfc2217, SubNegotiationSplitAtEveryByteIsOneEventAndDataAroundItIsKept) {
-    const QByteArray stream = QByteArray("ab") + B({255, 250, 44, 101, 0, 0, 0xFF, 0xFF, 0x00,
-                                                    255, 240}) + QByteArray("cd");
+    const QByteArray stream = QByteArray("ab") +
+                              B({255, 250, 44, 101, 0, 0, 0xFF, 0xFF, 0x00, 255, 240}) +
+                              QByteArray("cd");
     for (int cut = 0; cut <= stream.size(); ++cut) {
         TelnetParser p;
         std::vector<TelnetEvent> ev;
@@ -57,15 +65,16 @@ TEST(Rfc2217, SubNegotiationSplitAtEveryByteIsOneEventAndDataAroundItIsKept) {
 }
 
 TEST(Rfc2217, ByteByByteGivesWhatTheWholeGives) {
-    const QByteArray stream = B({255, 251, 3, 'x', 255, 250, 44, 107, 0x10, 255, 240, 255, 253, 44,
-                                 'y', 255, 241, 'z'});
+    const QByteArray stream =
+        B({255, 251, 3, 'x', 255, 250, 44, 107, 0x10, 255, 240, 255, 253, 44, 'y', 255, 241, 'z'});
     TelnetParser whole;
     std::vector<TelnetEvent> a;
     const QByteArray dataA = whole.feed(stream, &a);
     TelnetParser split;
     std::vector<TelnetEvent> b;
     QByteArray dataB;
-    for (const char c : stream) dataB += split.feed(QByteArray(1, c), &b);
+    for (const char c : stream)
+        dataB += split.feed(QByteArray(1, c), &b);
     EXPECT_EQ(dataA, QByteArray("xyz"));
     EXPECT_EQ(dataA, dataB);
     ASSERT_EQ(a.size(), 3u);
@@ -76,7 +85,8 @@ TEST(Rfc2217, ByteByByteGivesWhatTheWholeGives) {
     EXPECT_EQ(a[1].value, B({0x10}));
     EXPECT_EQ(a[2].verb, telnet::DO);
     EXPECT_EQ(a[2].option, telnet::COM_PORT);
-    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(a[i].value, b[i].value);
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(a[i].value, b[i].value);
 }
 
 TEST(Rfc2217, RunawaySubNegotiationIsLeftAtTheLimitAndWhatFollowsIsData) {
@@ -159,7 +169,8 @@ TEST(Rfc2217, RoundTripIsSmoothedAndBiasedToTheRecentMaximum) {
     EXPECT_EQ(r.estimateMs(), 138);
     r.add(300); // the largest recent sample holds
     EXPECT_EQ(r.estimateMs(), 300);
-    for (int i = 0; i < RoundTripEstimate::kRecent; ++i) r.add(100);
+    for (int i = 0; i < RoundTripEstimate::kRecent; ++i)
+        r.add(100);
     // Once it is no longer recent, the smoothed value is what is left, above the mean.
     EXPECT_LT(r.estimateMs(), 300);
     EXPECT_GT(r.estimateMs(), 100);

@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         QString::fromLatin1(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     const QStringList lines = text.split(QLatin1Char('\n'));
     for (QString line : lines) {
-        if (line.endsWith(QLatin1Char('\r'))) line.chop(1);
+        if (line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
         checkLine(line);
     }
     // A plain row the save writes, from a name without its separator, reads back as written.
@@ -80,20 +81,28 @@ int main() {
         "SetState=Input 1,4C1; SetParameter=Brightness, B117",
         "SetState=  , ; SetParameter=  ,  ",
         "SetParameter=Gamma, 53\r\nSetParameter=, \r\n",
-        "\x02" "21-5A1\0" "1\0" "cc\x03",
-        "\x02" "2199B1\0" "17\0\x03",
+        "\x02"
+        "21-5A1\0"
+        "1\0"
+        "cc\x03",
+        "\x02"
+        "2199B1\0"
+        "17\0\x03",
         "\xff\xfe=\xc3\x28,;",
     };
     for (const char* a : awkward)
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(a), std::strlen(a));
     std::mt19937 rng(20261124);
-    const char alphabet[] = "SetStaePrm=,; \r\n\t\x02\x03" "0123456789AB";
+    const char alphabet[] = "SetStaePrm=,; \r\n\t\x02\x03"
+                            "0123456789AB";
     for (int run = 0; run < 3000; ++run) {
         std::vector<uint8_t> buf(rng() % 120);
-        for (auto& c : buf) c = uint8_t(rng() % 4 == 0 ? rng() : alphabet[rng() % (sizeof alphabet - 1)]);
+        for (auto& c : buf)
+            c = uint8_t(rng() % 4 == 0 ? rng() : alphabet[rng() % (sizeof alphabet - 1)]);
         LLVMFuzzerTestOneInput(buf.data(), buf.size());
     }
-    if (telvo::test::FeedCorpus("settings", LLVMFuzzerTestOneInput) == 0) return 1;
+    if (telvo::test::FeedCorpus("settings", LLVMFuzzerTestOneInput) == 0)
+        return 1;
     std::puts("fuzz_settings: corpus passed");
     return 0;
 }

@@ -8,7 +8,9 @@
 
 #include <ostream>
 
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 
 using namespace telvo::core;
 
@@ -16,14 +18,14 @@ namespace {
 
 CommandTable table() {
     CommandTable t = EmptyCommandTable();
-    for (const char* l : {"Brightness = [1] B1 ; -50..50 ;",
-                          "Noise Reduction = [1] B6 ; (0)Off,(1)Low,(2)Medium,(3)High ;",
-                          "Red Gain = [2] 67 ; 0.00..1.50 ;",
-                          "Audio Delay = [2] 6E ; INTEGER ; 0 to 250 ms",
-                          "OSD Timeout = [3] D1 ; INTEGER ; 5 to 120 seconds",
-                          "Menu Language = [3] D3 ; (1)English,(2)Deutsch,(3)Francais ;",
-                          "IR Code Set = [3] D4 ; BYTEH ; (0)Standard,(1)Alternate ;",
-                          "Device Name = [3] D5 ; BYTEA ;"})
+    for (const char* l :
+         {"Brightness = [1] B1 ; -50..50 ;",
+          "Noise Reduction = [1] B6 ; (0)Off,(1)Low,(2)Medium,(3)High ;",
+          "Red Gain = [2] 67 ; 0.00..1.50 ;", "Audio Delay = [2] 6E ; INTEGER ; 0 to 250 ms",
+          "OSD Timeout = [3] D1 ; INTEGER ; 5 to 120 seconds",
+          "Menu Language = [3] D3 ; (1)English,(2)Deutsch,(3)Francais ;",
+          "IR Code Set = [3] D4 ; BYTEH ; (0)Standard,(1)Alternate ;",
+          "Device Name = [3] D5 ; BYTEA ;"})
         ParseCommandLine(QString::fromLatin1(l), t, [](const QString&) {});
     return t;
 }
@@ -64,10 +66,13 @@ TEST(DeviceTerms, AListComparesByRowWhateverItsSpelling) {
 
 TEST(DeviceTerms, IntegersHexBytesAndCharacters) {
     const CommandTable t = table();
-    EXPECT_TRUE(SameDeviceValue(rec(t, "Audio Delay"), QStringLiteral("040"), QStringLiteral("40")));
-    EXPECT_FALSE(SameDeviceValue(rec(t, "Audio Delay"), QStringLiteral("40"), QStringLiteral("41")));
+    EXPECT_TRUE(
+        SameDeviceValue(rec(t, "Audio Delay"), QStringLiteral("040"), QStringLiteral("40")));
+    EXPECT_FALSE(
+        SameDeviceValue(rec(t, "Audio Delay"), QStringLiteral("40"), QStringLiteral("41")));
     EXPECT_TRUE(SameDeviceValue(rec(t, "IR Code Set"), QStringLiteral("0a"), QStringLiteral("0A")));
-    EXPECT_FALSE(SameDeviceValue(rec(t, "IR Code Set"), QStringLiteral("00"), QStringLiteral("01")));
+    EXPECT_FALSE(
+        SameDeviceValue(rec(t, "IR Code Set"), QStringLiteral("00"), QStringLiteral("01")));
     // A character is its own value: case matters.
     EXPECT_TRUE(SameDeviceValue(rec(t, "Device Name"), QStringLiteral("V"), QStringLiteral("V")));
     EXPECT_FALSE(SameDeviceValue(rec(t, "Device Name"), QStringLiteral("v"), QStringLiteral("V")));
@@ -78,8 +83,10 @@ TEST(DeviceTerms, AValueAsTheLabelWillShowIt) {
     EXPECT_EQ(ValueAsShown(rec(t, "Red Gain"), QStringLiteral("1.5")), QStringLiteral("1.50"));
     EXPECT_EQ(ValueAsShown(rec(t, "Red Gain"), QStringLiteral(".5")), QStringLiteral("0.50"));
     EXPECT_EQ(ValueAsShown(rec(t, "Audio Delay"), QStringLiteral("+040")), QStringLiteral("40"));
-    EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("2")), QStringLiteral("Medium"));
-    EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("high")), QStringLiteral("High"));
+    EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("2")),
+              QStringLiteral("Medium"));
+    EXPECT_EQ(ValueAsShown(rec(t, "Noise Reduction"), QStringLiteral("high")),
+              QStringLiteral("High"));
     EXPECT_EQ(ValueAsShown(rec(t, "Brightness"), QStringLiteral("12")), QStringLiteral("12"));
     EXPECT_EQ(ValueAsShown(rec(t, "IR Code Set"), QStringLiteral("0a")), QStringLiteral("0A"));
 }
@@ -96,9 +103,9 @@ TEST(Assignments, AWordIsNameEqualsValueWithBlanksAllowed) {
 }
 
 TEST(Assignments, AFileOfLinesWithCommentsAndBlankLines) {
-    const AssignmentFile f = ReadAssignments(
-        "# the rack's look\r\n\r\nBrightness = 10\r\n   # indented comment\nNoise Reduction=High\n\n",
-        table());
+    const AssignmentFile f = ReadAssignments("# the rack's look\r\n\r\nBrightness = 10\r\n   # "
+                                             "indented comment\nNoise Reduction=High\n\n",
+                                             table());
     EXPECT_TRUE(f.problem.isEmpty()) << f.problem.toStdString();
     EXPECT_FALSE(f.saved);
     ASSERT_EQ(f.items.size(), 2);
@@ -112,8 +119,10 @@ TEST(Assignments, AFileOfLinesWithCommentsAndBlankLines) {
 TEST(Assignments, AFileThatIsNeitherKindIsToldByItsLine) {
     EXPECT_EQ(ReadAssignments("Brightness=1\nhello world\n", table()).problem,
               QStringLiteral("line 2 is neither NAME=VALUE nor a saved setting: hello world"));
-    EXPECT_EQ(ReadAssignments("# nothing\n\n", table()).problem, QStringLiteral("it names no setting"));
-    EXPECT_EQ(ReadAssignments(QByteArray("a=\0b", 4), table()).problem, QStringLiteral("it is not text"));
+    EXPECT_EQ(ReadAssignments("# nothing\n\n", table()).problem,
+              QStringLiteral("it names no setting"));
+    EXPECT_EQ(ReadAssignments(QByteArray("a=\0b", 4), table()).problem,
+              QStringLiteral("it is not text"));
     // A saved file is as save wrote it: no other line in it.
     const AssignmentFile mixed =
         ReadAssignments("SetParameter=OSD Timeout, D130\r\nBrightness=4\r\n", table());
@@ -123,19 +132,20 @@ TEST(Assignments, AFileThatIsNeitherKindIsToldByItsLine) {
 }
 
 TEST(Assignments, ASavedFileGivesItsPlainLinesAndLeavesItsStates) {
-    const AssignmentFile f = ReadAssignments(
-        "SetState=Input Video 1,4C1; SetParameter=Brightness, B10\r\n"
-        "SetState=Input Video 1,4C1; SetParameter=Noise Reduction, B62\r\n"
-        "SetState=Output Analog,601; SetParameter=Output Resolution, 613\r\n"
-        "SetParameter=OSD Timeout, D130\r\n"
-        "SetParameter=Menu Language, D32\r\n"
-        "SetParameter=IR Code Set, D401\r\n"
-        "SetParameter=Mystery, Z95\r\n",
-        table());
+    const AssignmentFile f =
+        ReadAssignments("SetState=Input Video 1,4C1; SetParameter=Brightness, B10\r\n"
+                        "SetState=Input Video 1,4C1; SetParameter=Noise Reduction, B62\r\n"
+                        "SetState=Output Analog,601; SetParameter=Output Resolution, 613\r\n"
+                        "SetParameter=OSD Timeout, D130\r\n"
+                        "SetParameter=Menu Language, D32\r\n"
+                        "SetParameter=IR Code Set, D401\r\n"
+                        "SetParameter=Mystery, Z95\r\n",
+                        table());
     EXPECT_TRUE(f.problem.isEmpty()) << f.problem.toStdString();
     EXPECT_TRUE(f.saved);
     EXPECT_EQ(f.leftLines, 3);
-    EXPECT_EQ(f.leftStates, (QStringList{QStringLiteral("Input Video 1"), QStringLiteral("Output Analog")}));
+    EXPECT_EQ(f.leftStates,
+              (QStringList{QStringLiteral("Input Video 1"), QStringLiteral("Output Analog")}));
     ASSERT_EQ(f.items.size(), 4);
     EXPECT_EQ(f.items.at(0).line, 4);
     EXPECT_EQ(f.items.at(0).name, QStringLiteral("OSD Timeout"));

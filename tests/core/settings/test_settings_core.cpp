@@ -11,7 +11,9 @@
 
 #include <ostream>
 
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 
 using namespace telvo::core;
 
@@ -21,7 +23,8 @@ const QString kNul = QString(QChar(0));
 
 CommandTable table(const QStringList& lines) {
     CommandTable t = EmptyCommandTable();
-    for (const QString& l : lines) ParseCommandLine(l, t, [](const QString&) {});
+    for (const QString& l : lines)
+        ParseCommandLine(l, t, [](const QString&) {});
     return t;
 }
 
@@ -93,10 +96,10 @@ TEST(Placement, ColumnWidthsRoundToEven) {
 
 class Answers : public ::testing::Test {
 protected:
-    CommandTable t = table({"Noise = [1] B6 ; (0)Off,(1)Low,(3)High ;", "Zoom = [1] C5 ; 1.00..4.00 ;",
-                            "Delay = [2] 6E ; INTEGER ; 0 to 250", "Code = [3] D4 ; BYTEH ;",
-                            "Model/R = [3] A8 ; ;", "Firmware/R = [3] A9 ; ;",
-                            "Plain = [3] D9 ; ;"});
+    CommandTable t =
+        table({"Noise = [1] B6 ; (0)Off,(1)Low,(3)High ;", "Zoom = [1] C5 ; 1.00..4.00 ;",
+               "Delay = [2] 6E ; INTEGER ; 0 to 250", "Code = [3] D4 ; BYTEH ;",
+               "Model/R = [3] A8 ; ;", "Firmware/R = [3] A9 ; ;", "Plain = [3] D9 ; ;"});
     QString show(const QString& r, bool* unknown = nullptr) {
         return FormatAnswerText(t, r, QStringLiteral("Gorda"), QStringLiteral("1.24"), unknown);
     }
@@ -178,7 +181,8 @@ TEST(SettingsLines, LinesAreCutAsTheRestoreReadsThem) {
     EXPECT_EQ(p.item, QStringLiteral("A32"));
     EXPECT_EQ(SetBody(p.item), QStringLiteral("A3") + kNul + QStringLiteral("2") + kNul);
     // The first eight characters name a state line in any case.
-    const SettingsLine lower = ParseSettingsLine(QStringLiteral("setstate=X,4C1; SetParameter=B, B11"));
+    const SettingsLine lower =
+        ParseSettingsLine(QStringLiteral("setstate=X,4C1; SetParameter=B, B11"));
     EXPECT_TRUE(lower.isState);
     EXPECT_EQ(lower.state, QStringLiteral("X"));
     EXPECT_EQ(lower.setBody, QStringLiteral("4C") + kNul + QStringLiteral("1") + kNul);
@@ -233,7 +237,8 @@ TEST(SettingsFileCheck, TellsTheFirstLineThatNoSaveWrites) {
     EXPECT_EQ(SettingsFileProblem("SetParameter=OSD Timeout, D130\r\nhello\r\n"),
               QStringLiteral("line 2 is not a saved setting: hello"));
     EXPECT_EQ(SettingsFileProblem("SetState=Input Video 1,4C1 SetParameter=Brightness, B10\r\n"),
-              QStringLiteral("line 1 is not a saved setting: SetState=Input Video 1,4C1 SetParameter=Brightness, B10"));
+              QStringLiteral("line 1 is not a saved setting: SetState=Input Video 1,4C1 "
+                             "SetParameter=Brightness, B10"));
     EXPECT_EQ(SettingsFileProblem(QByteArray("SetParameter=OSD Timeout, D1\0\r\n", 31)),
               QStringLiteral("it is not text"));
 }
