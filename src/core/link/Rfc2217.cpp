@@ -247,4 +247,62 @@ int RoundTripEstimate::estimateMs() const {
     return qMax(int(std::lround(m_srtt + m_var)), recentMax);
 }
 
+QString TelnetOptionName(unsigned char option) {
+    switch (option) {
+    case telnet::BINARY:
+        return QStringLiteral("BINARY");
+    case telnet::SGA:
+        return QStringLiteral("SUPPRESS-GO-AHEAD");
+    case telnet::COM_PORT:
+        return QStringLiteral("COM-PORT-OPTION");
+    default:
+        return QString::number(option);
+    }
+}
+
+QString TelnetVerbName(unsigned char verb) {
+    switch (verb) {
+    case telnet::WILL:
+        return QStringLiteral("WILL");
+    case telnet::WONT:
+        return QStringLiteral("WONT");
+    case telnet::DO:
+        return QStringLiteral("DO");
+    default:
+        return QStringLiteral("DONT");
+    }
+}
+
+QString ComPortCommandName(unsigned char command) {
+    switch (command) {
+    case comport::SetBaudrate:
+        return QStringLiteral("SET-BAUDRATE");
+    case comport::SetDatasize:
+        return QStringLiteral("SET-DATASIZE");
+    case comport::SetParity:
+        return QStringLiteral("SET-PARITY");
+    case comport::SetStopsize:
+        return QStringLiteral("SET-STOPSIZE");
+    case comport::SetControl:
+        return QStringLiteral("SET-CONTROL");
+    case comport::PurgeData:
+        return QStringLiteral("PURGE-DATA");
+    default:
+        return QString::number(command);
+    }
+}
+
+quint32 ComPortBaud(const QByteArray& value) {
+    quint32 baud = 0;
+    for (const char c : value)
+        baud = (baud << 8) | static_cast<unsigned char>(c);
+    return baud;
+}
+
+QString ComPortValueText(unsigned char command, const QByteArray& value) {
+    if (command == comport::SetBaudrate)
+        return QString::number(ComPortBaud(value));
+    return value.isEmpty() ? QString() : QString::number(static_cast<unsigned char>(value[0]));
+}
+
 } // namespace telvo::core

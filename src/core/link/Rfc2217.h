@@ -137,4 +137,13 @@ private:
     int m_count = 0;
 };
 
+// What the log calls an option, a verb, a COM-PORT-OPTION command ("SET-BAUDRATE"), and the value
+// of one: a rate as its number (four bytes, network order: ComPortBaud), any other as its byte.
+// Unknown options and commands go by their number.
+QString TelnetOptionName(unsigned char option);
+QString TelnetVerbName(unsigned char verb);
+QString ComPortCommandName(unsigned char command);
+quint32 ComPortBaud(const QByteArray& value);
+QString ComPortValueText(unsigned char command, const QByteArray& value);
+
 } // namespace telvo::core

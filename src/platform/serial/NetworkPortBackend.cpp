@@ -1,12 +1,11 @@
 #include "platform/serial/NetworkPortBackend.h"
 
 #include "platform/serial/LinkLatency.h"
+#include "platform/serial/NetworkConnection.h"
 #include "platform/serial/SimulatedLine.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
-#include <QHash>
 #include <QMetaObject>
 #include <QTcpSocket>
 #include <QThread>
@@ -17,139 +16,7 @@ namespace telvo::platform {
 using namespace core;
 
 namespace {
-constexpr int kProbeEveryMs = 2000; // a running link's round trip is asked again after this
 const QByteArray kSignature = QByteArrayLiteral("Telvo Utility");
-
-QString optionName(unsigned char option) {
-    switch (option) {
-    case telnet::BINARY:
-        return QStringLiteral("BINARY");
-    case telnet::SGA:
-        return QStringLiteral("SUPPRESS-GO-AHEAD");
-    case telnet::COM_PORT:
-        return QStringLiteral("COM-PORT-OPTION");
-    default:
-        return QString::number(option);
-    }
-}
-
-QString verbName(unsigned char verb) {
-    switch (verb) {
-    case telnet::WILL:
-        return QStringLiteral("WILL");
-    case telnet::WONT:
-        return QStringLiteral("WONT");
-    case telnet::DO:
-        return QStringLiteral("DO");
-    default:
-        return QStringLiteral("DONT");
-    }
-}
-
-QString commandName(unsigned char command) {
-    switch (command) {
-    case comport::SetBaudrate:
-        return QStringLiteral("SET-BAUDRATE");
-    case comport::SetDatasize:
-        return QStringLiteral("SET-DATASIZE");
-    case comport::SetParity:
-        return QStringLiteral("SET-PARITY");
-    case comport::SetStopsize:
-        return QStringLiteral("SET-STOPSIZE");
-    case comport::SetControl:
-        return QStringLiteral("SET-CONTROL");
-    case comport::PurgeData:
-        return QStringLiteral("PURGE-DATA");
-    default:
-        return QString::number(command);
-    }
-}
-
-quint32 baudOf(const QByteArray& value) {
-    quint32 baud = 0;
-    for (const char c : value)
-        baud = (baud << 8) | static_cast<unsigned char>(c);
-    return baud;
-}
-
-QString valueText(unsigned char command, const QByteArray& value) {
-    if (command == comport::SetBaudrate)
-        return QString::number(baudOf(value));
-    return value.isEmpty() ? QString() : QString::number(static_cast<unsigned char>(value[0]));
-}
-} // namespace
-
-// The connection of one address for the run, with its Telnet state; the back-end of the open
-// that uses it holds it. It belongs to the application, so it ends with the run.
-class NetworkConnection : public QObject {
-public:
-    struct Awaited {
-        unsigned char command = 0;
-        QByteArray value;
-        qint64 sentAtMs = 0;
-    };
-
-    explicit NetworkConnection(QObject* parent) : QObject(parent) { clock.start(); }
-    ~NetworkConnection() override {
-        // A polite end: the server lets go at once and takes its next client.
-        if (socket.state() == QAbstractSocket::ConnectedState) {
-            socket.flush();
-            socket.disconnectFromHost();
-            if (socket.state() != QAbstractSocket::UnconnectedState)
-                socket.waitForDisconnected(500);
-        }
-        socket.abort();
-    }
-    // A fresh connection starts with no Telnet state and nothing awaited.
-    void reset() {
-        parser = TelnetParser();
-        negotiator = TelnetNegotiator();
-        in.clear();
-        awaiting.clear();
-        lost = false;
-        negotiated = false;
-        cts = true;
-        flowRefused = false;
-        probeUnanswered = false;
-        serverOptions.clear();
-        banner.clear();
-        rtt.reset();
-        lastProbeMs = -kProbeEveryMs;
-    }
-    bool purging() const {
-        for (const Awaited& a : awaiting)
-            if (a.command == comport::PurgeData)
-                return true;
-        return false;
-    }
-
-    QTcpSocket socket;
-    TelnetParser parser;
-    TelnetNegotiator negotiator;
-    QByteArray in;
-    bool lost = true;
-    bool negotiated = false;
-    bool cts = true;
-    int lineBaud = 0;
-    bool flowRefused = false;
-    bool probeUnanswered = false; // the server does not answer a question of the rate
-    std::vector<Awaited> awaiting;
-    RoundTripEstimate rtt;
-    int published = -1;
-    qint64 lastProbeMs = -kProbeEveryMs;
-    QElapsedTimer clock;
-    int connections = 0;
-    QStringList serverOptions;
-    QByteArray banner;
-    bool overflowTold = false;
-    std::vector<QMetaObject::Connection> wires;
-};
-
-namespace {
-QHash<QString, QPointer<NetworkConnection>>& pool() {
-    static QHash<QString, QPointer<NetworkConnection>> connections;
-    return connections;
-}
 } // namespace
 
 NetworkConnection& NetworkPortBackend::c() const {
@@ -157,18 +24,12 @@ NetworkConnection& NetworkPortBackend::c() const {
 }
 
 void NetworkPortBackend::dropConnections() {
-    for (const QPointer<NetworkConnection>& c : pool())
-        delete c.data();
-    pool().clear();
+    DropConnections();
 }
 
 NetworkPortBackend::NetworkPortBackend(const QString& address)
     : m_address(address), m_addr(ParseNetworkAddress(address)) {
-    const QString key = address.trimmed().toLower();
-    QPointer<NetworkConnection>& slot = pool()[key];
-    if (!slot)
-        slot = new NetworkConnection(QCoreApplication::instance());
-    m_c = slot;
+    m_c = &ConnectionFor(address);
     // The open that holds the connection now is the one told of what arrives.
     for (const auto& w : c().wires)
         QObject::disconnect(w);
@@ -493,9 +354,10 @@ bool NetworkPortBackend::awaitAnswers() {
     for (const auto& a : c().awaiting) {
         if (a.command == comport::SetBaudrate && a.value == QByteArray(4, '\0'))
             c().probeUnanswered = true;
-        names << commandName(a.command) + (a.command == comport::SetBaudrate
-                                               ? QLatin1Char(' ') + valueText(a.command, a.value)
-                                               : QString());
+        names << ComPortCommandName(a.command) +
+                     (a.command == comport::SetBaudrate
+                          ? QLatin1Char(' ') + ComPortValueText(a.command, a.value)
+                          : QString());
     }
     // Whatever answers later is late: never taken for what is asked next.
     c().awaiting.clear();
@@ -522,7 +384,8 @@ qint64 NetworkPortBackend::write(const QByteArray& bytes) {
     if (m_writeTimeoutMs > 0)
         m_writeWatch.start(m_writeTimeoutMs);
     // A running link's round trip is kept up to date: the rate is asked (0 asks without a change).
-    if (telnet && !c().probeUnanswered && c().clock.elapsed() - c().lastProbeMs >= kProbeEveryMs &&
+    if (telnet && !c().probeUnanswered &&
+        c().clock.elapsed() - c().lastProbeMs >= NetworkConnection::kProbeEveryMs &&
         c().awaiting.empty()) {
         c().lastProbeMs = c().clock.elapsed();
         ask(comport::SetBaudrate, QByteArray(4, '\0'));
@@ -611,7 +474,8 @@ void NetworkPortBackend::take(const TelnetEvent& e) {
     case TelnetEvent::Option: {
         const QByteArray reply = c().negotiator.answer(e.verb, e.option);
         if (!c().negotiated)
-            c().serverOptions << verbName(e.verb) + QLatin1Char(' ') + optionName(e.option);
+            c().serverOptions << TelnetVerbName(e.verb) + QLatin1Char(' ') +
+                                     TelnetOptionName(e.option);
         else if (e.option == telnet::COM_PORT && !c().negotiator.comPortAgreed())
             say(QStringLiteral("the server withdrew COM-PORT-OPTION: settings are no longer sent"));
         send(reply);
@@ -664,7 +528,7 @@ void NetworkPortBackend::answered(const TelnetEvent& e) {
     if (it == c().awaiting.end()) {
         // Late, after its wait gave up: never taken as the line's state.
         say(QStringLiteral("late answer %1 %2 ignored")
-                .arg(commandName(asked), valueText(asked, e.value)));
+                .arg(ComPortCommandName(asked), ComPortValueText(asked, e.value)));
         return;
     }
     const NetworkConnection::Awaited sent = *it;
@@ -673,8 +537,8 @@ void NetworkPortBackend::answered(const TelnetEvent& e) {
     if (asked == comport::PurgeData)
         return;
     if (asked == comport::SetBaudrate) {
-        const quint32 baud = baudOf(e.value);
-        const quint32 wanted = baudOf(sent.value);
+        const quint32 baud = ComPortBaud(e.value);
+        const quint32 wanted = ComPortBaud(sent.value);
         // Asked 0 is a question; either way the server's rate is the far line's.
         if (e.value.size() == 4 && baud != 0 && baud != quint32(c().lineBaud)) {
             say(QStringLiteral("the server runs at %1 baud, not %2").arg(baud).arg(c().lineBaud));
@@ -697,11 +561,12 @@ void NetworkPortBackend::answered(const TelnetEvent& e) {
         say(QStringLiteral("the server at %1 does not do RTS/CTS flow control (SET-CONTROL "
                            "answered %2, not 3): a firmware load is not paced by the device there "
                            "and may overrun")
-                .arg(server(), valueText(asked, e.value)));
+                .arg(server(), ComPortValueText(asked, e.value)));
         return;
     }
     say(QStringLiteral("the server changed %1: asked %2, answered %3")
-            .arg(commandName(asked), valueText(asked, sent.value), valueText(asked, e.value)));
+            .arg(ComPortCommandName(asked), ComPortValueText(asked, sent.value),
+                 ComPortValueText(asked, e.value)));
 }
 
 void NetworkPortBackend::sample(qint64 sentAtMs) {

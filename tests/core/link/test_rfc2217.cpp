@@ -223,4 +223,27 @@ TEST(Rfc2217, AddressesOfBothKindsAndNothingElse) {
         EXPECT_EQ(ParseNetworkAddress(QString::fromLatin1(bad)).kind, NetworkAddress::None) << bad;
 }
 
+TEST(Rfc2217Names, TheLogNamesOptionsVerbsAndCommandsOrGivesTheirNumber) {
+    EXPECT_EQ(TelnetOptionName(telnet::BINARY), QStringLiteral("BINARY"));
+    EXPECT_EQ(TelnetOptionName(telnet::SGA), QStringLiteral("SUPPRESS-GO-AHEAD"));
+    EXPECT_EQ(TelnetOptionName(telnet::COM_PORT), QStringLiteral("COM-PORT-OPTION"));
+    EXPECT_EQ(TelnetOptionName(24), QStringLiteral("24"));
+    EXPECT_EQ(TelnetVerbName(telnet::WILL), QStringLiteral("WILL"));
+    EXPECT_EQ(TelnetVerbName(telnet::WONT), QStringLiteral("WONT"));
+    EXPECT_EQ(TelnetVerbName(telnet::DO), QStringLiteral("DO"));
+    EXPECT_EQ(TelnetVerbName(telnet::DONT), QStringLiteral("DONT"));
+    EXPECT_EQ(ComPortCommandName(comport::SetBaudrate), QStringLiteral("SET-BAUDRATE"));
+    EXPECT_EQ(ComPortCommandName(comport::SetControl), QStringLiteral("SET-CONTROL"));
+    EXPECT_EQ(ComPortCommandName(comport::PurgeData), QStringLiteral("PURGE-DATA"));
+    EXPECT_EQ(ComPortCommandName(comport::NotifyModemstate), QStringLiteral("7"));
+}
+
+TEST(Rfc2217Names, ARateIsFourBytesInNetworkOrderAnyOtherValueItsByte) {
+    const QByteArray rate("\x00\x00\xe1\x00", 4); // 57600
+    EXPECT_EQ(ComPortBaud(rate), 57600u);
+    EXPECT_EQ(ComPortValueText(comport::SetBaudrate, rate), QStringLiteral("57600"));
+    EXPECT_EQ(ComPortValueText(comport::SetControl, QByteArray(1, char(3))), QStringLiteral("3"));
+    EXPECT_EQ(ComPortValueText(comport::PurgeData, QByteArray()), QString());
+}
+
 } // namespace
