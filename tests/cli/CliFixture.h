@@ -60,13 +60,7 @@ protected:
     CliResult on(SimProcess& dev, const QStringList& args) {
         return cli(QStringList{QStringLiteral("--port"), dev.path()} + args);
     }
-    QStringList hostFrames(SimProcess& dev) {
-        QStringList out;
-        for (const QString& f : dev.frames())
-            if (f.startsWith(QLatin1String("host  ")))
-                out << f.mid(6);
-        return out;
-    }
+    QStringList hostFrames(SimProcess& dev) { return dev.hostFrames(); }
 
     // A file of the port's own folder (a port given by its path has one).
     QString portFile(SimProcess& dev, const QString& name) const {

@@ -39,13 +39,7 @@ protected:
     }
     CliResult cli(const QStringList& args) { return RunCli(home(), args); }
     static QString err(const CliResult& r) { return QString::fromLocal8Bit(r.err); }
-    static QStringList hostFrames(const SimProcess& dev) {
-        QStringList out;
-        for (const QString& f : dev.frames())
-            if (f.startsWith(QLatin1String("host  ")))
-                out << f.mid(6);
-        return out;
-    }
+    static QStringList hostFrames(const SimProcess& dev) { return dev.hostFrames(); }
 
     std::vector<std::unique_ptr<SimProcess>> m_sims;
 };

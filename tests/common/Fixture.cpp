@@ -155,4 +155,13 @@ QString PrintableFrame(const QByteArray& type, const QByteArray& data) {
     return core::Printable(QString::fromLatin1(platform::DeviceFrame(type, data)));
 }
 
+ui::SettingLabel* SettingLabelNamed(const QString& name) {
+    ui::SCL& s = ui::scl();
+    for (auto* list : {&s.lblSettingTop, &s.lblSettingMid, &s.lblSettingBtm})
+        for (ui::SettingLabel* l : *list)
+            if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name)
+                return l;
+    return nullptr;
+}
+
 } // namespace telvo::test

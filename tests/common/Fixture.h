@@ -27,6 +27,10 @@ inline void PrintTo(const QByteArray& b, std::ostream* os) {
     *os << '"' << b.toStdString() << '"';
 }
 
+namespace telvo::ui {
+class SettingLabel;
+}
+
 namespace telvo::test {
 
 // One QApplication for the whole test executable.
@@ -83,5 +87,7 @@ protected:
 QByteArray Bytes(const QString& printable);
 // A device frame as the log prints it.
 QString PrintableFrame(const QByteArray& type, const QByteArray& data);
+// The main window's label of the setting `name` on any panel; null when none shows it.
+ui::SettingLabel* SettingLabelNamed(const QString& name);
 
 } // namespace telvo::test

@@ -68,13 +68,7 @@ protected:
     ui::SettingLabel* top(int n) { return s().lblSettingTop.at(n); }
     ui::SettingLabel* mid(int n) { return s().lblSettingMid.at(n); }
     ui::SettingLabel* btm(int n) { return s().lblSettingBtm.at(n); }
-    ui::SettingLabel* labelNamed(const QString& name) {
-        for (auto* list : {&s().lblSettingTop, &s().lblSettingMid, &s().lblSettingBtm})
-            for (ui::SettingLabel* l : *list)
-                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name)
-                    return l;
-        return nullptr;
-    }
+    ui::SettingLabel* labelNamed(const QString& name) { return SettingLabelNamed(name); }
 
     EmulatedDevice m_device;
 };

@@ -74,6 +74,14 @@ public:
                 return true;
         return false;
     }
+    // What the program sent, as the device heard it, without the "host  " mark.
+    QStringList hostFrames() const {
+        QStringList out;
+        for (const QString& f : frames())
+            if (f.startsWith(QLatin1String("host  ")))
+                out << f.mid(6);
+        return out;
+    }
     // The frames only, host and device.
     QStringList frames() const {
         QStringList out;

@@ -72,13 +72,7 @@ protected:
         usePorts({address()});
     }
     QString address() const { return m_proxy->address(m_scheme); }
-    QStringList heard(int from = 0) const {
-        QStringList out;
-        for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  ")))
-                out << f.mid(6);
-        return out.mid(from);
-    }
+    QStringList heard(int from = 0) const { return m_sim->hostFrames().mid(from); }
     // The device's own answer follows the frame it heard.
     bool acknowledged(const QString& frame) const {
         const QStringList frames = m_sim->frames();

@@ -70,13 +70,7 @@ protected:
         ASSERT_TRUE(m_server->running());
         usePorts({m_server->address()});
     }
-    QStringList heard(int from = 0) const {
-        QStringList out;
-        for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  ")))
-                out << f.mid(6);
-        return out.mid(from);
-    }
+    QStringList heard(int from = 0) const { return m_sim->hostFrames().mid(from); }
     QStringList notes() const {
         QStringList out;
         for (const QString& l : m_sim->trace())

@@ -49,20 +49,8 @@ protected:
     }
     ui::SCL& s() { return ui::scl(); }
     // What the program sent, as the device heard it, from the `from`-th frame on.
-    QStringList heard(int from = 0) const {
-        QStringList out;
-        for (const QString& f : m_sim->frames())
-            if (f.startsWith(QLatin1String("host  ")))
-                out << f.mid(6);
-        return out.mid(from);
-    }
-    ui::SettingLabel* labelNamed(const QString& name) {
-        for (auto* list : {&s().lblSettingTop, &s().lblSettingMid, &s().lblSettingBtm})
-            for (ui::SettingLabel* l : *list)
-                if (l->accessibleName().section(QLatin1Char('='), 0, 0) == name)
-                    return l;
-        return nullptr;
-    }
+    QStringList heard(int from = 0) const { return m_sim->hostFrames().mid(from); }
+    ui::SettingLabel* labelNamed(const QString& name) { return SettingLabelNamed(name); }
     std::unique_ptr<SimProcess> m_sim;
 };
 
