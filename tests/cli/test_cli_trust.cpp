@@ -243,6 +243,7 @@ TEST_F(CliTrust, ARestoreThatCouldNotSetEverySettingIsExit1AndNamesThem) {
               QJsonArray{QStringLiteral("Gorda Parameter Brightness For State Input Video 2")});
 }
 
+// Pins a departure (docs/ARCHITECTURE.md): a save asks again for an answer that is not whole.
 // Noise inside an answer (a terminal server's stray bytes, a glitch on the cable) must not be
 // saved: a file that holds it could never be restored.
 TEST_F(CliTrust, ASaveAsksAgainForAnAnswerThatCameWithNoiseInItAndTheFileRestores) {

@@ -363,7 +363,8 @@ TEST_F(Exchange, SendVerifiedGivesUpAfterItsAttemptsWithStatusLines) {
     EXPECT_TRUE(lines.last().endsWith(QStringLiteral(", K=3     ")));
 }
 
-// Noise spliced into an answer on its way: the length field no longer fits what arrived.
+// Pins a departure (docs/ARCHITECTURE.md): a query's answer counts only when it is whole by its
+// length field. Noise spliced into an answer on its way makes the length no longer fit.
 QByteArray spliced(const QByteArray& frame, const QByteArray& noise) {
     return frame.left(8) + noise + frame.mid(8);
 }

@@ -316,6 +316,8 @@ QString frameOf(const QByteArray& bytes) {
     return QString::fromLatin1(bytes);
 }
 
+// Pins a departure (docs/ARCHITECTURE.md): what makes an answer whole, by its length field; the
+// checksum characters are counted, never read.
 TEST(ReplyWhole, AWholeDataReplyIsWhole) {
     // (STX)2105A1(NUL)1(NUL)6D(ETX): the length counts the five data bytes.
     EXPECT_TRUE(ReplyWhole(frameOf(QByteArray("\x02"
