@@ -97,6 +97,11 @@ class Device:
                     p.wait()
 
 
+def mb(counts, key):
+    """A count in KB, as MB with one decimal ("?" when the program did not give it)."""
+    return "%.1f" % (int(counts[key]) / 1024.0) if key in counts else "?"
+
+
 def wait_port(port):
     import socket
     for _ in range(200):
@@ -232,6 +237,8 @@ class Soak:
         kinds = ["garbage", "flood", "silence", "cut", "reboot", "late", "splice"]
         if dev.net_port:
             kinds.append("drop")
+        if self.args.fault_kinds:
+            kinds = [k for k in kinds if k in self.args.fault_kinds.split(",")] or ["garbage"]
         kind = rng.choice(kinds)
         if kind == "garbage":
             return kind, "garbage %d" % rng.randint(16, 4096)
@@ -310,12 +317,20 @@ class Soak:
             os.kill(pid, signal.SIGUSR1 if empty_details else signal.SIGUSR2)
             # The program answers from its event loop; a refresh in progress yields to it often.
             self.counts_ready.wait_for(lambda: self.counts is not None, timeout=60)
-            counts = self.counts or {}
+            counts = dict(self.counts or {})
         rss = 0
+        # Resident memory in its three kinds: the program's own (anonymous), pages of its code
+        # and fonts mapped from files (shared, given back under pressure), and the shared images
+        # it draws into for the display.
+        kinds = {"VmRSS:": None, "RssAnon:": "anonkb", "RssFile:": "filekb", "RssShmem:": "shmkb"}
         with open("/proc/%d/status" % pid) as f:
             for line in f:
-                if line.startswith("VmRSS:"):
-                    rss = int(line.split()[1])
+                field = line.split()
+                if field and field[0] in kinds:
+                    if kinds[field[0]]:
+                        counts[kinds[field[0]]] = field[1]
+                    else:
+                        rss = int(field[1])
         fds = len(os.listdir("/proc/%d/fd" % pid))
         # The program's own count is taken between two of its handlers, never while a routine
         # holds a file open for a moment.
@@ -327,10 +342,10 @@ class Soak:
         rss, fds, c = s
         timers = "%s/%s/%s" % (c.get("timers", "?"), c.get("events", "?"), c.get("qtimers", "?"))
         with self.lock:
-            self.say("%6s %6d %6d %9d %7d %7d %9.1f %5d %11s %9s %10s" % (
+            self.say("%6s %6d %6d %9d %7d %7d %7.1f %5s %5s %4s %5s %6s %4d %9s %9s %7s" % (
                 minute, self.jobs, self.faults, self.recovered, self.failed, self.hit,
-                rss / 1024.0, fds, timers, c.get("refreshes", "?"),
-                "%.1f" % (int(c.get("detailskb", 0)) / 1024.0)))
+                rss / 1024.0, mb(c, "anonkb"), mb(c, "filekb"), mb(c, "shmkb"), mb(c, "heapkb"),
+                mb(c, "pixmapkb"), fds, timers, c.get("refreshes", "?"), mb(c, "detailskb")))
 
     def wait_refreshes(self, n, limit_s):
         """Waits (on the program's own count) until it has refreshed `n` times."""
@@ -372,9 +387,9 @@ class Soak:
                      "per device; the program refreshing every %d s" % (
                          args.minutes, args.pty_devices, args.net_devices, args.fault_every,
                          args.refresh))
-            self.say("%6s %6s %6s %9s %7s %7s %9s %5s %11s %9s %10s" % (
-                "minute", "jobs", "faults", "recovered", "failed", "hit", "RSS MB", "fds",
-                "timers", "refreshes", "Details MB"))
+            self.say("%6s %6s %6s %9s %7s %7s %7s %5s %5s %4s %5s %6s %4s %9s %9s %7s" % (
+                "minute", "jobs", "faults", "recovered", "failed", "hit", "RSS MB", "anon", "file",
+                "shm", "heap", "pixmap", "fds", "timers", "refreshes", "Details"))
             # Measured as the end's emptied row is: the Details box empty, freed memory given back.
             first = self.sample(empty_details=True)
             self.t0_rows = time.monotonic()
@@ -449,6 +464,15 @@ class Soak:
                      first[1], last[1],
                      first[2].get("timers"), last[2].get("timers"), first[2].get("events"),
                      last[2].get("events"), first[2].get("qtimers"), last[2].get("qtimers")))
+
+        def grew(key):
+            return (int(emptied[2].get(key, 0)) - int(first[2].get(key, 0))) / 1024.0
+
+        self.say("beside the Details box, by kind: the program's own memory %+.1f MB (the heap "
+                 "in use %+.1f MB, drawn pieces the style keeps %+.1f MB), pages mapped from "
+                 "files (code, fonts) %+.1f MB, images shared with the display %+.1f MB" % (
+                     grew("anonkb"), grew("heapkb"), grew("pixmapkb"), grew("filekb"),
+                     grew("shmkb")))
         self.say("jobs by kind: " + ", ".join(
             "%s %d (hit %d%s)" % (k, v["run"], v["hit"],
                                   ", crashed %d" % v["died"] if v["died"] else "")
@@ -478,6 +502,7 @@ def main():
     ap.add_argument("--net-devices", type=int, default=1)
     ap.add_argument("--net-base", type=int, default=0, help="first TCP port (default: a free one)")
     ap.add_argument("--fault-every", type=float, default=20, help="mean seconds between faults")
+    ap.add_argument("--fault-kinds", help="only these faults, comma-separated (to find a cause)")
     ap.add_argument("--flood-max", type=int, default=1024 * 1024)
     ap.add_argument("--refresh", type=int, default=5, help="seconds between refreshes")
     ap.add_argument("--image-size", type=int, default=16384)

@@ -8,6 +8,10 @@
 // descriptors are read from /proc.
 // Usage: telvo-soak-app [SECONDS] [program words...]   (SECONDS: between refreshes, default 5)
 
+// Its total is read to tell the style's cache of drawn pieces from memory the program holds.
+#define Q_TEST_QPIXMAPCACHE
+#include <QPixmapCache>
+
 #include "DevicePeer.h"
 #include "app/Globals.h"
 #include "app/LogView.h"
@@ -81,11 +85,15 @@ struct Soak {
         qint64 chars = 0;
         for (qsizetype i = 0; i < log.count(); ++i)
             chars += log.row(i).size();
+        // What the heap holds in use, apart from what it keeps free: growth here is memory
+        // held, growth of the resident size alone is memory the heap could not give back.
+        const struct mallinfo2 heap = ::mallinfo2();
         std::printf("counts refreshes=%d boxes=%d fds=%d timers=%d events=%zu qtimers=%d "
-                    "details=%lld detailskb=%lld\n",
+                    "details=%lld detailskb=%lld heapkb=%zu pixmapkb=%d\n",
                     refreshes, boxes, openDescriptors(), telvo::platform::Timer::LiveCount(),
                     telvo::platform::Clock::instance().pendingCount(), qtTimers(),
-                    static_cast<long long>(log.count()), static_cast<long long>(chars * 2 / 1024));
+                    static_cast<long long>(log.count()), static_cast<long long>(chars * 2 / 1024),
+                    (heap.uordblks + heap.hblkhd) / 1024, QPixmapCache::totalUsed());
         std::fflush(stdout);
     }
 
