@@ -176,6 +176,7 @@ void BootLoader::fail(const QString& reason) {
     m_state = State::Resync;
     m_window.clear();
     armResync();
+    m_host.loaderFailed();
 }
 
 void BootLoader::armResync() {

@@ -25,6 +25,8 @@ public:
         virtual void loaderErased() = 0;                              // the old firmware is gone
         virtual void loaderAccepted(const FirmwareHeader& image) = 0; // whole and good
         virtual void loaderCutLine() = 0;                             // the cut-line fault struck
+        virtual void loaderFailed() {
+        } // a "Failure" text went out: what the host sent ahead is moot
     };
 
     enum class State { Off, Waiting, Receiving, Resync, Done };

@@ -24,6 +24,7 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace vorix::sim {
 
@@ -58,6 +59,9 @@ public:
     int txBaud() const;                 // the rate it sends at
     bool cts() const;
     bool lineCut() const { return m_cut; }
+    // True once after the boot loader failed an image: the line's owner drops what the host
+    // wrote ahead of the line (see vorix-sim's service()).
+    bool takeLoaderFailed() { return std::exchange(m_loaderFailed, false); }
 
     // Off and on again: running firmware at the power-on rate, or the boot loader when the
     // firmware was lost in a load.
@@ -94,6 +98,7 @@ private:
     void loaderErased() override;
     void loaderAccepted(const FirmwareHeader& image) override;
     void loaderCutLine() override;
+    void loaderFailed() override { m_loaderFailed = true; }
 
     void buildTables();
     void setNow(qint64 us) { m_now = qMax(m_now, us); }
@@ -145,6 +150,7 @@ private:
     QString m_firmware;
     bool m_firmwareValid = true;
     bool m_cut = false;
+    bool m_loaderFailed = false;
 
     QByteArray m_out;
     QList<int> m_outRates;      // the sending rate of each byte of m_out

@@ -195,6 +195,18 @@ private:
         service();
     }
 
+    // A pseudo-terminal takes what the program writes (kilobytes of it) though the device holds
+    // CTS low while it writes a page: a program that cannot read CTS there paces by the rate
+    // alone and runs ahead of the line by every page's write. On a serial line those bytes
+    // would still wait in the program's own buffer. When the loader fails an image, what was
+    // written ahead is dropped, as the line would never have carried it: otherwise each retry
+    // starts behind the last one's tail, and the next failure is seen a block later each time.
+    void dropHostAhead() {
+        m_in.clear();
+        ::tcflush(m_master, TCIFLUSH);
+        m_inNextUs = -1;
+    }
+
     void service() {
         const qint64 now = nowUs();
         const int host = hostBaud();
@@ -217,6 +229,8 @@ private:
                 c = m_noise.next();
             m_device.receive(QByteArray(1, c), m_inNextUs);
             m_inNextUs += byteUs;
+            if (m_device.takeLoaderFailed())
+                dropHostAhead();
             if (m_events)
                 imageMilestone();
         }
