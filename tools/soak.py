@@ -456,7 +456,7 @@ class Soak:
         self.say("jobs run %d, faults injected %d (%s), jobs hit %d, recovered %d, "
                  "failed for good %d" % (self.jobs, self.faults, kinds, self.hit,
                                          self.recovered, self.failed))
-        self.say("program: RSS %.1f -> %.1f MB (growth %+.1f MB; the Details box's text %+.1f MB "
+        self.say("program: RSS %.1f -> %.1f MB (growth %+.1f MB; the Details box's lines %+.1f MB "
                  "of it, %s -> %s lines; with the box emptied %.1f MB, so %+.1f MB beside it), "
                  "descriptors %d -> %d, timers %s -> %s, clock events %s -> %s, Qt timers %s -> %s"
                  % (first[0] / 1024.0, last[0] / 1024.0, growth, details,

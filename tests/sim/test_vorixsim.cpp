@@ -177,6 +177,37 @@ TEST_F(VorixSim, FirmwareLoadOverThePseudoTerminal) {
     EXPECT_EQ(reply, DataReply("A9", "1.26"));
 }
 
+// A program that cannot read CTS on a pseudo-terminal writes far ahead of the line. When the
+// loader fails an image, what it wrote ahead is dropped, as a serial line would never have
+// carried it: here a second copy of the image queued behind the failed one never reaches the
+// loader, which comes back with its banner instead of taking that copy.
+TEST_F(VorixSim, WhatTheProgramWroteAheadOfAFailedImageIsDropped) {
+    start({QStringLiteral("--baud"), QStringLiteral("9600"), QStringLiteral("--fail-at-byte"),
+           QStringLiteral("2900"), QStringLiteral("--page-write"), QStringLiteral("2")});
+    open(9600);
+    port.write(Set("AD", "1"));
+    const QByteArray banner =
+        readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); }, 10000);
+    ASSERT_TRUE(banner.endsWith("Load frk File now.")) << banner.toStdString();
+
+    const QByteArray image = MakeFirmwareImage(QStringLiteral("1.26"), 3000);
+    port.write(image + image);
+    ASSERT_TRUE(port.waitForBytesWritten(5000));
+    // Both copies are with the emulator long before the line reaches byte 2900 (3 s at 9600).
+    port.waitForReadyRead(50);
+    ASSERT_FALSE(port.readAll().contains("Failure")) << "the line reached the byte first";
+
+    const QByteArray said = readUntil(
+        [](const QByteArray& b) {
+            return b.contains("Verify OK") || b.endsWith("Load frk File now.");
+        },
+        20000);
+    EXPECT_TRUE(said.contains("Failure: transfer error at byte 2900. Please restart."))
+        << said.toStdString();
+    EXPECT_FALSE(said.contains("Verify OK")) << said.toStdString();
+    EXPECT_TRUE(said.endsWith("Load frk File now.")) << said.toStdString();
+}
+
 // The event lines of a file, less their times, once `done` holds for them or after `limitMs`.
 QStringList EventsUntil(const QString& path, const std::function<bool(const QStringList&)>& done,
                         int limitMs = 10000) {

@@ -79,12 +79,9 @@ struct Soak {
     QTimer boxWatch;
 
     // The Details box keeps every line of the run (a double-click empties it): its lines and
-    // their text are counted apart from the rest of the memory.
+    // what they hold (their text and the index over them) are counted apart from the rest.
     void counts() const {
         const telvo::core::LogLines& log = telvo::ui::scl().D1->lines();
-        qint64 chars = 0;
-        for (qsizetype i = 0; i < log.count(); ++i)
-            chars += log.row(i).size();
         // What the heap holds in use, apart from what it keeps free: growth here is memory
         // held, growth of the resident size alone is memory the heap could not give back.
         const struct mallinfo2 heap = ::mallinfo2();
@@ -92,7 +89,7 @@ struct Soak {
                     "details=%lld detailskb=%lld heapkb=%zu pixmapkb=%d\n",
                     refreshes, boxes, openDescriptors(), telvo::platform::Timer::LiveCount(),
                     telvo::platform::Clock::instance().pendingCount(), qtTimers(),
-                    static_cast<long long>(log.count()), static_cast<long long>(chars * 2 / 1024),
+                    static_cast<long long>(log.count()), static_cast<long long>(log.bytes() / 1024),
                     (heap.uordblks + heap.hblkhd) / 1024, QPixmapCache::totalUsed());
         std::fflush(stdout);
     }

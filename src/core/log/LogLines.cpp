@@ -53,6 +53,13 @@ qsizetype LogLines::capacityChars() const {
     return n;
 }
 
+qsizetype LogLines::bytes() const {
+    qsizetype n = qsizetype(m_index.capacity() * sizeof(Line));
+    for (const Block& b : m_blocks)
+        n += b.used * qsizetype(sizeof(char16_t));
+    return n;
+}
+
 QString LogTimeText(const QTime& t) {
     return QStringLiteral("%1:%2.%3")
         .arg(t.minute(), 2, 10, QLatin1Char('0'))

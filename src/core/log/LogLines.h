@@ -31,6 +31,9 @@ public:
     quint64 revision() const { return m_revision; }
     // Characters the blocks can hold, used or not: what the box costs besides its index.
     qsizetype capacityChars() const;
+    // What the box's lines hold in memory: their characters and the index over them (the
+    // unwritten end of the last block is never touched, so it costs nothing resident).
+    qsizetype bytes() const;
 
 private:
     struct Line {

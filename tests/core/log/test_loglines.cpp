@@ -55,10 +55,15 @@ TEST(LogLines, EmptiedTheBoxHoldsNothingAndEveryChangeCounts) {
     for (int i = 0; i < 1000; ++i)
         l.add(numbered(i, 300));
     EXPECT_EQ(l.revision(), start + 1000);
+    // The text and an index entry a line, with at most the index's growth room beside them.
+    const qsizetype held = 1000 * 300 * 2;
+    EXPECT_GE(l.bytes(), held + 1000 * 12);
+    EXPECT_LE(l.bytes(), held + 2 * 1000 * 12);
     l.clear();
     EXPECT_EQ(l.revision(), start + 1001);
     EXPECT_EQ(l.count(), 0);
     EXPECT_EQ(l.capacityChars(), 0);
+    EXPECT_EQ(l.bytes(), 0);
     EXPECT_EQ(l.text(), QString());
     l.add(QStringLiteral("again"));
     EXPECT_EQ(l.row(0), QStringLiteral("again"));
