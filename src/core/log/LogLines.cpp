@@ -54,7 +54,7 @@ qsizetype LogLines::capacityChars() const {
 }
 
 qsizetype LogLines::bytes() const {
-    qsizetype n = qsizetype(m_index.capacity() * sizeof(Line));
+    qsizetype n = qsizetype(m_index.capacity()) * qsizetype(sizeof(Line));
     for (const Block& b : m_blocks)
         n += b.used * qsizetype(sizeof(char16_t));
     return n;
