@@ -213,6 +213,9 @@ void Device::answerSet(const QByteArray& id, const QByteArray& value) {
             reply(AckReply());
         }
     } else if (id == "A3") {
+        // As a device that reset while the change was on its way: it stays at its rate, silent.
+        if (m_options.faults.deafToSpeedChange)
+            return;
         const int rate = rateOfCode(value);
         if (rate == 0) {
             replyError(isDigits(value) ? kErrRange : kErrBadData);

@@ -36,6 +36,7 @@ const Opt kOptions[] = {
     {"fail-at-byte", "Fault: the loader fails at byte n of an image.", "n"},
     {"fail-times", "How many attempts fail at that byte (default 1, 0: all).", "n"},
     {"spinner-stopped", "Fault: the loader shows no spinner.", nullptr},
+    {"deaf-to-speed", "Fault: a speed change is neither answered nor made.", nullptr},
     {"cts-low", "Fault: CTS held low all the time.", nullptr},
     {"cts-stall-at-byte", "Fault: the loader holds CTS low from byte n of an image on.", "n"},
     {"cut-at-byte", "Fault: the line goes dead at byte n of an image.", "n"},
@@ -99,6 +100,7 @@ bool ReadDeviceOptions(const QCommandLineParser& p, DeviceOptions& o, QString* e
     o.keepSettingsOnLoad = o.keepSettingsOnLoad || flag("keep-settings");
     f.silent = f.silent || flag("silent");
     f.spinnerStopped = f.spinnerStopped || flag("spinner-stopped");
+    f.deafToSpeedChange = f.deafToSpeedChange || flag("deaf-to-speed");
     f.ctsHeldLow = f.ctsHeldLow || flag("cts-low");
 
     const bool ok = readInt(p, "baud", o.baud, error) &&

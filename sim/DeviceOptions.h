@@ -22,6 +22,7 @@ struct Faults {
     qint64 failAtImageByte = -1;     // the loader fails when this byte of an image arrives
     int failTimes = 1;               // how many attempts fail that way (0: every one)
     bool spinnerStopped = false;     // the loader shows no spinner
+    bool deafToSpeedChange = false;  // a speed change is neither answered nor made
     bool ctsHeldLow = false;         // CTS low all the time
     qint64 ctsStallAtImageByte = -1; // the loader holds CTS low for good from this byte on
     qint64 cutAtImageByte = -1;      // the line goes dead when this byte of an image arrives

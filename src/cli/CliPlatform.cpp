@@ -187,6 +187,17 @@ void CliPlatform::WindowWaits(const QString& title) {
     });
 }
 
+void CliPlatform::SpeedQueryUnanswered(const QString& rate, qint64 silentMs) {
+    if (silentMs < kSpeedQueryLimitMs)
+        return;
+    markStop(kNoDevice, QStringLiteral("the device stopped answering: no answer at %1 baud for %2 "
+                                       "s after a speed change (it may have restarted at "
+                                       "another speed); run the job again")
+                            .arg(rate)
+                            .arg(kSpeedQueryLimitMs / 1000));
+    platform::EndProgram();
+}
+
 Heartbeat::Heartbeat(const QString& traceFile, bool progress, QObject* parent)
     : QObject(parent), m_timer(new QTimer(this)), m_trace(traceFile), m_progress(progress) {
     for (int i = 0; i < 3; ++i)

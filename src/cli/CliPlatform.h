@@ -44,6 +44,11 @@ void ClearStopped();
 // From now on Ctrl-C, SIGTERM and SIGHUP are kept for TakeSignal instead of ending the process.
 void CatchEndingSignals();
 
+// How long a job waits for a device that stopped answering after a speed change. The windows
+// wait for ever, as a person watching them can; a script cannot, and a device power-cycled in
+// the meantime is back at its power-on rate, where the wait would never end.
+constexpr qint64 kSpeedQueryLimitMs = 60'000;
+
 class CliPlatform : public platform::Platform {
 public:
     explicit CliPlatform(bool yes) : m_yes(yes) {}
@@ -61,6 +66,7 @@ public:
     void ProgressMade(const platform::Progress& progress) override;
     void ProgressEnded(platform::Progress::Kind kind) override;
     void WindowWaits(const QString& title) override;
+    void SpeedQueryUnanswered(const QString& rate, qint64 silentMs) override;
 
     // Paths a job hands to the file dialogs it will meet, oldest first.
     std::deque<QString> paths;

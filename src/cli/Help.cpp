@@ -134,7 +134,8 @@ const Item kExits[] = {
           "standard error)"},
     {"2", "usage: a word, option or value the command does not take"},
     {"3", "no device, or the connection failed (with its reason), or the device is in "
-          "standby and --power-on was not given"},
+          "standby and --power-on was not given, or it stopped answering after a speed "
+          "change (60 s)"},
     {"4", "a file could not be read or written, or is not what the command takes"},
     {"5", "stopped at a prompt (give --yes to answer Continue/Yes/OK)"},
     {"6", "diff: the settings differ; apply --check: a setting would change"},

@@ -135,6 +135,8 @@ int runOn(const Options& o, const QString& port) {
         const StopState st = Stopped();
         if (st.code > 128)
             return signalled(o, port, st.code);
+        if (st.code == kNoDevice)
+            return Report::instance().fail(kNoDevice, st.text);
         if (st.code == kStoppedAtPrompt)
             return Report::instance().fail(
                 kStoppedAtPrompt,

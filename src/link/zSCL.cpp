@@ -283,6 +283,7 @@ void SendCommand(const QString& type, const QString& data, int retries) {
     }
 
     int K = 0;
+    qint64 followedAt = -1; // the first follow of an unanswered speed query
     while (K < R) {
         GordaCommSend(l.SentFrame);
         waitForReply();
@@ -320,6 +321,11 @@ void SendCommand(const QString& type, const QString& data, int retries) {
             followDevice(followCode);
             // Sent once more at the new rate. A speed query keeps its mark, and so waits here
             // for as long as the device takes to restart its port.
+            if (kind == Kind::SpeedQuery) {
+                if (followedAt < 0)
+                    followedAt = nowMs();
+                platform::SpeedQueryUnanswered(scl().txtCrntSpeed->text(), nowMs() - followedAt);
+            }
             R = 1;
             if (kind == Kind::SpeedChange)
                 kind = Kind::Ordinary;

@@ -89,6 +89,25 @@ TEST_F(CliTrust, ADeviceInStandbyIsPoweredOnlyWithPowerOn) {
     EXPECT_TRUE(setFrames(dev).contains(QStringLiteral("(STX)3005A1(NUL)1(NUL)(ETX)")));
 }
 
+// A device that stays at its rate, silent, when told to change it (in the soak, a power cycle
+// during the change did that) is asked its speed at the new rate for ever by the windows; a job
+// ends after 60 s with exit 3 and its cause, and nothing of the load was sent.
+TEST_F(CliTrust, AJobWhoseDeviceStopsAnsweringAfterASpeedChangeEndsWithItsCause) {
+    SimProcess& dev = sim(QStringLiteral("dev"), {QStringLiteral("--deaf-to-speed")});
+    ASSERT_TRUE(dev.running());
+    const QString file = image(QStringLiteral("new.frk"), QStringLiteral("2.80"), 4000);
+    const CliResult r = on(dev, {QStringLiteral("--yes"), QStringLiteral("load"), file});
+    EXPECT_EQ(r.exit, 3) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains(": the device stopped answering: no answer at 57600 baud for 60 s "
+                               "after a speed change (it may have restarted at another speed); "
+                               "run the job again"))
+        << r.err.toStdString();
+    const QByteArray log = readFile(portFile(dev, QStringLiteral("LogFile.txt")));
+    EXPECT_GE(log.count("Timeout on Speed query command"), 10) << log.right(2000).toStdString();
+    EXPECT_FALSE(dev.traceHas(QStringLiteral("boot loader at")));
+    EXPECT_FALSE(QFile::exists(portFile(dev, QStringLiteral("RestartLoader.txt"))));
+}
+
 // 2. Files mix between devices.
 TEST_F(CliTrust, TwoSavesAtOnceEachWriteTheirOwnDevice) {
     SimProcess& a =

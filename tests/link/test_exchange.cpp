@@ -10,6 +10,8 @@
 #include "platform/serial/SimulatedLine.h"
 #include "settings/SCL.h"
 
+#include <algorithm>
+
 using namespace telvo;
 using telvo::test::Bytes;
 using telvo::test::PrintableFrame;
@@ -279,6 +281,14 @@ TEST_F(Exchange, SpeedQueryToDeadDeviceKeepsTryingUntilAReplyComes) {
     const int reopened =
         int(lines.count(QStringLiteral("Application Port settings changed to 57600")));
     EXPECT_GE(reopened, 10);
+    // Each unanswered pass is told with the time since the first, for a job that cannot wait
+    // for ever; the routine itself goes on.
+    const std::vector<qint64>& waits = scripted->speedQueryWaits;
+    ASSERT_EQ(int(waits.size()), reopened);
+    EXPECT_EQ(waits.front(), 0);
+    EXPECT_TRUE(std::is_sorted(waits.begin(), waits.end()));
+    EXPECT_GE(waits.back(), 9'000);
+    EXPECT_LT(waits.back(), 10'000);
     EXPECT_EQ(lines.last(), QStringLiteral("Rply: ") + PrintableFrame("21", QByteArray("A3\0"
                                                                                        "6\0",
                                                                                        5)));

@@ -112,6 +112,9 @@ void ProgressEnded(Progress::Kind kind) {
 void WindowWaits(const QString& title) {
     CurrentPlatform().WindowWaits(title);
 }
+void SpeedQueryUnanswered(const QString& rate, qint64 silentMs) {
+    CurrentPlatform().SpeedQueryUnanswered(rate, silentMs);
+}
 
 void EndProgram() {
     if (!g_ended) {

@@ -66,6 +66,10 @@ public:
     virtual void ProgressEnded(Progress::Kind) {}
     // A window only a person can answer (INI, MDL, FWR, DG, RS, EX) is shown and waited on.
     virtual void WindowWaits(const QString& /*title*/) {}
+    // A speed query went unanswered at the rate the port followed the device to, `silentMs`
+    // after the first such follow. The routine asks again for as long as it takes (a device
+    // restarting its port); the windows wait with it.
+    virtual void SpeedQueryUnanswered(const QString& /*rate*/, qint64 /*silentMs*/) {}
 };
 
 // The platform in use; the Qt one unless a test installed another.
@@ -84,6 +88,7 @@ void PortNoted(const QString& text);
 void ProgressMade(const Progress& progress);
 void ProgressEnded(Progress::Kind kind);
 void WindowWaits(const QString& title);
+void SpeedQueryUnanswered(const QString& rate, qint64 silentMs);
 
 // The classic End: all windows vanish at once, nothing is saved, no unload events.
 [[noreturn]] void EndProgram();

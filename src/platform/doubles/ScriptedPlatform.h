@@ -26,12 +26,16 @@ public:
                            const QString& filter) override;
     void Beep() override { ++beeps; }
     void HideEverything() override { ++ends; }
+    void SpeedQueryUnanswered(const QString&, qint64 silentMs) override {
+        speedQueryWaits.push_back(silentMs);
+    }
 
     std::deque<int> answers;   // message box answers, oldest first; vbOK when empty
     std::deque<QString> paths; // dialog answers; "" (cancelled) when empty
     std::vector<Shown> shown;
     int beeps = 0;
     int ends = 0;
+    std::vector<qint64> speedQueryWaits; // each unanswered speed query's time since the first
 
     QStringList messageTexts() const;
 };
