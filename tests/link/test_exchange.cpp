@@ -282,7 +282,7 @@ TEST_F(Exchange, SpeedQueryToDeadDeviceKeepsTryingUntilAReplyComes) {
         int(lines.count(QStringLiteral("Application Port settings changed to 57600")));
     EXPECT_GE(reopened, 10);
     // Each unanswered pass is told with the time since the first, for a job that cannot wait
-    // for ever; the routine itself goes on.
+    // for ever (a departure of the command line, docs/ARCHITECTURE.md); the routine goes on.
     const std::vector<qint64>& waits = scripted->speedQueryWaits;
     ASSERT_EQ(int(waits.size()), reopened);
     EXPECT_EQ(waits.front(), 0);

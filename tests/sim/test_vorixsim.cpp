@@ -77,6 +77,16 @@ protected:
         }
         return got;
     }
+    // Starts the device at `baud` (with `extra` options), opens the port and sends it into its
+    // boot loader, whose banner must come.
+    void enterLoader(int baud, const QStringList& extra) {
+        start(QStringList{QStringLiteral("--baud"), QString::number(baud)} + extra);
+        open(baud);
+        port.write(Set("AD", "1"));
+        const QByteArray banner =
+            readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); }, 10000);
+        ASSERT_TRUE(banner.endsWith("Load frk File now.")) << banner.toStdString();
+    }
     QByteArray exchange(const QByteArray& frame, int limitMs = 3000) {
         port.write(frame);
         port.waitForBytesWritten(1000);
@@ -151,13 +161,9 @@ TEST_F(VorixSim, LinkNamesTheTerminalAndSurvivesReopening) {
 }
 
 TEST_F(VorixSim, FirmwareLoadOverThePseudoTerminal) {
-    start({QStringLiteral("--baud"), QStringLiteral("57600"), QStringLiteral("--reboot-delay"),
-           QStringLiteral("300"), QStringLiteral("--page-write"), QStringLiteral("2")});
-    open(57600);
-    port.write(Set("AD", "1"));
-    const QByteArray banner =
-        readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); });
-    ASSERT_TRUE(banner.endsWith("Load frk File now.")) << banner.toStdString();
+    ASSERT_NO_FATAL_FAILURE(
+        enterLoader(57600, {QStringLiteral("--reboot-delay"), QStringLiteral("300"),
+                            QStringLiteral("--page-write"), QStringLiteral("2")}));
 
     const QByteArray image = MakeFirmwareImage(QStringLiteral("1.26"), 3000);
     for (qsizetype at = 0; at < image.size(); at += 100) {
@@ -182,13 +188,9 @@ TEST_F(VorixSim, FirmwareLoadOverThePseudoTerminal) {
 // carried it: here a second copy of the image queued behind the failed one never reaches the
 // loader, which comes back with its banner instead of taking that copy.
 TEST_F(VorixSim, WhatTheProgramWroteAheadOfAFailedImageIsDropped) {
-    start({QStringLiteral("--baud"), QStringLiteral("9600"), QStringLiteral("--fail-at-byte"),
-           QStringLiteral("2900"), QStringLiteral("--page-write"), QStringLiteral("2")});
-    open(9600);
-    port.write(Set("AD", "1"));
-    const QByteArray banner =
-        readUntil([](const QByteArray& b) { return b.endsWith("Load frk File now."); }, 10000);
-    ASSERT_TRUE(banner.endsWith("Load frk File now.")) << banner.toStdString();
+    ASSERT_NO_FATAL_FAILURE(
+        enterLoader(9600, {QStringLiteral("--fail-at-byte"), QStringLiteral("2900"),
+                           QStringLiteral("--page-write"), QStringLiteral("2")}));
 
     const QByteArray image = MakeFirmwareImage(QStringLiteral("1.26"), 3000);
     port.write(image + image);
